@@ -1,0 +1,228 @@
+#include "socket/socket_buffer.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "socket/index_check.h"
+
+namespace Radar {
+
+namespace {
+
+/** Marks every frame, in its encoding and on the stream. Never changes. */
+constexpr uint32_t kFrameMagic = 29061378;
+
+bool is_negative_zero(float value) {
+    return value == 0.0F && std::signbit(value);
+}
+
+bool holds_negative_zero(RO::TargetData const& target) {
+    return is_negative_zero(target.rcs()) || is_negative_zero(target.r()) ||
+           is_negative_zero(target.rdot()) || is_negative_zero(target.theta()) ||
+           is_negative_zero(target.snr());
+}
+
+void clear_negative_zeros(RO::TargetData& target) {
+    if (is_negative_zero(target.rcs())) target.clear_rcs();
+    if (is_negative_zero(target.r())) target.clear_r();
+    if (is_negative_zero(target.rdot())) target.clear_rdot();
+    if (is_negative_zero(target.theta())) target.clear_theta();
+    if (is_negative_zero(target.snr())) target.clear_snr();
+}
+
+/** Encodes a frame. Newer protobuf runtimes write a float of -0.0, which the format leaves out. */
+std::string encode(RO::RadarObjects const& frame) {
+    std::string encoding;
+    auto const& targets = frame.targets();
+    if (std::none_of(targets.begin(), targets.end(), holds_negative_zero)) {
+        frame.SerializeToString(&encoding);
+        return encoding;
+    }
+    RO::RadarObjects normalised(frame);
+    for (RO::TargetData& target : *normalised.mutable_targets()) clear_negative_zeros(target);
+    normalised.SerializeToString(&encoding);
+    return encoding;
+}
+
+/** Waits until `fd` takes more bytes, however long that is. */
+bool wait_writable(int fd) {
+    pollfd wait = {fd, POLLOUT, 0};
+    return poll(&wait, 1, -1) == 1;
+}
+
+bool write_all(int fd, char const* bytes, unsigned int len) {
+    for (unsigned int written = 0; written < len;) {
+        const ssize_t result = write(fd, bytes + written, len - written);
+        if (result > 0) {
+            written += static_cast<unsigned int>(result);
+        } else if (result == 0 || errno != EAGAIN || !wait_writable(fd)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+template <typename Value>
+void send_value(SocketBuffer& buffer, Value value) {
+    buffer.send_buffer(reinterpret_cast<char const*>(&value), sizeof(value));
+}
+
+}  // namespace
+
+SocketBuffer::iterator::iterator(RO::RadarObjects const* frame_, int index_)
+    : index(index_), frame(frame_) {}
+
+SocketBuffer::iterator SocketBuffer::iterator::operator++() {
+    ++index;
+    return *this;
+}
+
+SocketBuffer::iterator SocketBuffer::iterator::operator++(int) {
+    const iterator before = *this;
+    ++index;
+    return before;
+}
+
+RO::TargetData const& SocketBuffer::iterator::operator*() const {
+    check_index(index, frame->targets_size());
+    return frame->targets(index);
+}
+
+RO::TargetData const* SocketBuffer::iterator::operator->() const {
+    return &**this;
+}
+
+bool SocketBuffer::iterator::operator==(iterator const& other) const {
+    return frame == other.frame && index == other.index;
+}
+
+bool SocketBuffer::iterator::operator!=(iterator const& other) const {
+    return !(*this == other);
+}
+
+SocketBuffer::SocketBuffer(int limit_) : limit(limit_) {
+    frame.set_magic(kFrameMagic);
+}
+
+// The walk goes over the places that were taken at its start, while every removal moves the later
+// consumers up by one: places 0, 2, 4, … and the last are closed. Programs count on the descriptors
+// that it leaves open. A place that is vacant by then still names the last consumer.
+SocketBuffer::~SocketBuffer() {
+    const std::size_t places = consumers.size();
+    const int last_key = consumers.empty() ? 0 : consumers.back().first;
+    for (std::size_t place = 0; place < places; ++place) {
+        remove_fd(place < consumers.size() ? consumers[place].first : last_key);
+    }
+}
+
+void SocketBuffer::reserve(int limit_) {
+    limit = limit_;
+}
+
+int SocketBuffer::size() const {
+    return frame.targets_size();
+}
+
+void SocketBuffer::push_back(RO::TargetData const& target) {
+    if (limit > size()) frame.add_targets()->CopyFrom(target);
+}
+
+RO::TargetData* SocketBuffer::add_targets() {
+    return limit > size() ? frame.add_targets() : nullptr;
+}
+
+RO::TargetData& SocketBuffer::operator[](int index) {
+    check_index(index, size());
+    return *frame.mutable_targets(index);
+}
+
+SocketBuffer::iterator SocketBuffer::begin() const {
+    return iterator(&frame, 0);
+}
+
+SocketBuffer::iterator SocketBuffer::end() const {
+    return iterator(&frame, size());
+}
+
+void SocketBuffer::set_timestamp(unsigned long long timestamp) {
+    frame.set_timestamp(timestamp);
+}
+
+unsigned long long SocketBuffer::timestamp() const {
+    return frame.timestamp();
+}
+
+void SocketBuffer::clear() {
+    frame.clear_targets();
+}
+
+std::string SocketBuffer::data() const {
+    return encode(frame);
+}
+
+bool SocketBuffer::set_data(char const* bytes, unsigned int len) {
+    clear();
+    // The parser takes the length as an int; no frame is that long.
+    if (len > static_cast<unsigned int>(std::numeric_limits<int>::max())) return false;
+    return frame.ParseFromArray(bytes, static_cast<int>(len));
+}
+
+bool SocketBuffer::set_data(std::string const& bytes) {
+    return set_data(bytes.data(), static_cast<unsigned int>(bytes.size()));
+}
+
+void SocketBuffer::set_fd(int key, int fd) {
+    remove_fd(key);
+    consumers.emplace_back(key, fd);
+}
+
+void SocketBuffer::remove_fd(int key) {
+    const auto found = std::find_if(consumers.begin(), consumers.end(),
+                                    [key](auto const& consumer) { return consumer.first == key; });
+    if (found == consumers.end()) return;
+    close(found->second);
+    consumers.erase(found);
+}
+
+void SocketBuffer::send_buffer(char const* bytes, unsigned int len) {
+    for (auto consumer = consumers.begin(); consumer != consumers.end();) {
+        if (write_all(consumer->second, bytes, len)) {
+            ++consumer;
+        } else {
+            close(consumer->second);
+            consumer = consumers.erase(consumer);
+        }
+    }
+}
+
+void SocketBuffer::send() {
+    if (!consumers.empty()) {
+        const std::string encoding = encode(frame);
+        const auto length = static_cast<uint32_t>(encoding.size());
+        send_value(*this, frame.magic());
+        send_value(*this, length);
+        send_buffer(encoding.data(), length);
+    }
+    clear();
+}
+
+void SocketBuffer::send(unsigned long long timestamp) {
+    set_timestamp(timestamp);
+    send();
+}
+
+std::ostream& SocketBuffer::operator<<(std::ostream& os) {
+    return os << frame.DebugString();
+}
+
+std::ostream& operator<<(std::ostream& os, RO::TargetData const& target) {
+    return os << target.DebugString();
+}
+
+}  // namespace Radar
