@@ -1,0 +1,33 @@
+# What every target of this project is built with. All of it is private to the target: nothing here
+# reaches a program that links the library.
+
+# petrelradar_target(<target>): our warnings, and sanitizers where they were asked for.
+function(petrelradar_target target)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast
+        $<$<BOOL:${PETRELRADAR_WERROR}>:-Werror>)
+    set_target_properties(${target} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+    # Recordings may pass 2 GiB; _TIME_BITS stays alone, because timeval is part of the interface.
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
+    endif()
+    if(PETRELRADAR_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${PETRELRADAR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+        target_link_options(${target} PRIVATE -fsanitize=${PETRELRADAR_SANITIZE})
+    endif()
+endfunction()
+
+# petrelradar_shared_library(<target> <version script>): a shared object that exports what the
+# version script lists, in which every undefined symbol is an error at link time.
+function(petrelradar_shared_library target version_script)
+    petrelradar_target(${target})
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${version_script}")
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${version_script})
+    # Clang links a sanitizer's runtime into the program only.
+    if(NOT (PETRELRADAR_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES Clang))
+        target_link_options(${target} PRIVATE "LINKER:-z,defs")
+    endif()
+endfunction()
