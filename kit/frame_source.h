@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "radar_objects/radar_objects.pb.h"
+
+namespace Kit {
+
+/**
+ * Where frames come from: a synthetic scene, a detection log or a recording. Frames have the magic of
+ * every radar frame, timestamps in microseconds, ranges in m, speeds in m/s (positive is receding),
+ * angles in rad (0 is boresight, positive is right), rcs and snr in dB. One thread at a time.
+ */
+class FrameSource {
+public:
+    FrameSource() = default;
+    virtual ~FrameSource() = default;
+    FrameSource(FrameSource const&) = delete;
+    FrameSource& operator=(FrameSource const&) = delete;
+
+    /**
+     * Replaces `frame` by the next one. Returns false at the end, which leaves `frame` undefined.
+     *
+     * @throws InputError when the input is damaged, with the place: "log.csv:12:3: not a number".
+     */
+    virtual bool next(RO::RadarObjects& frame) = 0;
+
+    /** Goes back to before the first frame. @throws InputError when the input cannot be read again. */
+    virtual void rewind() = 0;
+};
+
+/**
+ * Opens an input by its description: "scene" or "scene:SEED", or the path of a detection log (CSV)
+ * or of a recording, told apart by their first bytes.
+ *
+ * @throws InputError when it cannot be opened or is neither.
+ */
+std::unique_ptr<FrameSource> open_frame_source(std::string const& input);
+
+}  // namespace Kit
