@@ -51,7 +51,7 @@ void mount_at(char const* source, fs::path const& target, char const* type, unsi
     }
 }
 
-void bind(fs::path const& source, fs::path const& target) {
+void bind_mount(fs::path const& source, fs::path const& target) {
     mount_at(source.c_str(), target, nullptr, MS_BIND | MS_REC);
 }
 
@@ -70,7 +70,7 @@ void make_linked_directory(fs::path const& root, std::string const& name,
     const fs::path kept = "." + name;
     fs::create_directory(root / kept);
     fs::create_directory(root / name);
-    bind("/" + name, root / kept);
+    bind_mount("/" + name, root / kept);
     link_entries("/" + name, "/" / kept, root / name, except);
 }
 
@@ -79,7 +79,7 @@ void keep(fs::path const& root, fs::path const& path) {
     if (path.string().rfind("/tmp/", 0) != 0) return;
     const fs::path target = root / path.relative_path();
     fs::create_directories(target);
-    bind(path, target);
+    bind_mount(path, target);
 }
 
 void fill_root(fs::path const& root) {
@@ -90,7 +90,7 @@ void fill_root(fs::path const& root) {
             fs::copy_symlink(entry.path(), root / name);
         } else if (entry.is_directory() && "/" / name != root) {
             fs::create_directory(root / name);
-            bind(entry.path(), root / name);
+            bind_mount(entry.path(), root / name);
         }
     }
     make_linked_directory(root, "dev", {"spidev0.0"});

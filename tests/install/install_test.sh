@@ -1,0 +1,107 @@
+#!/usr/bin/env bash
+# install_test.sh CLAIM SOURCE_FOLDER BUILD_FOLDER COMPILER: checks one claim about an installed tree.
+set -euo pipefail
+claim=$1 source=$2 build=$3 compiler=$4
+
+work=$(mktemp -d "$build/install-test-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+cmake --install "$build" --prefix "$prefix" >/dev/null
+
+# A tree can be moved after it was installed.
+mv "$prefix" "$work/moved"
+prefix=$work/moved
+libdir=$(dirname "$(find "$prefix" -name libpetrelradar-shared.so)")
+export PKG_CONFIG_PATH=$libdir/pkgconfig
+export LD_LIBRARY_PATH=$libdir
+
+fail() {
+    echo "$claim: $*" >&2
+    exit 1
+}
+
+# The recorder writes below /tmp: the examples run with a /tmp of their own.
+run_examples() {
+    local folder=$1
+    ( cd "$folder" && ./record_frames 3 ) >"$work/output"
+    [ "$(cat "$work/output")" = \
+        "Recorded 3 frames, mounting height 0, known settings 0" ] || fail "record_frames: $(cat "$work/output")"
+    find /tmp -maxdepth 1 -name 'radar_*.data' | grep -q . || fail "no recording was completed"
+    if "$folder/receive_frames" "$work/none" 2>"$work/error"; then fail "receive_frames found a socket"; fi
+    grep -q "No such file or directory" "$work/error" || fail "receive_frames did not say why"
+}
+
+InstalledTreeHoldsEveryPublicHeader() {
+    local header
+    for header in socket/socket_buffer socket/radar_socket radar/radar_interface \
+        radar/spi_radar_interface radar/radar_status_interface failure/failure \
+        failure/failure_signal config/configuration config/analytics timer/timeout timer/watchdog \
+        filewriter/file_writer filewriter/timeval_printer filewriter/data_file_writer \
+        filewriter/object_file_writer filewriter/object_file_writer_thread \
+        filewriter/diagnostic_file_writer log/ilog radar_objects/radar_objects.pb; do
+        [ -f "$prefix/include/petrelradar/$header.h" ] || fail "no $header.h"
+        # Each stands on its own.
+        echo "#include \"$header.h\"" >"$work/one.cpp"
+        "$compiler" -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Werror \
+            -I"$prefix/include/petrelradar" -I"$prefix/include" "$work/one.cpp"
+    done
+    for header in block out_port radar_service_failure logger; do
+        [ -f "$prefix/include/petrel/$header.h" ] || fail "no petrel/$header.h"
+    done
+    [ -f "$prefix/include/petrelradar/radar_objects/radar_objects.proto" ] || fail "no schema"
+}
+
+ProgramBuildsAndRunsWithTheCMakePackage() {
+    mkdir "$work/program"
+    cp "$source"/docs/examples/*.cpp "$work/program"
+    cat >"$work/program/CMakeLists.txt" <<'CMAKE'
+cmake_minimum_required(VERSION 3.18)
+project(consumer CXX)
+find_package(petrelradar REQUIRED)
+foreach(program receive_frames record_frames)
+    add_executable(${program} ${program}.cpp)
+    target_link_libraries(${program} petrelradar::petrelradar-shared)
+endforeach()
+CMAKE
+    cmake -S "$work/program" -B "$work/out" -DCMAKE_PREFIX_PATH="$prefix" \
+        -DCMAKE_CXX_COMPILER="$compiler" >/dev/null
+    cmake --build "$work/out" >/dev/null
+    run_examples "$work/out"
+}
+
+ProgramBuildsAndRunsWithPkgConfig() {
+    local program
+    for program in receive_frames record_frames; do
+        # shellcheck disable=SC2046 # the flags are words
+        "$compiler" -std=c++17 "$source/docs/examples/$program.cpp" -o "$work/$program" \
+            $(pkg-config --cflags --libs petrelradar)
+    done
+    run_examples "$work"
+}
+
+PackageLeaksNoFlagsOfOurs() {
+    if grep -rE -- '-Wall|-Werror|-fvisibility|-fsanitize|_FILE_OFFSET_BITS|COMPILE_OPTIONS' "$libdir/cmake" \
+        "$libdir/pkgconfig"; then
+        fail "a flag of ours reaches programs"
+    fi
+    if grep -rF "$source" "$libdir/cmake" "$libdir/pkgconfig"; then fail "a path of the build"; fi
+}
+
+AnotherPetrelTakesTheStandInsPlace() {
+    cmake -S "$source" -B "$work/out" -G Ninja -DPETRELRADAR_SYSTEM_PETREL=ON \
+        -DPETRELRADAR_BUILD_PROGRAMS=OFF -DPETRELRADAR_BUILD_TESTS=OFF \
+        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_PREFIX_PATH="$prefix" \
+        -DCMAKE_CXX_COMPILER="$compiler" >/dev/null
+    cmake --build "$work/out" >/dev/null
+    readelf -d "$work/out/lib/libpetrelradar-shared.so" | grep -q 'NEEDED.*libpetrel-shared' ||
+        fail "libpetrel-shared is not linked"
+    [ ! -e "$work/out/petrel" ] || fail "the stand-in was built"
+    cmake --install "$work/out" --prefix "$work/second" >/dev/null
+    [ -z "$(find "$work/second" -name 'libpetrel-shared*')" ] || fail "a stand-in was installed"
+    find "$work/second" -name FindPetrel.cmake | grep -q . || fail "the package cannot find Petrel"
+}
+
+case $(type -t "$claim") in
+    function) "$claim" ;;
+    *) fail "no such claim" ;;
+esac
