@@ -20,8 +20,8 @@ struct FDEvent {
     /** A set of events, as the bits of poll(2): 1 (POLLIN) is the readable event. */
     class EventMask {
     public:
-        EventMask(uint16_t bits)
-            : bits_(bits) {}  // NOLINT(google-explicit-constructor): a mask is its bits
+        // NOLINTNEXTLINE(google-explicit-constructor): a mask is its bits
+        EventMask(uint16_t bits) : bits_(bits) {}
 
         /** The bits of the mask. */
         uint16_t bits() const { return bits_; }

@@ -1,13 +1,13 @@
 #pragma once
 
-/** The message that carries the radar service's failure flag: one byte, true while it has failed.
- */
+/** The message that carries a radar service's failure flag: one byte, true while it has failed. */
 class radar_service_failure {
 public:
-    radar_service_failure(bool failed = false)  // NOLINT(google-explicit-constructor): it is a bool
-        : failed_(failed) {}
+    // NOLINTNEXTLINE(google-explicit-constructor): the message is a bool
+    radar_service_failure(bool failed = false) : failed_(failed) {}
 
-    operator bool() const { return failed_; }  // NOLINT(google-explicit-constructor)
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    operator bool() const { return failed_; }
 
 private:
     bool failed_;
