@@ -1,0 +1,126 @@
+#include "kit/block_reader.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "kit/input_error.h"
+
+namespace Kit {
+
+namespace {
+
+std::string reason(int error) {
+    return std::strerror(error);
+}
+
+/** Why `status` is of something that cannot be read front to back; empty when it can. */
+std::string refusal(struct stat const& status) {
+    if (S_ISDIR(status.st_mode)) return reason(EISDIR);
+    if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) return "Is a device";
+    return {};
+}
+
+int open_input(std::string const& path) {
+    // Looked at before it is opened: opening some devices waits, or does something.
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) throw InputError(path + ": " + reason(errno));
+    if (const std::string why = refusal(status); !why.empty()) throw InputError(path + ": " + why);
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) throw InputError(path + ": " + reason(errno));
+    return fd;
+}
+
+int duplicate_standard_input() {
+    struct stat status = {};
+    const int fd = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+    if (fd < 0 || fstat(fd, &status) != 0) {
+        throw InputError("standard input: " + reason(errno));
+    }
+    if (const std::string why = refusal(status); !why.empty()) {
+        close(fd);
+        throw InputError("standard input: " + why);
+    }
+    return fd;
+}
+
+void wait_until_readable(int fd) {
+    pollfd wait = {fd, POLLIN, 0};
+    poll(&wait, 1, -1);  // whatever it answers, the next read says what is the matter
+}
+
+/**
+ * A block, and room for `size` bytes in a power of two of blocks, which bounds how often the buffer
+ * is replaced and what the old and the new one hold together.
+ */
+std::size_t buffer_size(std::size_t size) {
+    std::size_t room = BlockReader::kBlockSize;
+    while (room + BlockReader::kBlockSize < size) room *= 2;
+    return room + BlockReader::kBlockSize;
+}
+
+}  // namespace
+
+BlockReader::BlockReader(std::string const& path_)
+    : path(path_ == "-" ? "standard input" : path_),
+      fd(path_ == "-" ? duplicate_standard_input() : open_input(path_)),
+      buffer(kBlockSize) {}
+
+BlockReader::~BlockReader() {
+    close(fd);
+}
+
+void BlockReader::rewind() {
+    if (lseek(fd, 0, SEEK_SET) < 0) {
+        throw InputError(path + ": cannot be read again: " + reason(errno));
+    }
+    begin = end = 0;
+    position = 0;
+}
+
+/** Reads until the window has `size` bytes or the input ends. */
+void BlockReader::fill(std::size_t size) {
+    make_room(size);
+    while (end - begin < size) {
+        const std::size_t count = read_block(buffer.data() + end, buffer.size() - end);
+        if (count == 0) return;
+        end += count;
+    }
+}
+
+/** Moves what is left to the front of a buffer that has room for `size` bytes. */
+void BlockReader::make_room(std::size_t size) {
+    if (buffer.size() < size) {
+        std::vector<char> larger(buffer_size(size));
+        std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin),
+                  buffer.begin() + static_cast<std::ptrdiff_t>(end), larger.begin());
+        buffer.swap(larger);
+    } else if (begin != 0) {
+        std::memmove(buffer.data(), buffer.data() + begin, end - begin);
+    }
+    end -= begin;
+    begin = 0;
+}
+
+std::size_t BlockReader::read_block(char* into, std::size_t size) {
+    for (;;) {
+        const ssize_t count = read(fd, into, std::min(size, kBlockSize));
+        if (count >= 0) return static_cast<std::size_t>(count);
+        if (errno == EAGAIN) {
+            wait_until_readable(fd);
+        } else if (errno != EINTR) {
+            fail(errno);
+        }
+    }
+}
+
+void BlockReader::fail(int error) const {
+    throw InputError(path + ": " + reason(error));
+}
+
+}  // namespace Kit
