@@ -40,7 +40,7 @@ HysteresFailureSignal::~HysteresFailureSignal() = default;
 
 bool HysteresFailureSignal::set() {
     unset_count = 0;
-    if (state()) {
+    if (active) {
         set_count = 0;
         return false;
     }
@@ -51,7 +51,7 @@ bool HysteresFailureSignal::set() {
 
 bool HysteresFailureSignal::unset() {
     set_count = 0;
-    if (!state()) {
+    if (!active) {
         unset_count = 0;
         return false;
     }

@@ -30,6 +30,9 @@ public:
 
 private:
     Petrel::OutPort<radar_service_failure>& port;
+
+protected:
+    /** The flag as last published. */
     bool active;
 };
 
