@@ -1,0 +1,44 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace Kit {
+
+/**
+ * Says when each frame of a source is due, from the frames' timestamps. Has no clock: the caller
+ * waits. One thread at a time.
+ *
+ * A step that is longer than the longest gap or goes back, as between two recordings or at the
+ * start of another round, counts as one typical interval: the mean of the steps that counted so
+ * far, or a thirtieth of a second where none has.
+ */
+class Pacer {
+public:
+    /**
+     * @param rate how many times as fast as the timestamps; 1 is their own pace, infinity at once.
+     * @param longest_gap the longest step between two frames that is kept.
+     * @throws InputError when `rate` is 0, negative or not a number.
+     */
+    explicit Pacer(double rate,
+                   std::chrono::microseconds longest_gap = std::chrono::microseconds(1000000));
+
+    /**
+     * How long after the first frame this one, the next, is due; 0 for the first. Never shrinks,
+     * and stays at the largest value that can be told.
+     */
+    std::chrono::nanoseconds due(std::uint64_t timestamp_us);
+
+private:
+    double rate;
+    std::uint64_t longest_gap;
+    bool started = false;
+    std::uint64_t last = 0;
+    double elapsed = 0;  // us
+    double counted = 0;  // us, of the steps that counted
+    double steps = 0;
+
+    double step_to(std::uint64_t timestamp_us);
+};
+
+}  // namespace Kit
