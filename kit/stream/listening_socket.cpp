@@ -1,0 +1,150 @@
+#include "kit/stream/listening_socket.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "kit/input_error.h"
+#include "kit/stream/unix_address.h"
+
+namespace Kit {
+
+namespace {
+
+constexpr char kInUse[] = "already in use by a running service";
+
+InputError failure(std::string const& path, std::string const& reason) {
+    return InputError(path + ": " + reason);
+}
+
+InputError system_failure(std::string const& path, std::string const& what) {
+    return failure(path, what + ": " + std::strerror(errno));
+}
+
+int open_socket() noexcept {
+    return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+}
+
+/** Whether a process has the socket at `path` open. */
+bool is_alive(std::string const& path) {
+    const int probe = open_socket();
+    if (probe < 0) throw system_failure(path, "cannot open a socket");
+    const bool connected = connect_to(probe, UnixAddress(path));
+    const int error = errno;
+    close(probe);
+    // A full backlog and a socket of another type have an owner too.
+    if (connected || error == EAGAIN || error == EPROTOTYPE) return true;
+    if (error == ECONNREFUSED || error == ENOENT) return false;
+    errno = error;
+    throw system_failure(path, "cannot tell whether it is in use");
+}
+
+bool is_same_file(struct stat const& status, dev_t device, ino_t inode) noexcept {
+    return status.st_dev == device && status.st_ino == inode;
+}
+
+/** Whether `path` names the file that `fd` has open. */
+bool names_file(std::string const& path, int fd) noexcept {
+    struct stat named = {};
+    struct stat open = {};
+    return lstat(path.c_str(), &named) == 0 && fstat(fd, &open) == 0 &&
+           is_same_file(named, open.st_dev, open.st_ino);
+}
+
+}  // namespace
+
+ListeningSocket::ListeningSocket(std::string path)
+    : socket_path(std::move(path)), lock_path(socket_path + ".lock") {
+    const UnixAddress checked(socket_path);
+    take_lock();
+    try {
+        replace_stale_socket();
+        listen_at_path();
+    } catch (...) {
+        release_lock();
+        throw;
+    }
+}
+
+ListeningSocket::~ListeningSocket() {
+    close(listening_fd);
+    struct stat status = {};
+    if (lstat(socket_path.c_str(), &status) == 0 && is_same_file(status, device, inode)) {
+        unlink(socket_path.c_str());
+    }
+    release_lock();
+}
+
+int ListeningSocket::fd() const noexcept {
+    return listening_fd;
+}
+
+std::string const& ListeningSocket::path() const noexcept {
+    return socket_path;
+}
+
+// The holder of the lock removes its file, so a lock counts only while the path still names the
+// file that was locked.
+void ListeningSocket::take_lock() {
+    for (;;) {
+        lock_fd = open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (lock_fd < 0) throw system_failure(socket_path, "cannot create " + lock_path);
+        if (flock(lock_fd, LOCK_EX | LOCK_NB) != 0) {
+            const int error = errno;
+            close(lock_fd);
+            if (error == EWOULDBLOCK) throw failure(socket_path, kInUse);
+            errno = error;
+            throw system_failure(socket_path, "cannot lock " + lock_path);
+        }
+        if (names_file(lock_path, lock_fd)) return;
+        close(lock_fd);
+    }
+}
+
+void ListeningSocket::replace_stale_socket() const {
+    struct stat status = {};
+    if (lstat(socket_path.c_str(), &status) != 0) {
+        if (errno == ENOENT) return;
+        throw system_failure(socket_path, "cannot be examined");
+    }
+    if (!S_ISSOCK(status.st_mode)) throw failure(socket_path, "exists and is not a socket");
+    if (is_alive(socket_path)) throw failure(socket_path, kInUse);
+    if (unlink(socket_path.c_str()) != 0 && errno != ENOENT) {
+        throw system_failure(socket_path, "cannot remove the socket of a dead service");
+    }
+}
+
+void ListeningSocket::listen_at_path() {
+    const UnixAddress address(socket_path);
+    listening_fd = open_socket();
+    if (listening_fd < 0) throw system_failure(socket_path, "cannot open a socket");
+    if (bind(listening_fd, address.get(), address.size()) != 0) give_up(false);
+    struct stat status = {};
+    if (listen(listening_fd, SOMAXCONN) != 0 || lstat(socket_path.c_str(), &status) != 0) {
+        give_up(true);
+    }
+    device = status.st_dev;
+    inode = status.st_ino;
+}
+
+/** Reports the error of this moment, when the socket file is there or not yet. */
+void ListeningSocket::give_up(bool bound) {
+    const int error = errno;
+    if (bound) unlink(socket_path.c_str());
+    close(listening_fd);
+    errno = error;
+    throw system_failure(socket_path, "cannot listen");
+}
+
+void ListeningSocket::release_lock() noexcept {
+    unlink(lock_path.c_str());
+    close(lock_fd);
+}
+
+}  // namespace Kit

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace Kit {
+
+/**
+ * A UNIX stream socket that listens at a path, for one service at a time.
+ *
+ * Owns the socket's descriptor (non-blocking, close-on-exec), the socket file and a lock file
+ * beside it, "<path>.lock", which is held until the object is destroyed: of two services that start
+ * at once one gets the path. A socket file that a killed service left behind is replaced. The
+ * destructor closes the descriptor and removes both files; a socket file that somebody else has put
+ * at the path meanwhile stays. The accessors may be called from any thread.
+ */
+class ListeningSocket {
+public:
+    /**
+     * Begins to listen at `path`, with the permissions that the umask leaves.
+     *
+     * @throws InputError with the path and the reason: "already in use by a running service", "is
+     *         not a socket", a path of more than 107 bytes, a missing or unwritable directory. Then
+     *         nothing at the path has changed.
+     */
+    explicit ListeningSocket(std::string path);
+    ~ListeningSocket();
+    ListeningSocket(ListeningSocket const&) = delete;
+    ListeningSocket& operator=(ListeningSocket const&) = delete;
+
+    /** The descriptor to accept clients from; this object's. */
+    int fd() const noexcept;
+
+    std::string const& path() const noexcept;
+
+private:
+    void take_lock();
+    void replace_stale_socket() const;
+    void listen_at_path();
+    [[noreturn]] void give_up(bool bound);
+    void release_lock() noexcept;
+
+    std::string socket_path;
+    std::string lock_path;
+    int lock_fd = -1;
+    int listening_fd = -1;
+    dev_t device = 0;  // of the socket file, with `inode` its identity
+    ino_t inode = 0;
+};
+
+}  // namespace Kit

@@ -1,0 +1,32 @@
+#include "kit/stream/unix_address.h"
+
+#include <cstring>
+
+#include "kit/input_error.h"
+
+namespace Kit {
+
+UnixAddress::UnixAddress(std::string const& path) {
+    constexpr std::size_t kLongest = sizeof(address.sun_path) - 1;
+    if (path.empty()) throw InputError("the socket path is empty");
+    if (path.size() > kLongest) {
+        throw InputError(path + ": too long for a socket path, which has at most " +
+                         std::to_string(kLongest) + " bytes");
+    }
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+}
+
+sockaddr const* UnixAddress::get() const noexcept {
+    return reinterpret_cast<sockaddr const*>(&address);
+}
+
+socklen_t UnixAddress::size() const noexcept {
+    return sizeof(address);
+}
+
+bool connect_to(int fd, UnixAddress const& address) noexcept {
+    return connect(fd, address.get(), address.size()) == 0;
+}
+
+}  // namespace Kit
