@@ -1,0 +1,72 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Kit {
+
+/** A whole stream frame, shared by all clients that it goes to and never changed. */
+using SharedFrame = std::shared_ptr<std::string const>;
+
+/**
+ * The frames that wait for one client, and how much of them the client has got. At most `limit`
+ * frames wait; the frame that the client has got a part of is not counted, and never dropped, since
+ * the client would lose the frame boundary.
+ *
+ * A client is written to in turns: begin_turn() says what to write, end_turn() how much of it was
+ * taken. Between the two push() may be called, from another thread when the caller orders all calls
+ * with a lock.
+ */
+class FrameQueue {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /** The next bytes for the client: `frames` in order, without the first `skipped` bytes. */
+    struct Turn {
+        std::vector<SharedFrame> frames;
+        std::size_t skipped = 0;
+    };
+
+    /** A queue in which at most `limit` frames wait; 0 counts as 1. */
+    explicit FrameQueue(std::size_t limit);
+
+    /** Appends a frame. When `limit` frames wait already, the oldest of them is dropped. */
+    void push(SharedFrame frame, Clock::time_point now);
+
+    /** What to write next: no more than `max_frames` frames, none when no frame waits. */
+    Turn begin_turn(std::size_t max_frames);
+
+    /** Ends the turn in which the client took `bytes` bytes, or none. */
+    void end_turn(std::size_t bytes, Clock::time_point now);
+
+    bool empty() const noexcept;
+    /** The number of frames that the client has not got whole. */
+    std::size_t size() const noexcept;
+
+    /** Since when frames have waited without one being handed over whole; meaningless if empty().
+     */
+    Clock::time_point waiting_since() const noexcept;
+
+    uint64_t frames_sent() const noexcept;
+    uint64_t bytes_sent() const noexcept;
+    uint64_t frames_dropped() const noexcept;
+
+private:
+    void drop_above_limit();
+
+    std::size_t limit;
+    std::deque<SharedFrame> frames;
+    std::size_t held = 0;         // frames at the front that are being written and stay
+    std::size_t first_taken = 0;  // bytes of the front frame that the client has got
+    Clock::time_point since;
+    uint64_t sent = 0;
+    uint64_t sent_bytes = 0;
+    uint64_t dropped = 0;
+};
+
+}  // namespace Kit

@@ -1,0 +1,180 @@
+#include "kit/stream/relay_client.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <asio/buffer.hpp>
+#include <asio/error.hpp>
+#include <asio/post.hpp>
+#include <cerrno>
+#include <system_error>
+#include <vector>
+
+namespace Kit {
+
+namespace {
+
+/** Frames that one write hands over; a client that takes them all does not keep others waiting. */
+constexpr std::size_t kFramesATurn = 16;
+
+/** Where the bytes that clients send go: written by the relay's thread and never looked at. */
+asio::mutable_buffer discarded() {
+    thread_local std::array<char, 4096> bytes;
+    return asio::buffer(bytes);
+}
+
+std::vector<asio::const_buffer> buffers_of(FrameQueue::Turn const& turn) {
+    std::vector<asio::const_buffer> buffers;
+    buffers.reserve(turn.frames.size());
+    for (SharedFrame const& frame : turn.frames) buffers.emplace_back(frame->data(), frame->size());
+    buffers.front() += turn.skipped;
+    return buffers;
+}
+
+}  // namespace
+
+RelayClient::RelayClient(asio::io_context& context_, std::mutex& lock_, RelayOptions const& options,
+                         uint64_t id_, Owner& owner_)
+    : context(context_),
+      lock(lock_),
+      stuck_after(options.stuck_after),
+      id(id_),
+      owner(owner_),
+      socket(context_),
+      stuck_timer(context_),
+      queue(options.queue_frames) {}
+
+bool RelayClient::start(int fd) {
+    std::error_code error;
+    socket.assign(asio::local::stream_protocol(), fd, error);
+    if (error) {
+        ::close(fd);
+        errno = error.value();
+        return false;
+    }
+    socket.non_blocking(true, error);
+    discard_input();
+    return true;
+}
+
+void RelayClient::flush() {
+    if (!socket.is_open() || waits_until_writable) return;
+    switch (write_turn()) {
+        case Written::kEverything:
+            return owner.client_is_idle();
+        case Written::kTurn:
+            return asio::post(context, [self = shared_from_this()] { self->flush(); });
+        case Written::kPart:
+            wait_until_writable();
+            return watch_for_stuck();
+        case Written::kFailed:
+            return depart(Departure::kGone);
+    }
+}
+
+// The lock is not held while the system copies, so publishing never waits for that.
+RelayClient::Written RelayClient::write_turn() {
+    FrameQueue::Turn turn;
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        turn = queue.begin_turn(kFramesATurn);
+    }
+    if (turn.frames.empty()) return Written::kEverything;
+    const auto buffers = buffers_of(turn);
+    std::error_code error;
+    const std::size_t bytes = socket.write_some(buffers, error);
+    if (error && error != asio::error::would_block) return Written::kFailed;
+    const std::lock_guard<std::mutex> guard(lock);
+    queue.end_turn(bytes, FrameQueue::Clock::now());
+    if (bytes < asio::buffer_size(buffers)) return Written::kPart;
+    return queue.empty() ? Written::kEverything : Written::kTurn;
+}
+
+void RelayClient::wait_until_writable() {
+    waits_until_writable = true;
+    socket.async_wait(asio::socket_base::wait_write,
+                      [self = shared_from_this()](std::error_code const& error) {
+                          self->waits_until_writable = false;
+                          if (!error) self->flush();
+                      });
+}
+
+void RelayClient::watch_for_stuck() {
+    if (watches_for_stuck || stuck_after.count() <= 0) return;
+    watches_for_stuck = true;
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        stuck_timer.expires_at(queue.waiting_since() + stuck_after);
+    }
+    stuck_timer.async_wait([self = shared_from_this()](std::error_code const& error) {
+        self->watches_for_stuck = false;
+        if (!error && self->socket.is_open()) self->on_stuck_timer();
+    });
+}
+
+// Tries once more before it judges: when the whole process was stopped, the time that passed is not
+// the client's.
+void RelayClient::on_stuck_timer() {
+    switch (write_turn()) {
+        case Written::kEverything:
+            return owner.client_is_idle();
+        case Written::kFailed:
+            return depart(Departure::kGone);
+        case Written::kTurn:
+        case Written::kPart:
+            return is_stuck() ? depart(Departure::kStuck) : watch_for_stuck();
+    }
+}
+
+bool RelayClient::is_stuck() {
+    const std::lock_guard<std::mutex> guard(lock);
+    return FrameQueue::Clock::now() - queue.waiting_since() >= stuck_after;
+}
+
+void RelayClient::discard_input() {
+    socket.async_read_some(
+        discarded(), [self = shared_from_this()](std::error_code const& error, std::size_t) {
+            if (error == asio::error::operation_aborted || !self->socket.is_open()) return;
+            if (error == asio::error::eof) return self->watch_for_hang_up();
+            if (error) return self->depart(Departure::kGone);
+            self->discard_input();
+        });
+}
+
+// The end of what the client sends is the same whether it has closed its socket or only shut down
+// its sending side; the hang-up event tells. Where something else wakes the wait, the client's
+// departure shows at the next write.
+void RelayClient::watch_for_hang_up() {
+    socket.async_wait(asio::socket_base::wait_error,
+                      [self = shared_from_this()](std::error_code const& error) {
+                          if (error || !self->socket.is_open()) return;
+                          pollfd state = {self->socket.native_handle(), 0, 0};
+                          if (poll(&state, 1, 0) == 1) self->depart(Departure::kGone);
+                      });
+}
+
+void RelayClient::depart(Departure departure) {
+    close();
+    owner.client_left(id, departure);
+}
+
+void RelayClient::close() {
+    std::error_code ignored;  // nothing is left to do for a descriptor that cannot be closed
+    stuck_timer.cancel();
+    socket.close(ignored);
+}
+
+void RelayClient::push(SharedFrame const& frame) {
+    queue.push(frame, FrameQueue::Clock::now());
+}
+
+ClientCounters RelayClient::counters() const {
+    return {id, queue.frames_sent(), queue.frames_dropped(), queue.bytes_sent(), queue.size()};
+}
+
+bool RelayClient::is_idle() const {
+    return queue.empty();
+}
+
+}  // namespace Kit

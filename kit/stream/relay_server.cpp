@@ -1,0 +1,275 @@
+#include "kit/stream/relay_server.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <asio/post.hpp>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "kit/stream/stream_format.h"
+#include "log/ilog.h"
+
+namespace Kit {
+
+namespace {
+
+/** Clients that are accepted before the others have their turn. */
+constexpr int kAcceptsATurn = 16;
+
+/** How long a client that cannot be accepted for want of a descriptor waits for the next attempt.
+ */
+constexpr std::chrono::milliseconds kAcceptAgainAfter{50};
+
+/** Blocks all signals for the calling thread, and so for the threads that it starts. */
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    SignalsBlocked(SignalsBlocked const&) = delete;
+    SignalsBlocked& operator=(SignalsBlocked const&) = delete;
+
+private:
+    sigset_t before = {};
+};
+
+int duplicate(int fd, std::string const& purpose) {
+    const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    if (copy >= 0) return copy;
+    throw std::system_error(errno, std::system_category(), purpose);
+}
+
+}  // namespace
+
+RelayServer::RelayServer(RelayOptions relay_options)
+    : options(std::move(relay_options)), socket(options.socket_path) {
+    acceptor.assign(duplicate(socket->fd(), "Failed to listen"));
+    wait_for_clients();
+    const SignalsBlocked signals_blocked;
+    thread = std::thread([this] { context.run(); });
+}
+
+RelayServer::~RelayServer() {
+    stop(std::chrono::milliseconds(0));
+}
+
+void RelayServer::publish(std::string stream_frame) {
+    if (!is_stream_frame(stream_frame)) {
+        throw std::invalid_argument("relay: not a whole stream frame");
+    }
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (stopped) return;
+        queue_frame(std::move(stream_frame));
+        if (std::exchange(flush_is_posted, true)) return;
+    }
+    asio::post(context, [this] {
+        {
+            const std::lock_guard<std::mutex> guard(lock);
+            flush_is_posted = false;
+        }
+        flush_clients();
+    });
+}
+
+void RelayServer::queue_frame(std::string stream_frame) {
+    ++totals.frames;
+    totals.bytes += stream_frame.size();
+    const auto frame = std::make_shared<std::string const>(std::move(stream_frame));
+    for (auto const& client : clients) client.second->push(frame);
+}
+
+void RelayServer::relay_from(int fd) {
+    const int copy = duplicate(fd, "Failed to relay from descriptor " + std::to_string(fd));
+    std::shared_ptr<RelaySource> source;
+    try {
+        source =
+            std::make_shared<RelaySource>(context, copy, static_cast<RelaySource::Owner&>(*this));
+    } catch (...) {
+        close(copy);
+        throw;
+    }
+    asio::post(context, [this, source = std::move(source)] {
+        if (stopping) return;
+        sources.push_back(source);
+        source->start();
+    });
+}
+
+RelayCounters RelayServer::counters() const {
+    const std::lock_guard<std::mutex> guard(lock);
+    RelayCounters now = totals;
+    for (auto const& client : clients) {
+        now.clients.push_back(client.second->counters());
+        now.frames_dropped += now.clients.back().frames_dropped;
+    }
+    return now;
+}
+
+void RelayServer::stop(std::chrono::milliseconds grace) {
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (std::exchange(stopped, true)) return;
+    }
+    asio::post(context, [this, grace] { begin_stop(grace); });
+    thread.join();
+}
+
+void RelayServer::wait_for_clients() {
+    acceptor.async_wait(asio::posix::stream_descriptor::wait_read,
+                        [this](std::error_code const& error) {
+                            if (!error) accept_clients();
+                        });
+}
+
+void RelayServer::accept_clients() {
+    if (stopping) return;
+    for (int i = 0; i < kAcceptsATurn; ++i) {
+        const int fd =
+            accept4(acceptor.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (fd >= 0) {
+            accept_fails = false;
+            add_client(fd);
+        } else if (errno == EAGAIN) {
+            break;
+        } else if (errno != EINTR && errno != ECONNABORTED) {
+            return accept_again_later();
+        }
+    }
+    wait_for_clients();
+}
+
+// The client stays in the backlog, where it would wake a plain wait at once and for ever.
+void RelayServer::accept_again_later() {
+    if (!std::exchange(accept_fails, true)) {
+        Petrel::ilog(1) << options.socket_path
+                        << ": cannot accept a client: " << std::strerror(errno) << "; trying again"
+                        << std::endl;
+    }
+    accept_timer.expires_after(kAcceptAgainAfter);
+    accept_timer.async_wait([this](std::error_code const& error) {
+        if (!error) accept_clients();
+    });
+}
+
+void RelayServer::add_client(int fd) {
+    const uint64_t id = totals.clients_accepted + 1;  // only this thread changes it
+    auto client = std::make_shared<RelayClient>(context, lock, options, id,
+                                                static_cast<RelayClient::Owner&>(*this));
+    if (!client->start(fd)) {
+        Petrel::ilog(1) << options.socket_path
+                        << ": cannot serve a client: " << std::strerror(errno) << std::endl;
+        return;
+    }
+    const std::lock_guard<std::mutex> guard(lock);
+    totals.clients_accepted = id;
+    clients.emplace(id, std::move(client));
+}
+
+std::vector<std::shared_ptr<RelayClient>> RelayServer::clients_now() const {
+    std::vector<std::shared_ptr<RelayClient>> now;
+    const std::lock_guard<std::mutex> guard(lock);
+    now.reserve(clients.size());
+    for (auto const& client : clients) now.push_back(client.second);
+    return now;
+}
+
+void RelayServer::flush_clients() {
+    unflushed = 0;
+    for (auto const& client : clients_now()) client->flush();
+}
+
+void RelayServer::client_is_idle() {
+    if (!stopping) return;
+    const auto now = clients_now();
+    const std::lock_guard<std::mutex> guard(lock);
+    if (std::all_of(now.begin(), now.end(), [](auto const& client) { return client->is_idle(); })) {
+        asio::post(context, [this] { finish(); });
+    }
+}
+
+void RelayServer::client_left(uint64_t id, RelayClient::Departure departure) {
+    const bool stuck = departure == RelayClient::Departure::kStuck;
+    if (stuck) {
+        Petrel::ilog(1) << options.socket_path << ": client " << id << " took no frame for "
+                        << options.stuck_after.count() << " ms and was dropped" << std::endl;
+    }
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        const auto found = clients.find(id);
+        if (found == clients.end()) return;
+        totals.frames_dropped += found->second->counters().frames_dropped;
+        totals.clients_dropped_stuck += stuck ? 1 : 0;
+        clients.erase(found);
+    }
+    client_is_idle();
+}
+
+// Clients are written to before a piece that holds many frames could fill a queue.
+void RelayServer::source_frame(std::string stream_frame) {
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        queue_frame(std::move(stream_frame));
+    }
+    if (++unflushed >= std::max<std::size_t>(options.queue_frames / 2, 1)) flush_clients();
+}
+
+void RelayServer::source_pause() {
+    if (unflushed > 0) flush_clients();
+}
+
+void RelayServer::source_fault(std::string const& reason) {
+    Petrel::ilog(2) << options.socket_path << ": the stream to relay is damaged: " << reason
+                    << std::endl;
+    const std::lock_guard<std::mutex> guard(lock);
+    totals.source_fault = reason;
+}
+
+void RelayServer::source_ended(RelaySource& source) {
+    sources.erase(std::remove_if(sources.begin(), sources.end(),
+                                 [&](auto const& held) { return held.get() == &source; }),
+                  sources.end());
+}
+
+void RelayServer::begin_stop(std::chrono::milliseconds grace) {
+    stopping = true;
+    accept_timer.cancel();
+    acceptor.close();
+    socket.reset();
+    for (auto const& source : std::exchange(sources, {})) source->finish();
+    flush_clients();
+    if (grace.count() <= 0) return finish();
+    grace_timer.expires_after(grace);
+    grace_timer.async_wait([this](std::error_code const&) { finish(); });
+    client_is_idle();
+}
+
+void RelayServer::finish() {
+    uint64_t undelivered = 0;
+    for (auto const& client : clients_now()) client->close();
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        for (auto const& client : std::exchange(clients, {})) {
+            const ClientCounters counters = client.second->counters();
+            undelivered += counters.queued;
+            totals.frames_dropped += counters.frames_dropped + counters.queued;
+        }
+    }
+    if (undelivered > 0) {
+        Petrel::ilog(1) << options.socket_path << ": " << undelivered
+                        << " frames were not delivered before the end" << std::endl;
+    }
+    context.stop();
+}
+
+}  // namespace Kit

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/steady_timer.hpp>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "kit/stream/listening_socket.h"
+#include "kit/stream/relay.h"
+#include "kit/stream/relay_client.h"
+#include "kit/stream/relay_source.h"
+
+namespace Kit {
+
+/**
+ * What stands behind a Relay, which says what each operation does: the thread, the lock, and what
+ * happens when clients come and go. Private members run on the relay's thread.
+ */
+class RelayServer final : private RelayClient::Owner, private RelaySource::Owner {
+public:
+    explicit RelayServer(RelayOptions relay_options);
+    ~RelayServer();
+    RelayServer(RelayServer const&) = delete;
+    RelayServer& operator=(RelayServer const&) = delete;
+
+    void publish(std::string stream_frame);
+    void relay_from(int fd);
+    RelayCounters counters() const;
+    void stop(std::chrono::milliseconds grace);
+
+private:
+    void client_is_idle() override;
+    void client_left(uint64_t id, RelayClient::Departure departure) override;
+    void source_frame(std::string stream_frame) override;
+    void source_pause() override;
+    void source_fault(std::string const& reason) override;
+    void source_ended(RelaySource& source) override;
+
+    void wait_for_clients();
+    void accept_clients();
+    void accept_again_later();
+    void add_client(int fd);
+    void flush_clients();
+    std::vector<std::shared_ptr<RelayClient>> clients_now() const;
+    void begin_stop(std::chrono::milliseconds grace);
+    void finish();
+
+    /** Queues a frame for every client. The caller holds the lock. */
+    void queue_frame(std::string stream_frame);
+
+    const RelayOptions options;
+    mutable std::mutex lock;  // of the five members that follow, and of the clients' queues
+    RelayCounters totals;
+    std::map<uint64_t, std::shared_ptr<RelayClient>> clients;
+    bool flush_is_posted = false;
+    bool stopped = false;
+
+    asio::io_context context{1};
+    asio::executor_work_guard<asio::io_context::executor_type> work{context.get_executor()};
+    std::optional<ListeningSocket> socket;
+    asio::posix::stream_descriptor acceptor{context};  // a duplicate of the socket's descriptor
+    asio::steady_timer accept_timer{context};
+    asio::steady_timer grace_timer{context};
+    std::vector<std::shared_ptr<RelaySource>> sources;
+    std::size_t unflushed = 0;  // frames queued by sources since clients were flushed
+    bool accept_fails = false;
+    bool stopping = false;
+    std::thread thread;
+};
+
+}  // namespace Kit

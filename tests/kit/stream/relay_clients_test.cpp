@@ -1,0 +1,317 @@
+// Clients that behave badly, and what the others notice of them.
+
+#include <dlfcn.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "kit/input_error.h"
+#include "kit/stream/unix_address.h"
+#include "relay_fixture.h"
+
+namespace {
+
+std::atomic<int> accepts{0};
+
+}  // namespace
+
+/** Counts how often the relay asks for a client. */
+extern "C" int accept4(int fd, sockaddr* address, socklen_t* size, int flags) {
+    ++accepts;
+    static auto* const real =
+        reinterpret_cast<int (*)(int, sockaddr*, socklen_t*, int)>(dlsym(RTLD_NEXT, "accept4"));
+    return real(fd, address, size, flags);
+}
+
+namespace {
+
+using stream_test::eventually;
+using stream_test::frame;
+using stream_test::numbers;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using namespace std::chrono_literals;
+
+constexpr int kLarge = 2000;
+
+class RelayClientsTest : public stream_test::RelayTest {
+protected:
+    /** Reads `size` bytes, fewer when no more are there. */
+    static std::size_t read_some(Client const& client, std::size_t size) {
+        std::string bytes(size, '\0');
+        return static_cast<std::size_t>(
+            std::max<ssize_t>(recv(client->fd(), bytes.data(), size, MSG_DONTWAIT), 0));
+    }
+
+    static void half_close(Client const& client) { shutdown(client->fd(), SHUT_WR); }
+};
+
+TEST_F(RelayClientsTest, AClientThatHasShutDownItsSendingSideGetsFrames) {
+    start();
+    const Client client = connect();
+    half_close(client);
+    publish(1, 20);
+    EXPECT_EQ(receive(client, 20), numbers(1, 20));
+}
+
+TEST_F(RelayClientsTest, WhatAClientSendsIsReadAndDiscarded) {
+    start();
+    const Client client = connect();
+    const std::string bytes(1 << 20, 'x');  // more than a socket holds
+    EXPECT_EQ(send(client->fd(), bytes.data(), bytes.size(), 0),
+              static_cast<ssize_t>(bytes.size()));
+    publish(1, 5);
+    EXPECT_EQ(receive(client, 5), numbers(1, 5));
+}
+
+TEST_F(RelayClientsTest, AClientThatHasClosedIsForgottenAlthoughNothingIsPublished) {
+    start();
+    connect().reset();
+    EXPECT_TRUE(eventually_no_clients());
+    EXPECT_EQ(relay->counters().clients_dropped_stuck, 0U);
+}
+
+TEST_F(RelayClientsTest, AHalfClosedClientThatClosesIsForgottenAlthoughNothingIsPublished) {
+    start();
+    Client client = connect();
+    half_close(client);
+    publish(1, 1);
+    receive(client, 1);
+    client.reset();
+    EXPECT_TRUE(eventually_no_clients());
+}
+
+TEST_F(RelayClientsTest, AClientThatDiesInsideAFrameIsForgotten) {
+    start();
+    Client client = connect();
+    publish(1, 64, kLarge);
+    ASSERT_TRUE(eventually([&] { return read_some(client, 20) == 20; }));
+    client.reset();
+    EXPECT_TRUE(eventually_no_clients());
+}
+
+TEST_F(RelayClientsTest, AStuckClientIsDroppedWithALogLine) {
+    start(4, 20ms);
+    const Client client = connect();
+    publish(1, 64, kLarge);
+    EXPECT_TRUE(eventually_no_clients());
+    EXPECT_EQ(relay->counters().clients_dropped_stuck, 1U);
+    EXPECT_THAT(log(), ElementsAre("/tmp/radar.sock: client 1 took no frame for 20 ms and was "
+                                   "dropped\n"));
+}
+
+TEST_F(RelayClientsTest, AClientThatReadsAByteNowAndThenIsStuck) {
+    start(4, 20ms);
+    const Client client = connect();
+    publish(1, 64, kLarge);
+    EXPECT_TRUE(eventually([&] {
+        read_some(client, 1);
+        return relay->counters().clients_dropped_stuck == 1;
+    }));
+}
+
+TEST_F(RelayClientsTest, AClientForWhichNothingWaitsIsNotStuck) {
+    start(4, 1ms);
+    const Client client = connect();
+    std::this_thread::sleep_for(20ms);
+    publish(1, 1);
+    EXPECT_EQ(receive(client, 1), numbers(1, 1));
+    EXPECT_EQ(relay->counters().clients_dropped_stuck, 0U);
+}
+
+TEST_F(RelayClientsTest, WithoutALimitAClientIsNeverStuck) {
+    start(4, 0ms);
+    const Client client = connect();
+    publish(1, 64, kLarge);
+    std::this_thread::sleep_for(20ms);
+    EXPECT_EQ(relay->counters().clients.size(), 1U);
+}
+
+TEST_F(RelayClientsTest, AStuckClientDisturbsNobody) {
+    start(64, 20ms);
+    const Client stuck = connect();
+    const Client client = connect();
+    for (uint64_t timestamp = 1; relay->counters().clients_dropped_stuck == 0; ++timestamp) {
+        publish(timestamp, timestamp, kLarge);
+        ASSERT_EQ(receive(client, 1), numbers(timestamp, timestamp));
+    }
+}
+
+/** Takes all descriptors of the process until it is destroyed. */
+class NoDescriptors {
+public:
+    NoDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &before);
+        const int lowest = dup(0);
+        close(lowest);
+        const rlimit none = {static_cast<rlim_t>(lowest), before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoDescriptors() { give_back(); }
+    NoDescriptors(NoDescriptors const&) = delete;
+    NoDescriptors& operator=(NoDescriptors const&) = delete;
+
+    void give_back() const { setrlimit(RLIMIT_NOFILE, &before); }
+
+private:
+    rlimit before = {};
+};
+
+class RelayWithoutDescriptorsTest : public RelayClientsTest {
+protected:
+    void SetUp() override {
+        RelayClientsTest::SetUp();
+        if (IsSkipped()) return;
+        start();
+        waiting = socket(AF_UNIX, SOCK_STREAM, 0);
+    }
+
+    void TearDown() override {
+        if (waiting >= 0) close(waiting);
+    }
+
+    /** Connects a client for which the relay has no descriptor. */
+    void connect_in_vain() const {
+        ASSERT_TRUE(Kit::connect_to(waiting, Kit::UnixAddress(kPath)));
+        ASSERT_TRUE(eventually([] { return !log().empty(); }));
+    }
+
+    int waiting = -1;
+};
+
+TEST_F(RelayWithoutDescriptorsTest, AClientWaitsUntilThereIsADescriptor) {
+    const NoDescriptors taken;
+    connect_in_vain();
+    taken.give_back();
+    EXPECT_TRUE(eventually([&] { return relay->counters().clients_accepted == 1; }));
+    EXPECT_THAT(log(), ElementsAre("/tmp/radar.sock: cannot accept a client: Too many open files; "
+                                   "trying again\n"));
+}
+
+TEST_F(RelayWithoutDescriptorsTest, TheRelayDoesNotSpin) {
+    const NoDescriptors taken;
+    connect_in_vain();
+    const int before = accepts;
+    const auto begin = std::chrono::steady_clock::now();
+    std::this_thread::sleep_for(40ms);
+    const int calls = accepts - before;
+    EXPECT_LE(calls, 1 + (std::chrono::steady_clock::now() - begin) / 50ms);
+}
+
+TEST_F(RelayWithoutDescriptorsTest, ClientsThatAreThereAreServed) {
+    const Client client = connect();
+    const NoDescriptors taken;
+    connect_in_vain();
+    publish(1, 20);
+    EXPECT_EQ(receive(client, 20), numbers(1, 20));
+}
+
+TEST_F(RelayWithoutDescriptorsTest, NoRelayIsMade) {
+    const NoDescriptors taken;
+    try {
+        const Kit::Relay second(Kit::RelayOptions{"/tmp/second.sock"});
+        FAIL() << "it was made";
+    } catch (Kit::InputError const& error) {
+        EXPECT_THAT(error.what(), testing::StartsWith("/tmp/second.sock: "));
+        EXPECT_THAT(error.what(), testing::EndsWith("Too many open files"));
+    }
+}
+
+/** Sixteen clients, eleven of which behave. */
+class SixteenClientsTest : public RelayClientsTest {
+protected:
+    static constexpr std::size_t kBehaving = 11;
+    static constexpr uint64_t kBurst = 32;
+    static constexpr int kTargets = 64;
+
+    /** One more client that reads all the time and keeps what it gets. */
+    void add_reader(Client client) {
+        readers.push_back(std::make_unique<Reader>());
+        Reader& reader = *readers.back();
+        reader.client = std::move(client);
+        reader.thread = std::thread([&reader] {
+            Kit::StreamFrame frame;
+            while (reader.client->next(frame, 30s) == Result::kFrame) {
+                reader.timestamps.push_back(frame.objects.timestamp());
+                reader.last = frame.objects.timestamp();
+            }
+        });
+    }
+
+    /** Publishes a burst that fits the queues, and waits until the readers have it. */
+    void publish_burst() {
+        publish(published + 1, published + kBurst, kTargets);
+        published += kBurst;
+        for (auto const& reader : readers) {
+            ASSERT_TRUE(eventually([&] { return reader->last == published; }));
+        }
+    }
+
+    /** Connects and goes a hundred times, sometimes in the middle of a frame. */
+    void reconnect_a_hundred_times() {
+        for (reconnects = 0; reconnects < 100; ++reconnects) {
+            const Client client = std::make_unique<Kit::StreamClient>(std::string(kPath));
+            if (reconnects % 2 == 0) read_some(client, 20);
+        }
+    }
+
+    void expect_everything_was_read() {
+        relay->stop(0ms);
+        for (auto const& reader : readers) {
+            reader->thread.join();
+            EXPECT_EQ(reader->timestamps, numbers(1, published));
+        }
+    }
+
+    struct Reader {
+        Client client;
+        std::vector<uint64_t> timestamps;
+        std::atomic<uint64_t> last{0};
+        std::thread thread;
+    };
+
+    std::vector<std::unique_ptr<Reader>> readers;
+    uint64_t published = 0;
+    std::atomic<int> reconnects{0};
+};
+
+TEST_F(SixteenClientsTest, FiveThatMisbehaveAreNotNoticedByTheOthers) {
+    start(64, 50ms);
+    for (std::size_t i = 0; i < kBehaving; ++i) add_reader(connect());
+    Client half_closed = connect();
+    half_close(half_closed);
+    add_reader(std::move(half_closed));
+    const Client stopped = connect();
+    const Client slow = connect();
+    Client dying = connect();
+    std::thread reconnecting([this] { reconnect_a_hundred_times(); });
+    while (published < 20 * kBurst || reconnects < 100 ||
+           relay->counters().clients_dropped_stuck < 2) {
+        publish_burst();
+        read_some(slow, 1);
+        if (dying && read_some(dying, 20) == 20) dying.reset();
+    }
+    reconnecting.join();
+    expect_everything_was_read();
+    EXPECT_EQ(relay->counters().clients_accepted, 115U);
+    EXPECT_EQ(relay->counters().clients_dropped_stuck, 2U);
+}
+
+TEST_F(SixteenClientsTest, ClientsThatDoNotReadLoseFramesAndTheOthersNone) {
+    start(64, kNever);
+    const Client stopped = connect();
+    for (std::size_t i = 0; i < 15; ++i) add_reader(connect());
+    while (relay->counters().frames_dropped < 100) publish_burst();
+    const Kit::RelayCounters counters = relay->counters();
+    ASSERT_EQ(counters.clients.size(), 16U);
+    EXPECT_EQ(counters.clients.front().frames_dropped, counters.frames_dropped);
+    EXPECT_EQ(counters.clients.front().frames_sent + counters.clients.front().queued +
+                  counters.frames_dropped,
+              published);
+    expect_everything_was_read();
+}
+
+}  // namespace

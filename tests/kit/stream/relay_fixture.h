@@ -1,0 +1,89 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "frames.h"
+#include "kit/stream/relay.h"
+#include "kit/stream/stream_client.h"
+#include "support/captured_log.h"
+#include "support/private_paths.h"
+
+namespace stream_test {
+
+/** A relay at a private path, and clients of it. */
+class RelayTest : public test_support::PrivatePathsTest {
+protected:
+    using Client = std::unique_ptr<Kit::StreamClient>;
+    using Result = Kit::StreamClient::Result;
+
+    /** Clients that are stuck are kept, unless a test asks for something else. */
+    void start(std::size_t queue_frames = 64, std::chrono::milliseconds stuck_after = kNever) {
+        relay = std::make_unique<Kit::Relay>(Kit::RelayOptions{kPath, queue_frames, stuck_after});
+    }
+
+    /** A client that the relay has accepted. */
+    Client connect() {
+        const uint64_t accepted = relay->counters().clients_accepted;
+        auto client = std::make_unique<Kit::StreamClient>(std::string(kPath));
+        EXPECT_TRUE(eventually([&] { return relay->counters().clients_accepted > accepted; }));
+        return client;
+    }
+
+    /** Publishes frames with the timestamps `first` to `last`. */
+    void publish(uint64_t first, uint64_t last, int targets = 2) {
+        for (uint64_t timestamp = first; timestamp <= last; ++timestamp) {
+            relay->publish(frame(timestamp, targets));
+        }
+    }
+
+    /** The timestamps of the next `count` frames, or of the frames up to the end of the stream. */
+    static std::vector<uint64_t> receive(Client const& client, std::size_t count) {
+        std::vector<uint64_t> timestamps;
+        Kit::StreamFrame frame;
+        while (timestamps.size() < count &&
+               client->next(frame, std::chrono::seconds(30)) == Result::kFrame) {
+            timestamps.push_back(frame.objects.timestamp());
+        }
+        return timestamps;
+    }
+
+    /** How the stream goes on. */
+    static Result next(Client const& client) {
+        Kit::StreamFrame frame;
+        return client->next(frame, std::chrono::seconds(30));
+    }
+
+    Kit::ClientCounters only_client() const {
+        const auto clients = relay->counters().clients;
+        EXPECT_EQ(clients.size(), 1U);
+        return clients.empty() ? Kit::ClientCounters{} : clients.front();
+    }
+
+    bool eventually_no_clients() const {
+        return eventually([this] { return relay->counters().clients.empty(); });
+    }
+
+    static std::vector<std::string> log() {
+        std::vector<std::string> texts;
+        for (auto const& line : test_support::captured_log()) texts.push_back(line.text);
+        return texts;
+    }
+
+    static constexpr char kPath[] = "/tmp/radar.sock";
+    static constexpr std::chrono::milliseconds kNever{0};
+
+    std::unique_ptr<Kit::Relay> relay;
+};
+
+/** The numbers `first` to `last`. */
+inline std::vector<uint64_t> numbers(uint64_t first, uint64_t last) {
+    std::vector<uint64_t> all;
+    for (uint64_t number = first; number <= last; ++number) all.push_back(number);
+    return all;
+}
+
+}  // namespace stream_test
