@@ -248,6 +248,12 @@ time_t time(time_t* result) noexcept {
     return real(result);
 }
 
+int nanosleep(timespec const* duration, timespec* left) {
+    PETRELRADAR_DOUBLE(nanosleep, duration);
+    static auto* const real = next<int(timespec const*, timespec*)>("nanosleep");
+    return real(duration, left);
+}
+
 int timerfd_create(int clock, int flags) noexcept {
     PETRELRADAR_DOUBLE(timerfd_create, clock, flags);
     return real_timerfd_create(clock, flags);

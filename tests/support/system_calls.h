@@ -43,6 +43,7 @@ public:
     std::function<int(pollfd* waits, nfds_t count, int timeout_ms)> poll;
     std::function<int(timeval* now)> gettimeofday;
     std::function<time_t()> time;
+    std::function<int(timespec const* time)> nanosleep;
     std::function<int(int clock, int flags)> timerfd_create;
     std::function<int(int fd, int flags, itimerspec const* setting)> timerfd_settime;
 };
