@@ -168,8 +168,11 @@ std::string SocketBuffer::data() const {
 
 bool SocketBuffer::set_data(char const* bytes, unsigned int len) {
     clear();
-    // The parser takes the length as an int; no frame is that long.
-    if (len > static_cast<unsigned int>(std::numeric_limits<int>::max())) return false;
+    // The parser takes the length as an int; no frame is that long. It resets the frame first.
+    if (len > static_cast<unsigned int>(std::numeric_limits<int>::max())) {
+        frame.Clear();
+        return false;
+    }
     return frame.ParseFromArray(bytes, static_cast<int>(len));
 }
 
