@@ -1,0 +1,30 @@
+#pragma once
+
+#include <vector>
+
+namespace test_support {
+
+/**
+ * The allocations of the program and its libraries: while an object of this class lives, `new` can
+ * be made to fail, and arrays are recorded. One object at a time, for one thread.
+ */
+class Allocations {
+public:
+    Allocations();
+    ~Allocations();
+    Allocations(Allocations const&) = delete;
+    Allocations& operator=(Allocations const&) = delete;
+
+    /** Whether this build lets a program take the place of the allocation functions. */
+    static bool can_be_replaced();
+
+    /** From now on every allocation fails. */
+    bool out_of_memory = false;
+    /** How many arrays are allocated from now on before one fails; negative when none is to. */
+    int arrays_until_failure = -1;
+    /** The arrays that were allocated and those that were freed so far, in order. */
+    std::vector<void*> allocated_arrays;
+    std::vector<void*> freed_arrays;
+};
+
+}  // namespace test_support
