@@ -1,0 +1,52 @@
+#include "chip/command.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "chip/keeper.h"
+
+namespace Chip {
+
+sigset_t watched_signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD})
+        sigaddset(&signals, signal);
+    return signals;
+}
+
+bool sent_by_program(int code) {
+    return code != SI_KERNEL;
+}
+
+int exit_status(int wait_status) {
+    return WIFSIGNALED(wait_status) ? 128 + WTERMSIG(wait_status) : WEXITSTATUS(wait_status);
+}
+
+Command::Command(std::vector<std::string> const& arguments, sigset_t const& original,
+                 std::vector<int> const& close_fds) {
+    const pid_t parent = getpid();
+    keeper_ = fork();
+    if (keeper_ < 0) throw std::system_error(errno, std::system_category(), "no process");
+    if (keeper_ > 0) return;
+    for (const int fd : close_fds) close(fd);
+    _exit(keep(arguments, original, parent));
+}
+
+void Command::send(int signal) const {
+    // Not after its end: the number may be another process's by then.
+    if (!status_) kill(keeper_, signal);
+}
+
+std::optional<int> Command::status() {
+    int wait_status = 0;
+    if (!status_ && waitpid(keeper_, &wait_status, WNOHANG) == keeper_) {
+        status_ = exit_status(wait_status);
+    }
+    return status_;
+}
+
+}  // namespace Chip
