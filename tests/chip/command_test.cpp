@@ -1,0 +1,172 @@
+// The command beside the chip: how it is started, told of signals, and ended.
+
+#include "chip/command.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "chip/chip_process.h"
+#include "support/private_paths.h"
+
+namespace {
+
+using chip_test::chip_with;
+using chip_test::Ended;
+using chip_test::Process;
+using chip_test::run;
+
+class CommandTest : public test_support::PrivatePathsTest {
+protected:
+    void SetUp() override {
+        PrivatePathsTest::SetUp();
+        if (IsSkipped()) return;
+        const std::string problem = chip_test::chip_problem();
+        if (!problem.empty()) GTEST_SKIP() << problem;
+    }
+
+    static std::vector<std::string> chip_with_script(std::string const& script) {
+        return chip_with({"sh", "-c", script});
+    }
+
+    /** How often `text` stands in what the process has printed. */
+    static int count(Process const& process, std::string const& text) {
+        int found = 0;
+        for (std::size_t at = process.output().find(text); at != std::string::npos;
+             at = process.output().find(text, at + text.size())) {
+            ++found;
+        }
+        return found;
+    }
+};
+
+TEST_F(CommandTest, ItsStatusIsThePrograms) {
+    EXPECT_EQ(run(chip_with_script("exit 7")).status, 7);
+    EXPECT_EQ(run(chip_with({"true"})).status, 0);
+}
+
+TEST_F(CommandTest, ASignalThatEndsItShowsInTheStatus) {
+    EXPECT_EQ(run(chip_with_script("kill -9 $$")).status, 128 + SIGKILL);
+}
+
+TEST_F(CommandTest, ACommandThatIsNotFoundIsNamed) {
+    const Ended ended = run(chip_with({"no-such-program"}));
+    EXPECT_EQ(ended.status, Chip::kNotFound);
+    EXPECT_EQ(ended.errors,
+              "petrelradar-chip: cannot run no-such-program: No such file or directory\n");
+}
+
+TEST_F(CommandTest, ACommandThatCannotBeRunIsNamed) {
+    const Ended ended = run(chip_with({"/etc/passwd"}));
+    EXPECT_EQ(ended.status, Chip::kCannotRun);
+    EXPECT_EQ(ended.errors, "petrelradar-chip: cannot run /etc/passwd: Permission denied\n");
+}
+
+TEST_F(CommandTest, ItGetsItsArgumentsAndTheStreamsAsTheyAre) {
+    const Ended ended =
+        run(chip_with({"sh", "-c", "echo \"$1\"; echo \"$2\" >&2", "sh", "a b", ""}));
+    EXPECT_EQ(ended.output, "a b\n");
+    EXPECT_EQ(ended.errors, "\n");
+}
+
+TEST_F(CommandTest, ItStartsWithoutBlockedOrIgnoredSignals) {
+    const Ended ended = run(chip_with_script("grep -E 'Sig(Blk|Ign)' /proc/self/status"));
+    EXPECT_EQ(ended.output, "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
+}
+
+TEST_F(CommandTest, ItHoldsNoDescriptorOfTheChip) {
+    EXPECT_EQ(run(chip_with_script("for fd in /proc/$$/fd/*; do readlink $fd; done | "
+                                   "grep -c -e fuse -e signalfd"))
+                  .output,
+              "0\n");
+}
+
+TEST_F(CommandTest, ASignalToTheChipIsPassedOn) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        Process chip(
+            chip_with_script("trap 'exit 5' INT TERM HUP QUIT; echo ready; "
+                             "while :; do sleep 0.01; done"));
+        ASSERT_TRUE(chip.await_output("ready"));
+        chip.signal(signal);
+        EXPECT_EQ(chip.wait(), 5) << signal;
+    }
+}
+
+TEST_F(CommandTest, AKeyOfTheTerminalReachesItOnce) {
+    chip_test::Surroundings with;
+    with.terminal = true;
+    Process chip(chip_with_script("trap 'echo got' INT; echo ready; "
+                                  "for i in 1 2 3 4 5 6 7 8 9 10; do sleep 0.01; done; "
+                                  "while :; do sleep 0.01; test -e /tmp/enough && exit; done"),
+                 with);
+    ASSERT_TRUE(chip.await_output("ready"));
+    chip.type("\x03");
+    ASSERT_TRUE(chip.await_output("got"));
+    test_support::write_file("/tmp/enough", "");
+    EXPECT_EQ(chip.wait(), 0);
+    EXPECT_EQ(count(chip, "got"), 1);
+}
+
+TEST_F(CommandTest, WhatItLeavesBehindIsEnded) {
+    const Ended ended = run(chip_with_script("sleep 1000 >/dev/null 2>&1 & echo $!"));
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_NE(kill(std::stoi(ended.output), 0), 0);
+}
+
+TEST_F(CommandTest, ItIsToldToEndWhenTheChipIsKilled) {
+    Process chip(
+        chip_with_script("trap 'echo told; exit' TERM; echo ready; "
+                         "while :; do sleep 0.01; done"));
+    ASSERT_TRUE(chip.await_output("ready"));
+    chip.signal(SIGKILL);
+    chip.await_silence();
+    EXPECT_EQ(count(chip, "told"), 1);
+}
+
+TEST_F(CommandTest, WhatItHasStartedEndsWhenTheChipIsKilled) {
+    Process chip(chip_with_script("sleep 1000 & echo $!; wait"));
+    ASSERT_TRUE(chip.await_output("\n"));
+    const pid_t sleeper = std::stoi(chip.output());
+    chip.signal(SIGKILL);
+    EXPECT_TRUE(chip_test::await_end_of(sleeper));
+}
+
+TEST_F(CommandTest, AnInputThatCannotBeReadStartsNoCommand) {
+    const Ended ended = run(chip_with({"echo", "started"}, {"--input", "/tmp/no-such-log.csv"}));
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.output, "");
+    EXPECT_NE(ended.errors.find("/tmp/no-such-log.csv: "), std::string::npos);
+}
+
+TEST_F(CommandTest, AnUnknownOptionStartsNoCommand) {
+    const Ended ended = run(chip_with({"echo", "started"}, {"--no-such-option"}));
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.output, "");
+}
+
+TEST_F(CommandTest, WithoutFuseItSaysSoAndStartsNoCommand) {
+    std::filesystem::rename("/dev/fuse", "/dev/fuse.away");
+    const Ended ended = run(chip_with({"echo", "started"}));
+    std::filesystem::rename("/dev/fuse.away", "/dev/fuse");
+    EXPECT_EQ(ended.status, 69);
+    EXPECT_EQ(ended.output, "");
+    EXPECT_EQ(ended.errors, "petrelradar-chip: cannot open /dev/fuse: No such file or directory\n");
+}
+
+TEST_F(CommandTest, WithoutNamespacesItSaysSoAndStartsNoCommand) {
+    const std::string script = "echo 0 >/proc/sys/user/max_mnt_namespaces && exec \"$@\"";
+    std::vector<std::string> arguments = {"unshare", "-r", "sh", "-c", script, "sh"};
+    if (run({"unshare", "-r", "true"}).status != 0) GTEST_SKIP() << "no user namespaces";
+    for (std::string const& argument : chip_with({"echo", "started"}))
+        arguments.push_back(argument);
+    const Ended ended = run(arguments);
+    EXPECT_EQ(ended.status, 69);
+    EXPECT_EQ(ended.output, "");
+    EXPECT_EQ(ended.errors, "petrelradar-chip: no mount namespace: No space left on device\n");
+}
+
+}  // namespace
