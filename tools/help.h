@@ -1,0 +1,24 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "tools/verb.h"
+
+namespace Tools {
+
+/** Lays out a help text: examples first, then how to call it, then every argument and option. */
+class HelpFormatter : public CLI::Formatter {
+public:
+    explicit HelpFormatter(std::vector<Verb::Example> examples);
+
+    std::string make_help(CLI::App const* app, std::string name,
+                          CLI::AppFormatMode mode) const override;
+    std::string make_option_opts(CLI::Option const* option) const override;
+
+private:
+    std::vector<Verb::Example> examples;
+};
+
+}  // namespace Tools

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+namespace Tools {
+
+/**
+ * Messages for people, on standard error: whole lines that begin with the program's name and verb.
+ * Coloured when standard error is a terminal. A message that cannot be written is lost, since there
+ * is nowhere left to say so. One thread at a time.
+ */
+class Messages {
+public:
+    /** @param verb the verb that speaks; empty for the program itself. */
+    explicit Messages(std::string const& verb);
+
+    /** Something happened that is no problem. */
+    void note(std::string const& text) const;
+    /** Something is wrong, and the work goes on. */
+    void warn(std::string const& text) const;
+    /** Something is wrong, and the work ends. */
+    void error(std::string const& text) const;
+
+    /** Writes `text` as it is. */
+    static void print(std::string const& text);
+
+private:
+    void say(std::string const& colour, std::string const& text) const;
+
+    std::string prefix;
+    bool coloured;
+};
+
+}  // namespace Tools

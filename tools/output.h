@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace Tools {
+
+/** Whoever read standard output has gone, or the person at the terminal ended the program. */
+struct OutputClosed {};
+
+/**
+ * Standard output: collects data and hands it over in large pieces, or when it is told to. What was
+ * not flushed is lost when the object is destroyed. One thread at a time.
+ *
+ * write() and flush() throw OutputClosed when nobody reads any more (the program then ends quietly:
+ * "petrelradar ... | head"), and Kit::InputError when the system refuses the data ("standard
+ * output: No space left on device").
+ */
+class Output {
+public:
+    /** @param fd where data goes; not owned. */
+    explicit Output(int fd);
+
+    void write(std::string_view data);
+    void flush();
+
+    bool is_terminal() const noexcept;
+    int fd() const noexcept;
+
+    /** Throws OutputClosed when the reader has gone, without anything being written. */
+    void check_reader() const;
+
+private:
+    int descriptor;
+    std::string collected;
+};
+
+}  // namespace Tools

@@ -1,0 +1,120 @@
+#include "tools/program.h"
+
+#include <unistd.h>
+
+#include <exception>
+#include <string>
+#include <utility>
+
+#include "kit/input_error.h"
+#include "tools/help.h"
+#include "tools/usage_error.h"
+#include "tools/verbs.h"
+
+namespace Tools {
+
+namespace {
+
+constexpr char kName[] = "petrelradar";
+constexpr char kSummary[] = "Everything that one does with a radar's recordings and live streams.";
+constexpr char kDetails[] =
+    "Data goes to standard output, everything else to standard error.\n"
+    "Exit status: 0 all well; 1 failed; 2 usage; 3 finished, but something was lost,\n"
+    "skipped or damaged.";
+
+/** The examples of the program itself: the first one of each verb. */
+std::vector<Verb::Example> first_examples(std::vector<Verb> const& verbs) {
+    std::vector<Verb::Example> examples;
+    for (Verb const& verb : verbs) {
+        if (!verb.examples.empty()) examples.push_back(verb.examples.front());
+    }
+    return examples;
+}
+
+void add_verb(Verb const& verb, CommandLine& line) {
+    CLI::App& parser = *line.parser->add_subcommand(verb.name, verb.summary);
+    parser.group("Verbs");
+    parser.set_help_flag("-h,--help", "Print this help");
+    parser.formatter(std::make_shared<HelpFormatter>(verb.examples));
+    parser.footer(verb.details);
+    line.runs[verb.name] = verb.declare(parser);
+}
+
+/** The name of the verb that the arguments chose; empty when they chose none. */
+std::string chosen_verb(CLI::App const& parser) {
+    const auto chosen = parser.get_subcommands();
+    return chosen.empty() ? "" : chosen.front()->get_name();
+}
+
+/** What was wrong with the arguments, in the words of a person. */
+std::string problem(CLI::App const& parser, CLI::ParseError const& error) {
+    const std::vector<std::string> others = parser.remaining();
+    if (!chosen_verb(parser).empty() || others.empty()) return error.what();
+    return "'" + others.front() + (others.front()[0] == '-' ? "' is no option" : "' is no verb");
+}
+
+ExitStatus usage_failure(std::string const& verb, std::string const& text) {
+    const Messages messages(verb);
+    messages.error(text);
+    Messages::print("Try 'petrelradar " + (verb.empty() ? "" : verb + " ") + "--help'.\n");
+    return ExitStatus::kUsage;
+}
+
+/** Does `work`, with every way in which it can end turned into a status. */
+template <typename Work>
+ExitStatus finish(std::string const& verb, Work work) {
+    Console console{Output(STDOUT_FILENO), Messages(verb)};
+    try {
+        const ExitStatus status = work(console);
+        console.out.flush();
+        return status;
+    } catch (OutputClosed const&) {
+        return ExitStatus::kOk;
+    } catch (UsageError const& error) {
+        return usage_failure(verb, error.what());
+    } catch (std::exception const& error) {
+        console.messages.error(error.what());
+        return ExitStatus::kFailed;
+    }
+}
+
+}  // namespace
+
+CommandLine make_command_line(std::vector<Verb> const& verbs) {
+    CommandLine line;
+    line.parser = std::make_unique<CLI::App>(kSummary, kName);
+    line.parser->formatter(std::make_shared<HelpFormatter>(first_examples(verbs)));
+    line.parser->footer(kDetails);
+    line.parser->set_help_flag("-h,--help", "Print this help");
+    line.parser->set_version_flag("--version", std::string(kName) + " " + PETRELRADAR_VERSION,
+                                  "Print the program's version");
+    line.parser->require_subcommand(1);
+    for (Verb const& verb : verbs) add_verb(verb, line);
+    return line;
+}
+
+ExitStatus run_program(int argc, char const* const* argv) {
+    const CommandLine line = make_command_line(all_verbs());
+    std::string verb;
+    try {
+        line.parser->parse(argc, argv);
+        verb = chosen_verb(*line.parser);
+    } catch (CLI::CallForHelp const&) {
+        return finish("", [&](Console& console) {
+            console.out.write(line.parser->help());
+            return ExitStatus::kOk;
+        });
+    } catch (CLI::CallForVersion const& version) {
+        return finish("", [&](Console& console) {
+            console.out.write(std::string(version.what()) + "\n");
+            return ExitStatus::kOk;
+        });
+    } catch (CLI::ParseError const& error) {
+        if (argc > 1) return usage_failure(chosen_verb(*line.parser), problem(*line.parser, error));
+        Messages::print(line.parser->help());
+        return ExitStatus::kUsage;
+    }
+    return finish(verb, [&](Console& console) { return line.runs.at(verb)(console); });
+}
+
+}  // namespace Tools

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "tools/exit_status.h"
+#include "tools/verb.h"
+
+namespace Tools {
+
+/** The program's command line: the parser with all verbs, and what runs each. */
+struct CommandLine {
+    std::unique_ptr<CLI::App> parser;
+    std::map<std::string, Run> runs;  // by verb
+};
+
+/** Makes the command line of these verbs. */
+CommandLine make_command_line(std::vector<Verb> const& verbs);
+
+/** Parses the arguments and runs the verb that they name, or prints help, version or error. */
+ExitStatus run_program(int argc, char const* const* argv);
+
+}  // namespace Tools
