@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "service/options.h"
+
+namespace Service {
+
+/** Where the service's sockets are. */
+struct SocketPaths {
+    std::string stream;
+    std::string status;
+};
+
+/**
+ * Returns the paths that `options` ask for, or those in the runtime directory, which is made when
+ * it is missing.
+ *
+ * @throws Kit::InputError when the runtime directory is needed and cannot be used.
+ */
+SocketPaths choose_socket_paths(Options const& options);
+
+}  // namespace Service
