@@ -1,0 +1,185 @@
+#include "service/recorders.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ios>
+#include <thread>
+
+#include "kit/input_error.h"
+#include "log/ilog.h"
+#include "service/log_tap.h"
+
+namespace Service {
+
+namespace {
+
+/** The lower halves of the record tags. Never change; 0x2052 is that of raw records. */
+constexpr int kObjectsId = 0x2050;
+constexpr int kDiagnosticsId = 0x2051;
+
+constexpr char kDiagnosticsDirectory[] = "/tmp/radar-diagnostics";
+constexpr std::chrono::seconds kDiagnosticsInterval(1);
+
+/** The raw recorder begins like the library's own default. */
+constexpr long kRawFileTime = 10;
+
+/** How long no frame is stored before the rest of the queue is given up. */
+constexpr std::chrono::milliseconds kQueuePatience(500);
+constexpr std::chrono::milliseconds kQueueLook(5);
+
+std::string directory_of(int location) {
+    return location == 1 ? "/var/spool/storage/SD_DISK" : "/tmp";
+}
+
+void make_directory(std::string const& directory) {
+    if (mkdir(directory.c_str(), 0777) == 0 || errno == EEXIST) return;
+    throw Kit::InputError(directory + ": " + std::strerror(errno));
+}
+
+/** Tries the directory out, since permissions alone do not tell of a read-only medium. */
+void check_writable(std::string const& directory) {
+    std::string trial = directory + "/.petrelradard-XXXXXX";
+    const FileDescriptor file(mkostemp(trial.data(), O_CLOEXEC));
+    if (file.valid()) {
+        unlink(trial.c_str());  // it was made this moment
+        return;
+    }
+    const int error = errno;
+    // What is full now can have room later: the recorder tries again with every frame.
+    if (error == ENOSPC || error == EDQUOT) {
+        Petrel::ilog(1) << directory << ": " << std::strerror(error) << std::endl;
+        return;
+    }
+    throw Kit::InputError(directory + ": cannot be written to: " + std::strerror(error));
+}
+
+}  // namespace
+
+Recorders::Recorders(Settings const& settings) {
+    find_places(settings);
+    make_directory(kDiagnosticsDirectory);
+    std::vector<RecordingPlace> places;
+    for (Recorder& recorder : recorders_) {
+        if (!recorder.enabled) continue;
+        check_writable(recorder.place.directory);
+        recorder.watched = places.size();
+        places.push_back(recorder.place);
+        LogTap::instance().follow(recorder.place.path_start());
+    }
+    watch_ = std::make_unique<RecordingWatch>(std::move(places));
+    switch_on(settings);
+}
+
+Recorders::~Recorders() {
+    finish();
+}
+
+void Recorders::find_places(Settings const& settings) {
+    const auto set = [&](Kind kind, char const* name, RecordingPlace place, char const* key,
+                         int absent) {
+        recorders_[kind].name = name;
+        recorders_[kind].place = std::move(place);
+        recorders_[kind].enabled = settings.value(key, absent) == 1;
+    };
+    const auto directory = [&](char const* key) { return directory_of(settings.value(key, 0)); };
+    set(kObjects, "objects", {directory("FileWriterLocation"), "radar"}, "FileWriterEnabled", 1);
+    set(kRaw, "raw", {directory("DataFileWriterLocation"), "raw"}, "DataFileWriterEnabled", 0);
+    set(kDiagnostics, "diagnostics", {kDiagnosticsDirectory, "radar"},
+        "DiagnosticFileWriterEnabled", 1);
+}
+
+/** A recorder ignores the settings that are not its own, so each gets them all. */
+void Recorders::switch_on(Settings const& settings) {
+    objects_ = std::make_unique<Radar::ObjectFileWriterThread>(kObjectsId);
+    raw_ = std::make_unique<Radar::DataFileWriter>(recorders_[kRaw].place.directory, kRawFileTime,
+                                                   false, recorders_[kRaw].place.prefix, 0);
+    // It records from its construction on, so it is not made when it is to be off.
+    if (recorders_[kDiagnostics].enabled) {
+        diagnostics_ = std::make_unique<Radar::DiagnosticFileWriter>(kDiagnosticsId);
+    }
+    for (auto const& [key, value] : settings.recorder_entries()) {
+        objects_->configure(key, value);
+        raw_->configure(key, value);
+        if (diagnostics_) diagnostics_->configure(key, value);
+    }
+}
+
+void Recorders::record(Radar::SocketBuffer const& frame, std::function<std::string()> const& raw,
+                       bool failure_active, Clock::time_point now) {
+    store(kObjects, [&] { objects_->write(frame); });
+    store(kRaw, [&] { raw_->write(raw()); });
+    if (!failure_active && now < next_diagnostics_) return;
+    next_diagnostics_ = now + kDiagnosticsInterval;
+    store(kDiagnostics, [&] { diagnostics_->write(frame); });
+}
+
+template <typename Store>
+void Recorders::store(Kind kind, Store const& store) {
+    Recorder& recorder = recorders_[kind];
+    if (!recorder.enabled || !objects_) return;
+    ++recorder.frames;
+    try {
+        store();
+    } catch (std::ios_base::failure const& failure) {
+        ++recorder.exceptions;
+        recorder.last_exception = recorder.place.directory + ": " + failure.what();
+        Petrel::ilog(1) << "Error writing frame counter in " << recorder.last_exception
+                        << std::endl;
+    }
+}
+
+std::map<std::string, Kit::RecorderStatus> Recorders::status() const {
+    std::map<std::string, Kit::RecorderStatus> all;
+    for (Recorder const& recorder : recorders_) {
+        const RecordedFiles recorded = files(recorder);
+        const LogTap::Problems problems = LogTap::instance().problems(recorder.place.path_start());
+        Kit::RecorderStatus& status = all[recorder.name];
+        status.enabled = recorder.enabled;
+        status.directory = recorder.place.directory;
+        status.file = recorded.current;
+        status.last_completed = recorded.last_completed;
+        status.frames = recorder.frames;
+        status.frames_written = recorded.frames;
+        status.files_completed = recorded.completed;
+        status.files_flushed = recorded.flushed;
+        status.flush_failures = recorded.flush_failures;
+        status.errors = problems.count + recorder.exceptions;
+        status.last_error = problems.last.empty() ? recorder.last_exception : problems.last;
+    }
+    return all;
+}
+
+RecordedFiles Recorders::files(Recorder const& recorder) const {
+    return recorder.enabled ? watch_->files(recorder.watched) : RecordedFiles();
+}
+
+/**
+ * The writer thread looks at its queue every 50 ms and drops what has come since when it is ended;
+ * so it is ended when the files have counted every frame, or count no more.
+ */
+void Recorders::wait_for_queue() const {
+    uint64_t counted = 0;
+    for (auto since = Clock::now(); Clock::now() - since < kQueuePatience;) {
+        const uint64_t frames = files(recorders_[kObjects]).frames;
+        if (frames >= recorders_[kObjects].frames) return;
+        if (frames != counted) since = Clock::now();
+        counted = frames;
+        std::this_thread::sleep_for(kQueueLook);
+    }
+}
+
+void Recorders::finish() {
+    if (!objects_) return;
+    if (recorders_[kObjects].enabled) wait_for_queue();
+    objects_.reset();
+    raw_.reset();
+    diagnostics_.reset();
+    watch_->stop();
+}
+
+}  // namespace Service

@@ -1,0 +1,66 @@
+#include "service/raw_record.h"
+
+#include <gtest/gtest.h>
+
+#include "kit/detections/chip_frame.h"
+#include "recordings.h"
+
+namespace {
+
+using Service::FrameConditions;
+
+/** The word of 4 bytes at place `index` of the record. */
+uint32_t word(std::string const& record, std::size_t index) {
+    uint32_t value = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        value |= uint32_t{static_cast<unsigned char>(record.at(4 * index + i))} << (8 * i);
+    }
+    return value;
+}
+
+std::string record_of(int targets, FrameConditions const& conditions = {}) {
+    return Service::raw_record(service_test::frame_at(0x123456789, targets), 7, conditions);
+}
+
+TEST(RawRecordTest, ARecordBeginsWithItsTagAndTheSizeOfItsRegisters) {
+    const std::string record = record_of(2);
+    EXPECT_EQ(word(record, 0), 0xFEED2052U);
+    EXPECT_EQ(word(record, 1), 4U * (4 + 2 * 3));
+    EXPECT_EQ(record.size(), 8U + word(record, 1));
+}
+
+TEST(RawRecordTest, TheFrameIsNumberedAndTimed) {
+    const std::string record = record_of(2);
+    EXPECT_EQ(word(record, 2), 7U);
+    EXPECT_EQ(word(record, 3), 0x23456789U);
+    EXPECT_EQ(word(record, 4), 1U);
+}
+
+TEST(RawRecordTest, TheFrameRegisterHasTheNumberOfTargets) {
+    EXPECT_EQ(word(record_of(2), 5), 2U);
+    EXPECT_EQ(word(record_of(0), 5), 0U);
+}
+
+TEST(RawRecordTest, TheFrameRegisterHasTheConditions) {
+    EXPECT_EQ(word(record_of(0, {false, true}), 5), 1U << 8);
+    EXPECT_EQ(word(record_of(0, {true, false}), 5), 1U << 9);
+}
+
+TEST(RawRecordTest, TheTargetsAreAsTheChipHasThem) {
+    const std::string record = record_of(2);
+    const Kit::DemoChip::TargetWords words = {word(record, 9), word(record, 10), word(record, 11)};
+    EXPECT_EQ(Kit::DemoChip::unpack_target(words).ShortDebugString(),
+              service_test::frame_at(0, 2).targets(1).ShortDebugString());
+}
+
+TEST(RawRecordTest, AFrameWithMoreTargetsThanTheWindowHoldsIsCutAndSaysSo) {
+    const std::string record = record_of(65);
+    EXPECT_EQ(word(record, 5), 64U | 1U << 10);
+    EXPECT_EQ(record.size(), 8U + 4 * (4 + 64 * 3));
+}
+
+TEST(RawRecordTest, AFrameThatFillsTheWindowIsNotCut) {
+    EXPECT_EQ(word(record_of(64), 5), 64U);
+}
+
+}  // namespace
