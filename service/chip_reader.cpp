@@ -1,0 +1,82 @@
+#include "service/chip_reader.h"
+
+#include <cmath>
+#include <exception>
+
+#include "log/ilog.h"
+
+namespace Service {
+
+namespace {
+
+/** A frame waits this long at most; asking costs one register read. */
+constexpr std::chrono::milliseconds kPollInterval(5);
+constexpr std::chrono::milliseconds kOpenInterval(1000);
+
+ChipSettings chip_settings(Options const& options) {
+    ChipSettings settings;
+    settings.frame_rate = static_cast<int>(std::lround(options.frame_rate.value_or(0)));
+    return settings;
+}
+
+}  // namespace
+
+ChipReader::ChipReader(Options const& options)
+    : settings_(chip_settings(options)),
+      chip_(std::make_unique<ChipInput>(settings_)),
+      due_(Clock::now()) {}
+
+Input::Result ChipReader::next(RO::RadarObjects& frame, FrameConditions& conditions) {
+    due_ = Clock::now() + kPollInterval;
+    if (!chip_ && !open_again()) return Result::kNothing;
+    const bool read = chip_->poll(frame);
+    if (!read && !chip_->problem().empty()) return fail(chip_->problem());
+    if (!problem_.empty()) {
+        Petrel::ilog(0) << "The chip answers again" << std::endl;
+        problem_.clear();
+    }
+    if (!read) return chip_->ended() ? Result::kEnd : Result::kNothing;
+    take_events(conditions);
+    due_ = Clock::now();  // the next one may be waiting
+    return Result::kFrame;
+}
+
+bool ChipReader::open_again() {
+    if (Clock::now() < open_at_) return false;
+    try {
+        chip_ = std::make_unique<ChipInput>(settings_);
+        dropped_ = 0;
+        return true;
+    } catch (std::exception const& failure) {
+        fail(failure.what());
+        return false;
+    }
+}
+
+/** Lets go of the chip: its device may be gone and its settings lost. */
+Input::Result ChipReader::fail(std::string const& problem) {
+    ++errors_;
+    if (problem != problem_) Petrel::ilog(2) << problem << std::endl;
+    problem_ = problem;
+    last_problem_ = problem;
+    chip_.reset();
+    open_at_ = Clock::now() + kOpenInterval;
+    return Result::kNothing;
+}
+
+void ChipReader::take_events(FrameConditions& conditions) {
+    const ChipEvents events = chip_->take_events();
+    conditions.interfered = events.interference;
+    conditions.saturated = events.saturation || events.cut;
+    if (!events.overflow) return;
+    const uint32_t dropped = chip_->counters().dropped;
+    Petrel::ilog(1) << "The chip has dropped " << dropped - dropped_
+                    << " frames that were not read in time" << std::endl;
+    dropped_ = dropped;
+}
+
+Kit::InputStatus ChipReader::status() const {
+    return {"chip", "chip", errors_, last_problem_};
+}
+
+}  // namespace Service

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "kit/detections/pacer.h"
+#include "kit/frame_source.h"
+#include "service/input.h"
+
+namespace Service {
+
+/**
+ * Plays a detection log, a recording or a synthetic scene at its own pace or a multiple of it. A
+ * replayed frame has the timestamp that it had when it was measured; a frame of a scene that of the
+ * moment in which it is taken, from the system's clock.
+ *
+ * Owns the source, and reads it one frame ahead.
+ */
+class ReplayInput : public Input {
+public:
+    /** Reads the first frame. @throws Kit::InputError when there is none. */
+    explicit ReplayInput(Options const& options);
+
+    Clock::time_point due() const override { return due_; }
+    Result next(RO::RadarObjects& frame, FrameConditions& conditions) override;
+    Kit::InputStatus status() const override;
+
+private:
+    void read_ahead();
+    bool read_frame();
+    void plan();
+
+    std::string name_;
+    bool is_scene_;
+    bool loop_;
+    std::unique_ptr<Kit::FrameSource> source_;
+    /** None plays as fast as possible. */
+    std::optional<Kit::Pacer> pacer_;
+
+    /** The frame read ahead, unless the source has ended or failed. */
+    RO::RadarObjects ahead_;
+    bool ended_ = false;
+    std::exception_ptr failure_;
+    /** Frames taken, and when the first one was, moved by what was lost in long stops. */
+    uint64_t frames_ = 0;
+    Clock::time_point started_;
+    Clock::time_point due_;
+};
+
+}  // namespace Service
