@@ -1,0 +1,114 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+
+#include "log/ilog.h"
+#include "radar/radar_status_interface.h"
+#include "service/log_tap.h"
+#include "service/radar_service.h"
+#include "service/version.h"
+
+namespace Service {
+
+namespace {
+
+Kit::FailureStatus failure_status(Radar::Failure const& failures,
+                                  Radar::Failure::radar_failure reason) {
+    return {static_cast<int32_t>(failures.reason(reason)), failures.str(reason),
+            failures.state(reason)};
+}
+
+std::vector<Kit::FailureStatus> all_failures(Radar::Failure const& failures) {
+    std::vector<Kit::FailureStatus> all;
+    for (auto const& entry : failures) all.push_back(failure_status(failures, entry.first));
+    std::sort(all.begin(), all.end(),
+              [](auto const& left, auto const& right) { return left.reason < right.reason; });
+    return all;
+}
+
+Kit::StreamStatus stream_status(Kit::RelayCounters const& counters, std::string const& socket) {
+    Kit::StreamStatus status;
+    status.socket = socket;
+    status.frames = counters.frames;
+    status.bytes = counters.bytes;
+    status.clients_accepted = counters.clients_accepted;
+    status.clients_dropped_stuck = counters.clients_dropped_stuck;
+    status.frames_dropped = counters.frames_dropped;
+    for (Kit::ClientCounters const& client : counters.clients) {
+        status.clients.push_back({client.id, client.frames_sent, client.frames_dropped,
+                                  client.bytes_sent, client.queued});
+    }
+    return status;
+}
+
+/** The items of the registry. One that fails takes the others with it. */
+std::map<std::string, std::string> status_items() {
+    try {
+        const auto items = Radar::RadarStatusInterface::instance->get_radar_status();
+        return {items.begin(), items.end()};
+    } catch (std::exception const& failure) {
+        Petrel::ilog(1) << "Failed to collect the status items: " << failure.what() << std::endl;
+        return {};
+    }
+}
+
+constexpr char const* kItems[] = {"input", "failure", "recording", "watchdog"};
+
+}  // namespace
+
+/** An item cannot be taken out of the registry; it can only be replaced. */
+void RadarService::register_status_items() {
+    auto& registry = *Radar::RadarStatusInterface::instance;
+    registry.set_radar_status_callback("input", [this] {
+        return input_->status().name + ", " + std::to_string(frames_) + " frames";
+    });
+    registry.set_radar_status_callback("failure", [this] {
+        return failures_.any_active() ? failures_.failures().str(Radar::Failure::current_failure)
+                                      : std::string("none");
+    });
+    registry.set_radar_status_callback("recording", [this] {
+        const std::string file = recorders_.status()["objects"].file;
+        return file.empty() ? std::string("off") : file;
+    });
+    registry.set_radar_status_callback("watchdog", [this] {
+        return std::string(failures_.is_data_missing() ? "expired" : "armed");
+    });
+}
+
+void RadarService::remove_status_items() {
+    for (char const* const item : kItems) {
+        Radar::RadarStatusInterface::instance->set_radar_status_callback(
+            item, [] { return std::string("stopped"); });
+    }
+}
+
+Kit::Status RadarService::status() {
+    Kit::Status status;
+    status.version = kVersion;
+    status.pid = getpid();
+    status.state = stopping_ ? "stopping" : "running";
+    status.uptime_us = static_cast<uint64_t>(
+        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - started_).count());
+    status.input = input_->status();
+    status.items = status_items();
+    status.failure_flag = failures_.flag();
+    status.current_failure = failure_status(failures_.failures(), Radar::Failure::current_failure);
+    status.failures = all_failures(failures_.failures());
+    status.frames = frames_;
+    status.targets = targets_;
+    status.targets_dropped = targets_dropped_;
+    status.last_timestamp_us = last_timestamp_;
+    status.stream = stream_status(relay_.counters(), sockets_.stream);
+    status.recorders = recorders_.status();
+    status.watchdog = {settings_.value(kWatchdogTimeoutKey, kDefaultWatchdogTimeout),
+                       failures_.is_data_missing(), expirations_};
+    status.settings_file = settings_.file();
+    status.log_warnings = LogTap::instance().warnings();
+    status.log_errors = LogTap::instance().errors();
+    status.last_log = LogTap::instance().last();
+    return status;
+}
+
+}  // namespace Service

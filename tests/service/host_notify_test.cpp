@@ -1,0 +1,62 @@
+#include <csignal>
+
+#include "host_fixture.h"
+
+/** What the running program tells the service manager. */
+namespace {
+
+using service_test::frames_of;
+using service_test::kLog;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class HostNotifyTest : public service_test::HostTest {};
+
+TEST_F(HostNotifyTest, ReadinessIsToldWhenTheSocketsAreThere) {
+    start({"--input", "scene"});
+    EXPECT_THAT(host_->await_notification("READY=1"), HasSubstr("STATUS="));
+    EXPECT_EQ(host_->status()["state"], "running");
+    EXPECT_GE(service_test::connect_to(host_->socket()).get(), 0);
+}
+
+TEST_F(HostNotifyTest, AServiceThatDoesNotStartIsNeverReady) {
+    start({"--input", "/tmp/none.csv"});
+    EXPECT_EQ(host_->await_notification("READY=1"), "");
+}
+
+TEST_F(HostNotifyTest, BeingAliveIsToldOftenEnough) {
+    start_scene("", {{"WATCHDOG_USEC", "200000"}});
+    EXPECT_EQ(host_->await_notification("WATCHDOG=1"), "WATCHDOG=1");
+    EXPECT_EQ(host_->await_notification("WATCHDOG=1"), "WATCHDOG=1");
+}
+
+TEST_F(HostNotifyTest, WithoutDataTheServiceIsNotAlive) {
+    test_support::write_file(kLog, service_test::log_of(frames_of(2, 300000)));
+    start({"--input", kLog, "--rate", "0.01", "--settings", settings_file("WatchdogTimeout=1\n")},
+          {{"WATCHDOG_USEC", "400000"}})
+        .await_ready();
+    host_->await_status([](auto const& status) { return status["watchdog"]["expired"] == true; });
+    // What was sent before is read away; from then on nothing comes in three intervals.
+    while (!host_->await_notification("WATCHDOG=1", std::chrono::milliseconds(1)).empty()) {
+    }
+    EXPECT_EQ(host_->await_notification("WATCHDOG=1", std::chrono::milliseconds(600)), "");
+}
+
+TEST_F(HostNotifyTest, StoppingIsTold) {
+    start_scene();
+    host_->signal(SIGTERM);
+    EXPECT_THAT(host_->await_notification("STOPPING=1"), StartsWith("STOPPING=1\n"));
+}
+
+TEST_F(HostNotifyTest, WithoutAManagerTheServiceWorks) {
+    start({"--input", "scene"}, {{"NOTIFY_SOCKET", ""}});
+    // Nothing tells when it is ready; the status does when it is there.
+    const auto deadline = std::chrono::steady_clock::now() + service_test::kPatience;
+    while (access(host_->status_socket().c_str(), F_OK) != 0 &&
+           std::chrono::steady_clock::now() < deadline) {
+        service_test::pause_shortly();
+    }
+    EXPECT_EQ(host_->status()["state"], "running");
+}
+
+}  // namespace
