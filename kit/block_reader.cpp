@@ -66,10 +66,10 @@ std::size_t buffer_size(std::size_t size) {
 
 }  // namespace
 
-BlockReader::BlockReader(std::string const& path_)
+BlockReader::BlockReader(std::string const& path_, std::size_t block_size)
     : path(path_ == "-" ? "standard input" : path_),
       fd(path_ == "-" ? duplicate_standard_input() : open_input(path_)),
-      buffer(kBlockSize) {}
+      buffer(block_size) {}
 
 BlockReader::~BlockReader() {
     close(fd);

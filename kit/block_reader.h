@@ -24,9 +24,10 @@ public:
     /**
      * Opens `path`; "-" is standard input. Opening a FIFO waits for its writer.
      *
+     * @param block_size bytes to begin with, where less than a block will do.
      * @throws InputError "path: reason" when it cannot be opened or is a directory or a device.
      */
-    explicit BlockReader(std::string const& path);
+    explicit BlockReader(std::string const& path, std::size_t block_size = kBlockSize);
     ~BlockReader();
     BlockReader(BlockReader const&) = delete;
     BlockReader& operator=(BlockReader const&) = delete;

@@ -45,6 +45,13 @@ RecordingScanner::Item RecordingScanner::next() {
     return Item::kEnd;
 }
 
+void RecordingScanner::rewind() {
+    input->rewind();
+    state = State::kHeader;
+    consumed = 0;
+    foreign_frame_told = false;
+}
+
 RecordingScanner::Item RecordingScanner::take_header() {
     const std::string_view bytes = input->window(kRecordingHeaderSize);
     if (bytes.size() < kRecordingHeaderSize && tail == Tail::kGrowing) return Item::kEnd;

@@ -60,6 +60,9 @@ public:
      */
     Item next();
 
+    /** Goes back to the front. @throws InputError when the input is a pipe. */
+    void rewind();
+
     /** After kHeader: the header. Later: that of the records that come now. */
     RecordingHeader const& header() const { return current_header; }
     /** After kRecord: the record. */

@@ -391,9 +391,10 @@ TEST_F(RecordingScannerTest, ADirectoryIsRefused) {
 }
 
 TEST_F(RecordingScannerTest, ADanglingLinkIsRefused) {
-    ASSERT_EQ(symlink("/tmp/nowhere", "/tmp/link"), 0);
-    EXPECT_THAT([] { RecordingScanner scanner("/tmp/link"); },
-                testing::ThrowsMessage<Kit::InputError>("/tmp/link: No such file or directory"));
+    ASSERT_EQ(symlink("/tmp/nowhere", "/tmp/dangling"), 0);
+    EXPECT_THAT(
+        [] { RecordingScanner scanner("/tmp/dangling"); },
+        testing::ThrowsMessage<Kit::InputError>("/tmp/dangling: No such file or directory"));
 }
 
 }  // namespace

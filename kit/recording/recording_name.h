@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Kit {
+
+/**
+ * The name that a recorder gives to a file: prefix_DDMMYY_HHMMSS_mmm, the local time at which the
+ * file was begun, and ".data" behind it once the file is complete.
+ */
+struct RecordingName {
+    std::string prefix;
+    int year = 0;  // the full number, such as 2025
+    int month = 0;
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int millisecond = 0;
+    /**
+     * What a recorder left of an earlier, longer name, when it changed to a directory with a
+     * shorter path: the end of that name. Mostly empty.
+     */
+    std::string surplus;
+    bool complete = false;
+};
+
+/** Takes a file's name, without its directory, apart; none when no recorder gives such a name. */
+std::optional<RecordingName> parse_recording_name(std::string_view file_name);
+
+/** The name of the file at `path`, without the directory. */
+std::string_view file_name_of(std::string_view path);
+
+/**
+ * When the file was begun, in s since 1970 UTC, if the time zone of this machine is the recorder's.
+ * An hour that the clock went through twice counts as the first time.
+ */
+std::int64_t begin_of(RecordingName const& name);
+
+}  // namespace Kit
