@@ -55,8 +55,12 @@ std::string default_source() {
     return "unix:" + Kit::stream_socket_path(Kit::runtime_directory());
 }
 
+std::string count_text(uint64_t count, std::string const& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string frames_text(uint64_t count) {
-    return std::to_string(count) + (count == 1 ? " frame" : " frames");
+    return count_text(count, "frame");
 }
 
 /** One run of the verb. */
@@ -189,8 +193,9 @@ private:
 
     ExitStatus report() const {
         if (is_live) {
-            console.messages.note(frames_text(status.frames) + ", " + std::to_string(targets) +
-                                  " targets, " + std::to_string(status.bytes) + " bytes");
+            console.messages.note(frames_text(status.frames) + ", " +
+                                  count_text(targets, "target") + ", " +
+                                  count_text(status.bytes, "byte"));
         }
         if (status.lost_frames == 0) return ExitStatus::kOk;
         console.messages.warn(frames_text(cut) + " cut off, " + frames_text(undecodable) +

@@ -31,25 +31,44 @@ std::vector<Verb::Example> first_examples(std::vector<Verb> const& verbs) {
     return examples;
 }
 
-void add_verb(Verb const& verb, CommandLine& line) {
-    CLI::App& parser = *line.parser->add_subcommand(verb.name, verb.summary);
+/** Adds a verb to the verbs of `parent`, whose own name, with a blank behind it, is `before`. */
+void add_verb(Verb const& verb, CLI::App& parent, std::string const& before, CommandLine& line) {
+    CLI::App& parser = *parent.add_subcommand(verb.name, verb.summary);
     parser.group("Verbs");
     parser.set_help_flag("-h,--help", "Print this help");
     parser.formatter(std::make_shared<HelpFormatter>(verb.examples));
     parser.footer(verb.details);
-    line.runs[verb.name] = verb.declare(parser);
+    if (verb.verbs.empty()) {
+        line.runs[before + verb.name] = verb.declare(parser);
+    } else {
+        parser.require_subcommand(1);
+        for (Verb const& part : verb.verbs) add_verb(part, parser, before + verb.name + " ", line);
+    }
 }
 
-/** The name of the verb that the arguments chose; empty when they chose none. */
-std::string chosen_verb(CLI::App const& parser) {
+/** The parser of the verb that the arguments chose; the program's own when they chose none. */
+CLI::App const& chosen_parser(CLI::App const& parser) {
     const auto chosen = parser.get_subcommands();
-    return chosen.empty() ? "" : chosen.front()->get_name();
+    return chosen.empty() ? parser : chosen_parser(*chosen.front());
+}
+
+/** The name of the verb that the arguments chose, "regs read"; empty when they chose none. */
+std::string chosen_verb(CLI::App const& parser) {
+    std::string name;
+    for (CLI::App const* verb = &chosen_parser(parser); verb != &parser; verb = verb->get_parent())
+        name = verb->get_name() + (name.empty() ? "" : " ") + name;
+    return name;
+}
+
+/** Whether a verb has to follow, as it has to behind "petrelradar" and "petrelradar regs". */
+bool needs_verb(CLI::App const& parser) {
+    return parser.get_require_subcommand_min() > 0;
 }
 
 /** What was wrong with the arguments, in the words of a person. */
 std::string problem(CLI::App const& parser, CLI::ParseError const& error) {
-    const std::vector<std::string> others = parser.remaining();
-    if (!chosen_verb(parser).empty() || others.empty()) return error.what();
+    const std::vector<std::string> others = parser.remaining(true);
+    if (!needs_verb(chosen_parser(parser)) || others.empty()) return error.what();
     return "'" + others.front() + (others.front()[0] == '-' ? "' is no option" : "' is no verb");
 }
 
@@ -89,7 +108,7 @@ CommandLine make_command_line(std::vector<Verb> const& verbs) {
     line.parser->set_version_flag("--version", std::string(kName) + " " + PETRELRADAR_VERSION,
                                   "Print the program's version");
     line.parser->require_subcommand(1);
-    for (Verb const& verb : verbs) add_verb(verb, line);
+    for (Verb const& verb : verbs) add_verb(verb, *line.parser, "", line);
     return line;
 }
 
@@ -110,7 +129,11 @@ ExitStatus run_program(int argc, char const* const* argv) {
             return ExitStatus::kOk;
         });
     } catch (CLI::ParseError const& error) {
-        if (argc > 1) return usage_failure(chosen_verb(*line.parser), problem(*line.parser, error));
+        verb = chosen_verb(*line.parser);
+        // Without a verb where one has to be, the help says more than a message.
+        const bool ends_early =
+            needs_verb(chosen_parser(*line.parser)) && line.parser->remaining(true).empty();
+        if (!ends_early) return usage_failure(verb, problem(*line.parser, error));
         Messages::print(line.parser->help());
         return ExitStatus::kUsage;
     }

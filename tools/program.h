@@ -13,7 +13,7 @@ namespace Tools {
 /** The program's command line: the parser with all verbs, and what runs each. */
 struct CommandLine {
     std::unique_ptr<CLI::App> parser;
-    std::map<std::string, Run> runs;  // by verb
+    std::map<std::string, Run> runs;  // by verb: "listen", "regs read"
 };
 
 /** Makes the command line of these verbs. */

@@ -35,11 +35,12 @@ void handle(int signal, void (*handler)(int), int flags) {
     sigaction(signal, &action, nullptr);
 }
 
-/** So that no file or socket of the program takes the place of a closed standard stream. */
+/** So that no file or socket of the program takes the place of a closed standard stream; writing to
+ * one that was closed still fails. */
 void open_standard_descriptors() {
     int fd = -1;
     do {
-        fd = open("/dev/null", O_RDWR);
+        fd = open("/dev/null", O_RDONLY);
     } while (fd >= 0 && fd <= STDERR_FILENO);
     if (fd >= 0) close(fd);
 }

@@ -40,6 +40,9 @@ struct Verb {
 
     /** Declares the verb's arguments and options. What is returned runs after they were parsed. */
     std::function<Run(CLI::App&)> declare;
+
+    /** What the verb divides into ("regs read"): one of them has to follow; `declare` is empty. */
+    std::vector<Verb> verbs = {};
 };
 
 }  // namespace Tools
