@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <exception>
+#include <utility>
 
 #include "log/ilog.h"
 
@@ -21,13 +22,14 @@ ChipSettings chip_settings(Options const& options) {
 
 }  // namespace
 
-ChipReader::ChipReader(Options const& options)
-    : settings_(chip_settings(options)),
+ChipReader::ChipReader(Options const& options, std::function<Clock::time_point()> clock)
+    : clock_(std::move(clock)),
+      settings_(chip_settings(options)),
       chip_(std::make_unique<ChipInput>(settings_)),
-      due_(Clock::now()) {}
+      due_(clock_()) {}
 
 Input::Result ChipReader::next(RO::RadarObjects& frame, FrameConditions& conditions) {
-    due_ = Clock::now() + kPollInterval;
+    due_ = clock_() + kPollInterval;
     if (!chip_ && !open_again()) return Result::kNothing;
     const bool read = chip_->poll(frame);
     if (!read && !chip_->problem().empty()) return fail(chip_->problem());
@@ -37,12 +39,12 @@ Input::Result ChipReader::next(RO::RadarObjects& frame, FrameConditions& conditi
     }
     if (!read) return chip_->ended() ? Result::kEnd : Result::kNothing;
     take_events(conditions);
-    due_ = Clock::now();  // the next one may be waiting
+    due_ = clock_();  // the next one may be waiting
     return Result::kFrame;
 }
 
 bool ChipReader::open_again() {
-    if (Clock::now() < open_at_) return false;
+    if (clock_() < open_at_) return false;
     try {
         chip_ = std::make_unique<ChipInput>(settings_);
         dropped_ = 0;
@@ -60,7 +62,7 @@ Input::Result ChipReader::fail(std::string const& problem) {
     problem_ = problem;
     last_problem_ = problem;
     chip_.reset();
-    open_at_ = Clock::now() + kOpenInterval;
+    open_at_ = clock_() + kOpenInterval;
     return Result::kNothing;
 }
 

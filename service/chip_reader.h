@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -18,8 +19,14 @@ namespace Service {
  */
 class ChipReader : public Input {
 public:
-    /** Opens and programs the chip. @throws what ChipInput does. */
-    explicit ChipReader(Options const& options);
+    /**
+     * Opens and programs the chip.
+     *
+     * @param clock what time it is.
+     * @throws what ChipInput does.
+     */
+    explicit ChipReader(Options const& options,
+                        std::function<Clock::time_point()> clock = Clock::now);
 
     Clock::time_point due() const override { return due_; }
     Result next(RO::RadarObjects& frame, FrameConditions& conditions) override;
@@ -30,6 +37,7 @@ private:
     Result fail(std::string const& problem);
     void take_events(FrameConditions& conditions);
 
+    std::function<Clock::time_point()> clock_;
     ChipSettings settings_;
     std::unique_ptr<ChipInput> chip_;
     uint32_t dropped_ = 0;

@@ -48,7 +48,8 @@ std::string make_directory() {
 
 }  // namespace
 
-HostProcess::HostProcess(std::vector<std::string> arguments, Environment const& environment)
+HostProcess::HostProcess(std::vector<std::string> arguments, Environment const& environment,
+                         std::vector<std::string> const& runner)
     : directory_(make_directory()),
       socket_(directory_ + "/targets.sock"),
       status_socket_(directory_ + "/status.sock"),
@@ -63,6 +64,7 @@ HostProcess::HostProcess(std::vector<std::string> arguments, Environment const& 
     };
     add_default("--socket", socket_);
     add_default("--status-socket", status_socket_);
+    arguments.insert(arguments.begin(), runner.begin(), runner.end());
     pid_ = fork();
     if (pid_ == 0) run_program(arguments, environment);
 }

@@ -23,8 +23,9 @@ class HostProcess {
 public:
     using Environment = std::map<std::string, std::string>;
 
-    /** Starts the program with these arguments and those for the sockets. */
-    explicit HostProcess(std::vector<std::string> arguments, Environment const& environment = {});
+    /** Starts the program with these arguments and those for the sockets, `runner` in front. */
+    explicit HostProcess(std::vector<std::string> arguments, Environment const& environment = {},
+                         std::vector<std::string> const& runner = {});
     ~HostProcess();
     HostProcess(HostProcess const&) = delete;
     HostProcess& operator=(HostProcess const&) = delete;

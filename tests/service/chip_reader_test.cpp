@@ -1,0 +1,194 @@
+#include "service/chip_reader.h"
+
+#include <gmock/gmock.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include "chip/client_memory.h"
+#include "chip/radar_chip.h"
+#include "chip/spi_slave.h"
+#include "chip/spidev.h"
+#include "recordings.h"
+#include "support/captured_log.h"
+#include "support/system_calls.h"
+
+namespace {
+
+using Service::Input;
+using test_support::LogLine;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/** A chip on the other side of the system calls, which can be taken away and given back. */
+class ChipReaderTest : public testing::Test {
+protected:
+    ChipReaderTest() {
+        calls_.open = [this](char const*, int) {
+            ++opened_;
+            if (there_) return kFd;
+            errno = ENODEV;
+            return -1;
+        };
+        calls_.close = [](int fd) { return fd == kFd ? 0 : test_support::real_close(fd); };
+        calls_.ioctl = [this](int, unsigned long request, void* argument) {
+            return transfer(static_cast<unsigned>(request), argument);
+        };
+        reader_ = std::make_unique<Service::ChipReader>(options_, [this] { return now_; });
+        test_support::clear_log();
+    }
+
+    Input::Result next() { return reader_->next(frame_, conditions_); }
+
+    void measure(uint64_t timestamp, Chip::RadarChip::Disturbance disturbance = {},
+                 int targets = 1) {
+        chip_.measure(service_test::frame_at(timestamp, targets), disturbance);
+    }
+
+    Service::Options options_;
+    Chip::RadarChip chip_;
+    Chip::SpiSlave slave_{chip_, Kit::DemoChip::kCommandByte};
+    Chip::Spidev device_{slave_};
+    Chip::ProcessMemory memory_{getpid()};
+    test_support::SystemCalls calls_;
+    bool there_ = true;
+    int opened_ = 0;
+    Input::Clock::time_point now_;
+    std::unique_ptr<Service::ChipReader> reader_;
+    RO::RadarObjects frame_;
+    Service::FrameConditions conditions_;
+
+private:
+    static constexpr int kFd = 1000;
+
+    int transfer(unsigned request, void* argument) {
+        auto const* bytes = static_cast<uint8_t const*>(argument);
+        const Chip::Spidev::Reply reply =
+            there_ ? device_.control(request, {bytes, bytes + _IOC_SIZE(request)}, memory_)
+                   : Chip::Spidev::Reply{-ENOTCONN, {}};
+        if (reply.result >= 0) return reply.result;
+        errno = -reply.result;
+        return -1;
+    }
+};
+
+TEST_F(ChipReaderTest, AFrameOfTheChipIsTaken) {
+    measure(12345);
+    EXPECT_EQ(next(), Input::Result::kFrame);
+    EXPECT_EQ(frame_.timestamp(), 12345U);
+}
+
+TEST_F(ChipReaderTest, WithoutAFrameThereIsNothingYet) {
+    EXPECT_EQ(next(), Input::Result::kNothing);
+}
+
+TEST_F(ChipReaderTest, WhenThereIsNothingItIsAskedForAgainSoon) {
+    next();
+    EXPECT_EQ(reader_->due() - now_, std::chrono::milliseconds(5));
+}
+
+TEST_F(ChipReaderTest, AfterAFrameTheNextIsAskedForAtOnce) {
+    measure(1);
+    next();
+    EXPECT_EQ(reader_->due(), now_);
+}
+
+TEST_F(ChipReaderTest, AChipThatWillHaveNoMoreFramesIsTheEnd) {
+    chip_.end_input();
+    EXPECT_EQ(next(), Input::Result::kEnd);
+}
+
+TEST_F(ChipReaderTest, InterferenceIsACondition) {
+    measure(1, {true, false});
+    next();
+    EXPECT_TRUE(conditions_.interfered);
+    EXPECT_FALSE(conditions_.saturated);
+}
+
+TEST_F(ChipReaderTest, SaturationIsACondition) {
+    measure(1, {false, true});
+    next();
+    EXPECT_FALSE(conditions_.interfered);
+    EXPECT_TRUE(conditions_.saturated);
+}
+
+TEST_F(ChipReaderTest, AFrameThatTheChipHadToCutIsSaturated) {
+    measure(1, {}, Kit::DemoChip::kTargetLimit + 1);
+    next();
+    EXPECT_TRUE(conditions_.saturated);
+}
+
+TEST_F(ChipReaderTest, AConditionIsOverWithTheNextFrame) {
+    measure(1, {true, true});
+    next();
+    measure(2);
+    next();
+    EXPECT_FALSE(conditions_.interfered || conditions_.saturated);
+}
+
+TEST_F(ChipReaderTest, FramesThatTheChipHasDroppedAreLogged) {
+    for (uint64_t i = 0; i < 7; ++i) measure(i);
+    next();
+    EXPECT_THAT(
+        test_support::captured_log(),
+        ElementsAre(LogLine{1, "The chip has dropped 3 frames that were not read in time\n"}));
+}
+
+TEST_F(ChipReaderTest, ADeviceThatHasGoneIsASilentInput) {
+    there_ = false;
+    EXPECT_EQ(next(), Input::Result::kNothing);
+    EXPECT_EQ(next(), Input::Result::kNothing);
+}
+
+TEST_F(ChipReaderTest, ADeviceThatHasGoneIsLoggedOnce) {
+    there_ = false;
+    next();
+    next();
+    EXPECT_THAT(test_support::captured_log(),
+                ElementsAre(LogLine{2,
+                                    "SPI communication failed: Transport endpoint is not "
+                                    "connected\n"}));
+}
+
+TEST_F(ChipReaderTest, ADeviceThatHasGoneIsToldInTheStatus) {
+    there_ = false;
+    next();
+    EXPECT_EQ(reader_->status().errors, 1U);
+    EXPECT_EQ(reader_->status().last_error,
+              "SPI communication failed: Transport endpoint is not connected");
+}
+
+TEST_F(ChipReaderTest, ADeviceThatHasGoneIsOpenedAgainOnceASecond) {
+    there_ = false;
+    next();
+    const int before = opened_;
+    now_ += std::chrono::milliseconds(999);
+    next();
+    EXPECT_EQ(opened_, before);
+    now_ += std::chrono::milliseconds(1);
+    next();
+    next();
+    EXPECT_EQ(opened_, before + 1);
+}
+
+TEST_F(ChipReaderTest, ADeviceThatIsBackIsProgrammedAndReadAgain) {
+    there_ = false;
+    next();
+    there_ = true;
+    chip_.write(Kit::DemoChip::kReset, Kit::DemoChip::kResetKey, 0xFFFFFFFF);
+    now_ += std::chrono::seconds(1);
+    next();
+    EXPECT_TRUE(chip_.running());
+    measure(7);
+    EXPECT_EQ(next(), Input::Result::kFrame);
+    EXPECT_EQ(test_support::captured_log().back(), (LogLine{0, "The chip answers again\n"}));
+}
+
+TEST_F(ChipReaderTest, TheChipIsSetToTheFrameRateThatItIsAskedFor) {
+    options_.frame_rate = 25;
+    Service::ChipReader reader(options_);
+    EXPECT_EQ(chip_.frame_rate(), 25);
+}
+
+}  // namespace
