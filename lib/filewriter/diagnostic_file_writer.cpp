@@ -36,7 +36,7 @@ std::vector<RecordedFile> list_recorded_files(DIR* opened, std::string const& di
         const std::string path = directory + "/" + entry->d_name;
         struct stat status = {};
         if (stat(path.c_str(), &status) < 0) {
-            Radar::log_errno(1, "Failed to stat " + path);
+            Radar::log_errno(1, "Failed to stat ", path);
             continue;
         }
         files.push_back({path, status.st_mtime});
@@ -49,7 +49,7 @@ std::vector<RecordedFile> list_recorded_files(DIR* opened, std::string const& di
 std::vector<std::string> scan_recorded_files(std::string directory) {
     const std::unique_ptr<DIR, DirectoryCloser> opened(opendir(directory.c_str()));
     if (!opened) {
-        Radar::log_errno(2, "Failed to open " + directory);
+        Radar::log_errno(2, "Failed to open ", directory);
         return {};
     }
     std::vector<RecordedFile> files = list_recorded_files(opened.get(), directory);

@@ -26,16 +26,16 @@ constexpr char kCompletedSuffix[] = ".data";
 bool sync_file(std::string const& path) {
     const int fd = open(path.c_str(), O_RDONLY);
     if (fd < 0) {
-        log_errno(1, "Failed to open " + path);
+        log_errno(1, "Failed to open ", path);
         return false;
     }
     bool synced = true;
     if (fsync(fd) < 0) {
-        log_errno(1, "Failed to fsync " + path);
+        log_errno(1, "Failed to fsync ", path);
         synced = false;
     }
     if (::close(fd) < 0) {
-        log_errno(1, "Failed to close " + path);
+        log_errno(1, "Failed to close ", path);
         synced = false;
     }
     return synced;
@@ -179,7 +179,7 @@ void FileWriter::close() {
         Petrel::ilog(2) << "Failed to sync data file " << name << "!" << std::endl;
     }
     if (std::rename(name.c_str(), completed_name.c_str()) < 0) {
-        log_errno(1, "Error renaming completed data file " + name);
+        log_errno(1, "Error renaming completed data file ", name);
     }
     if (max_file_count > 0) completed_files.push_back(completed_name);
     rewind_file_name();
@@ -190,7 +190,7 @@ void FileWriter::delete_surplus_files() {
     while (completed_files.size() > static_cast<std::size_t>(max_file_count)) {
         const std::string oldest = completed_files.front();
         completed_files.erase(completed_files.begin());
-        if (unlink(oldest.c_str()) < 0) log_errno(2, "Failed to unlink " + oldest);
+        if (unlink(oldest.c_str()) < 0) log_errno(2, "Failed to unlink ", oldest);
     }
 }
 

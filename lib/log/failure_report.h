@@ -10,10 +10,12 @@
 
 namespace Radar {
 
-/** Logs that a system call failed, with the description of `errno`: `what`, ": ", reason. */
-inline void log_errno(int level, std::string const& what) {
+// What is reported comes in two parts: joining them would allocate before `errno` is looked at.
+
+/** Logs that a system call failed: `what` and `object` in one, ": ", description of `errno`. */
+inline void log_errno(int level, char const* what, std::string const& object = {}) {
     const int error = errno;
-    Petrel::ilog(level) << what << ": " << std::strerror(error) << std::endl;
+    Petrel::ilog(level) << what << object << ": " << std::strerror(error) << std::endl;
 }
 
 /** Logs that a file stream failed: `what`, ":" and the exception's text. */
@@ -22,9 +24,10 @@ inline void log_stream_failure(int level, std::string const& what,
     Petrel::ilog(level) << what << ":" << failure.what() << std::endl;
 }
 
-/** The exception for `error`, an `errno` value: what() is `what`, ": " and its description. */
-inline std::system_error errno_exception(int error, std::string const& what) {
-    return std::system_error(error, std::system_category(), what);
+/** The exception for `error`, an `errno` value: `what` and `object`, ": ", its description. */
+inline std::system_error errno_exception(int error, char const* what,
+                                         std::string const& object = {}) {
+    return std::system_error(error, std::system_category(), what + object);
 }
 
 }  // namespace Radar

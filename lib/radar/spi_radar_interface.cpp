@@ -47,7 +47,7 @@ SPIRadarInterface::SPIRadarInterface(int /*unused*/, int command_byte_)
     : RadarInterface(command_byte_, kBufferSize) {
     const std::string path = "/dev/spidev0.0";
     fd = open(path.c_str(), O_RDWR);
-    if (fd < 0) throw errno_exception(errno, "Could not open SPI device " + path);
+    if (fd < 0) throw errno_exception(errno, "Could not open SPI device ", path);
     address_bytes = 2;
     data_bytes = 4;
 }

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <new>
 
@@ -71,7 +72,9 @@ using namespace test_support;  // NOLINT(google-build-using-namespace): one set 
 void* operator new(std::size_t size) {
     static auto* const real = next<void*(std::size_t)>(kShortSize ? "_Znwj" : "_Znwm");
     if (current != nullptr && current->out_of_memory) throw std::bad_alloc();
-    return real(size);
+    void* const memory = real(size);
+    if (current != nullptr && current->error_left != 0) errno = current->error_left;
+    return memory;
 }
 
 void* operator new[](std::size_t size) {

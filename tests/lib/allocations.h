@@ -20,6 +20,8 @@ public:
 
     /** From now on every allocation fails. */
     bool out_of_memory = false;
+    /** What every allocation leaves in `errno`, as one may that succeeds; 0 when nothing. */
+    int error_left = 0;
     /** How many arrays are allocated from now on before one fails; negative when none is to. */
     int arrays_until_failure = -1;
     /** The arrays that were allocated and those that were freed so far, in order. */

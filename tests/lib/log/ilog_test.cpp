@@ -12,7 +12,6 @@
 
 #include "lib/allocations.h"
 #include "lib/virtual_slots.h"
-#include "log/failure_report.h"
 #include "support/captured_log.h"
 
 namespace {
@@ -172,28 +171,6 @@ TEST_F(IlogDeathTest, TheProcessEndsWhenMemoryRunsOutWhileTheTextIsHandedOver) {
             allocations.out_of_memory = true;
         },
         "bad_alloc");
-}
-
-using FailureReportTest = IlogTest;
-
-TEST_F(FailureReportTest, ASystemCallIsLoggedWithItsReason) {
-    errno = ENOSPC;
-    Radar::log_errno(2, "Failed to write");
-    const std::string text = "Failed to write: " + std::string(std::strerror(ENOSPC)) + "\n";
-    EXPECT_THAT(captured_log(), ElementsAre(LogLine{2, text}));
-}
-
-TEST_F(FailureReportTest, AStreamIsLoggedWithTheTextOfItsException) {
-    const std::ios_base::failure failure("stream");
-    Radar::log_stream_failure(1, "Failed to write", failure);
-    const std::string text = "Failed to write:" + std::string(failure.what()) + "\n";
-    EXPECT_THAT(captured_log(), ElementsAre(LogLine{1, text}));
-}
-
-TEST_F(FailureReportTest, AnExceptionHasTheErrorAndTheSystemsReason) {
-    const std::system_error failure = Radar::errno_exception(EMFILE, "Failed to open");
-    EXPECT_EQ(failure.code(), std::error_code(EMFILE, std::system_category()));
-    EXPECT_EQ(failure.what(), "Failed to open: " + std::system_category().message(EMFILE));
 }
 
 }  // namespace
