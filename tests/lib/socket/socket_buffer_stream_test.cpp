@@ -34,7 +34,7 @@ std::string read_all(int fd) {
 /** What a consumer reads: the frames of a stream, each refilled into a buffer. */
 class StreamReader {
 public:
-    explicit StreamReader(std::string stream) : stream_(std::move(stream)) {}
+    explicit StreamReader(std::string const& stream) : stream_(stream) {}
 
     /** Whether one more frame could be read into `frame`; false at the end of the stream. */
     bool next(SocketBuffer& frame) {
