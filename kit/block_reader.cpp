@@ -109,6 +109,7 @@ void BlockReader::make_room(std::size_t size) {
 
 std::size_t BlockReader::read_block(char* into, std::size_t size) {
     for (;;) {
+        if (before_read) before_read(fd);
         const ssize_t count = read(fd, into, std::min(size, kBlockSize));
         if (count >= 0) return static_cast<std::size_t>(count);
         if (errno == EAGAIN) {

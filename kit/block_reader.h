@@ -2,8 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Kit {
@@ -58,9 +60,13 @@ public:
     /** Goes back to the front. @throws InputError when the input is a pipe. */
     void rewind();
 
+    /** Has `wait` called with the descriptor before every read of it. It may wait, and throw. */
+    void set_wait(std::function<void(int fd)> wait) { before_read = std::move(wait); }
+
 private:
     std::string path;
     int fd;
+    std::function<void(int)> before_read;
     std::vector<char> buffer;
     std::size_t begin = 0;
     std::size_t end = 0;

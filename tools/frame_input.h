@@ -23,7 +23,8 @@ struct InputOptions {
     std::string source;    // SOURCE, as parse_source_name() takes it
     std::string recorder;  // --recorder; empty: there has to be only one in a directory
     SelectionOptions selection;
-    bool follow = false;  // goes on with a growing file and with those that the recorder begins then
+    bool follow =
+        false;  // goes on with a growing file and with those that the recorder begins then
     /**
      * Called before the input waits for more, and at least every 50 ms while it waits: the place to
      * flush an output and to notice that its reader has gone. May throw, which ends next().
@@ -40,9 +41,9 @@ struct InputFrame {
     std::uint32_t magic = 0;
     std::uint64_t timestamp = 0;
     std::uint32_t target_count = 0;
-    std::string_view payload;   // the encoding, as it was recorded or sent; it decodes
-    std::uint64_t offset = 0;   // of its record in the file, or in the stream, in bytes
-    std::uint32_t tag = 0;      // of its record; 0 in a stream
+    std::string_view payload;  // the encoding, as it was recorded or sent; it decodes
+    std::uint64_t offset = 0;  // of its record in the file, or in the stream, in bytes
+    std::uint32_t tag = 0;     // of its record; 0 in a stream
 };
 
 /**

@@ -69,11 +69,13 @@ bool RecordingInput::read() {
     if (std::exchange(left_out_to_tell, false)) {
         return tell("files of other recorders, left out: " + std::to_string(files->left_out()));
     }
-    if (!open_problem.empty()) {
-        return tell({FindingKind::kUnreadable, 0, 0, std::exchange(open_problem, "")});
-    }
     try {
         for (;;) {
+            if (!to_tell.empty()) {
+                Kit::Finding finding = std::move(to_tell.front());
+                to_tell.pop_front();
+                return tell(std::move(finding));
+            }
             if (!scanner) return open_next_file();
             if (use(scan())) return true;
         }
@@ -114,7 +116,7 @@ void RecordingInput::open_file(Kit::RecordingFile file) {
         scanner = open_scanner(current_file.path, !is_regular(current_file.path));
     } catch (Kit::InputError const& error) {
         if (!files->is_directory()) throw;
-        open_problem = reason_of(error, current_file.path);
+        to_tell.push_back({FindingKind::kUnreadable, 0, 0, reason_of(error, current_file.path)});
     }
 }
 
@@ -122,36 +124,26 @@ std::unique_ptr<RecordingScanner> RecordingInput::open_scanner(std::string const
                                                                bool waits) const {
     auto input = std::make_unique<Kit::BlockReader>(path);
     if (waits) input->set_wait([this](int fd) { wait_for(fd, idle); });
-    return std::make_unique<RecordingScanner>(std::move(input),
-                                              growing ? RecordingScanner::Tail::kGrowing
-                                                      : RecordingScanner::Tail::kComplete);
+    return std::make_unique<RecordingScanner>(
+        std::move(input),
+        growing ? RecordingScanner::Tail::kGrowing : RecordingScanner::Tail::kComplete);
 }
 
 RecordingInput::Scanned RecordingInput::scan() {
-    if (scanned_ahead && held_back.empty()) {
-        const Scanned scanned = *scanned_ahead;
-        scanned_ahead.reset();
-        return scanned;
-    }
-    if (scanned_ahead) return Scanned::kFinding;
+    if (scanned_ahead) return *std::exchange(scanned_ahead, std::nullopt);
     try {
         return scanner->next();
     } catch (Kit::InputError const& error) {
         if (!frame_seen && !(files && files->is_directory())) throw;
-        open_problem = reason_of(error, scanner->name());
+        read_problem = reason_of(error, scanner->name());
         return Scanned::kEnd;
     }
 }
 
 /** Makes an item of what was scanned; false when it gives none. */
 bool RecordingInput::use(Scanned scanned) {
-    if (scanned_ahead && !held_back.empty()) {
-        Kit::Finding finding = std::move(held_back.front());
-        held_back.pop_front();
-        return tell(std::move(finding));
-    }
-    if (scanned == Scanned::kFinding && hold_back()) return false;
-    if (!held_back.empty()) return release_held_back(scanned);
+    if (scanned == Scanned::kFinding && suspect()) return false;
+    if (!suspects.empty()) return use_behind_suspects(scanned);
     switch (scanned) {
         case Scanned::kHeader:
             current_header = scanner->header();
@@ -182,12 +174,14 @@ bool RecordingInput::use_record() {
 
 /** The scan has come to the end of what is there of the file. */
 bool RecordingInput::use_end() {
-    if (open_problem.empty() && file_goes_on()) return false;
-    bytes_before += scanner->offset();
+    if (read_problem.empty() && file_goes_on()) return false;
     const std::uint64_t offset = scanner->offset();
+    bytes_before += offset;
     scanner.reset();
-    if (open_problem.empty()) return false;
-    return tell({FindingKind::kUnreadable, offset, 0, std::exchange(open_problem, "")});
+    if (!read_problem.empty()) {
+        to_tell.push_back({FindingKind::kUnreadable, offset, 0, std::exchange(read_problem, "")});
+    }
+    return false;
 }
 
 /** Waits when the recorder has not ended the file yet. Whether the scan is to go on. */
@@ -206,25 +200,27 @@ bool RecordingInput::file_goes_on() {
     return true;
 }
 
-/** Keeps a finding to itself that may only say that a directory's file holds raw data. */
-bool RecordingInput::hold_back() {
+/** Whether a finding may only say that one of the directory's files holds raw data. */
+bool RecordingInput::suspect() {
     if (!files || !files->is_directory()) return false;
     const FindingKind kind = scanner->finding().kind;
-    if (kind != FindingKind::kRawData && (held_back.empty() || kind != FindingKind::kSkipped)) {
+    if (kind != FindingKind::kRawData && (suspects.empty() || kind != FindingKind::kSkipped)) {
         return false;
     }
-    held_back.push_back(scanner->finding());
+    suspects.push_back(scanner->finding());
     return true;
 }
 
-/** A record follows, or nothing: only then there is no doubt that the file holds raw data. */
-bool RecordingInput::release_held_back(Scanned scanned) {
-    if (scanned == Scanned::kEnd && open_problem.empty() && held_back.size() == 2) {
-        held_back.clear();
-        const std::string path = current_file.path;
+/** Only when a record follows there is no doubt that the file does not hold raw data. */
+bool RecordingInput::use_behind_suspects(Scanned scanned) {
+    if (scanned == Scanned::kEnd && read_problem.empty()) {
+        suspects.clear();
+        growing = false;
         use_end();
-        return tell(path + ": passed over: no record behind the header, raw data or damage");
+        return tell(current_file.path +
+                    ": passed over: no record behind the header, raw data or damage");
     }
+    to_tell = std::exchange(suspects, {});
     scanned_ahead = scanned;
     return false;
 }
@@ -260,7 +256,8 @@ std::uint64_t find_last_timestamp(SourceName const& source, InputOptions const& 
             RecordingScanner scanner(current_path(file->path));
             for (auto item = scanner.next(); item != RecordingScanner::Item::kEnd;
                  item = scanner.next()) {
-                if (item == RecordingScanner::Item::kRecord) last = scanner.record().frame.timestamp;
+                if (item == RecordingScanner::Item::kRecord)
+                    last = scanner.record().frame.timestamp;
                 if (was_interrupted()) return 0;
             }
         } catch (Kit::InputError const&) {

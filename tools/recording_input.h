@@ -32,8 +32,8 @@ private:
     bool use(Scanned scanned);
     bool use_record();
     bool use_end();
-    bool hold_back();
-    bool release_held_back(Scanned scanned);
+    bool suspect();
+    bool use_behind_suspects(Scanned scanned);
     bool file_goes_on();
     bool tell(Kit::Finding finding);
     bool tell(std::string note);
@@ -44,13 +44,14 @@ private:
     std::unique_ptr<Kit::RecordingScanner> scanner;
     bool standard_input_to_come = false;
     bool left_out_to_tell = false;
-    std::string open_problem;  // why the file that has just begun cannot be read
-    bool growing = false;      // the recorder may write more of the file
+    bool growing = false;  // the recorder may write more of the file
     bool frame_seen = false;
     unsigned ticks = 0;
     std::uint64_t bytes_before = 0;
-    /** Of a file of a directory that may hold raw data: what was found, until a record follows. */
-    std::deque<Kit::Finding> held_back;
+    std::string read_problem;  // why the rest of the file cannot be read
+    std::deque<Kit::Finding> to_tell;
+    /** Of a directory's file: what may only say that it holds raw data, until a record follows. */
+    std::deque<Kit::Finding> suspects;
     std::optional<Scanned> scanned_ahead;
 };
 

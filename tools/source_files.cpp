@@ -89,8 +89,10 @@ void SourceFiles::choose_recorder(std::string const& path, std::string const& re
     const std::vector<std::string> recorders = Kit::recorders_of(found);
     if (recorder.empty()) {
         if (recorders.size() > 1) {
-            throw Kit::InputError(path + ": holds files of several recorders, choose with "
-                                         "--recorder: " + joined(recorders));
+            throw Kit::InputError(path +
+                                  ": holds files of several recorders, choose with "
+                                  "--recorder: " +
+                                  joined(recorders));
         }
     } else {
         const std::size_t blank = recorder.rfind(' ');  // "radar 0xFEED0007"

@@ -41,6 +41,8 @@ char const* name_of(FindingKind kind) {
             return "second-header";
         case FindingKind::kFrameCount:
             return "frame-count";
+        case FindingKind::kUnreadable:
+            return "unreadable";
         case FindingKind::kSkipped:
             return "skipped";
     }

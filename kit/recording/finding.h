@@ -20,6 +20,7 @@ enum class FindingKind {
     kForeignFrame,    // a frame with another magic; the record follows all the same
     kSecondHeader,    // another recording begins, as when two files were joined
     kFrameCount,      // the header counts other than was found
+    kUnreadable,      // the system does not give the rest of the file
     kSkipped,         // how many bytes were lost after one of the others, once that is known
 };
 

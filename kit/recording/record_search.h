@@ -39,6 +39,9 @@ public:
      */
     Result run();
 
+    /** From now on there will be no more at the end of the input. */
+    void stop_growing() { growing = false; }
+
     /** Whether a credible record or header is where the input is; kNotYet as for run(). */
     Result judge(std::optional<std::uint32_t> expected_tag);
 

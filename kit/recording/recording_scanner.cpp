@@ -45,6 +45,11 @@ RecordingScanner::Item RecordingScanner::next() {
     return Item::kEnd;
 }
 
+void RecordingScanner::stop_growing() {
+    tail = Tail::kComplete;
+    search.stop_growing();
+}
+
 void RecordingScanner::rewind() {
     input->rewind();
     state = State::kHeader;

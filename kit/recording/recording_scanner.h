@@ -60,6 +60,12 @@ public:
      */
     Item next();
 
+    /**
+     * The recorder has ended the file: from now on less than a record at its end is damage. To be
+     * called after the recorder's last write and after a kEnd, from which the scan goes on.
+     */
+    void stop_growing();
+
     /** Goes back to the front. @throws InputError when the input is a pipe. */
     void rewind();
 

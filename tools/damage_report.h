@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "kit/recording/finding.h"
+#include "tools/exit_status.h"
+#include "tools/frame_input.h"
+#include "tools/messages.h"
+#include "tools/progress.h"
+
+namespace Tools {
+
+/**
+ * Keeps account of what is the matter with an input: a message on standard error for each place, a
+ * sum at the end, and the exit status. The messages and the bar outlive it. One thread at a time.
+ *
+ *     DamageReport report(console.messages, bar);
+ *     while (report.next_frame(*input)) use(input->frame());
+ *     finish();
+ *     return report.finish(*input);
+ */
+class DamageReport {
+public:
+    /** @param bar what is drawn on standard error meanwhile; next_frame() moves it. */
+    DamageReport(Messages const& messages_, ProgressBar& bar_) : messages(messages_), bar(bar_) {}
+
+    /**
+     * Goes on to the next selected frame, and takes note of what comes before it. Returns false at
+     * the end of the input.
+     *
+     * @throws Kit::InputError what the input throws, and at the end when the source was no
+     *         recording at all: neither a header nor a frame, but damage.
+     */
+    bool next_frame(FrameInput& input);
+
+    /** For verbs that look at all items: takes note of the input's item, of whatever kind. */
+    void note(FrameInput& input);
+
+    /** Takes note of a loss that the input knows nothing of. `what` is part of a line. */
+    void add_loss(std::string const& what);
+
+    /** Whether anything was lost, skipped or damaged so far. */
+    bool has_damage() const { return places > 0; }
+
+    /** Tells the sum, and that Ctrl-C ended the work early. kDamaged when anything is amiss. */
+    ExitStatus finish(FrameInput const& input);
+
+private:
+    void use(std::string const& file, Kit::Finding const& finding);
+    void tell_pending();
+    void check_content(FrameInput const& input);
+
+    Messages const& messages;
+    ProgressBar& bar;
+    std::string pending;  // a message that the number of skipped bytes may complete
+    std::string first;    // the first message about damage
+    bool has_content = false;
+    std::uint64_t frames = 0;
+    std::uint64_t places = 0;
+    std::uint64_t untold = 0;
+    std::uint64_t skipped = 0;
+};
+
+}  // namespace Tools
