@@ -170,7 +170,7 @@ TEST_F(IlogDeathTest, TheProcessEndsWhenMemoryRunsOutWhileTheTextIsHandedOver) {
             message << std::string(1000, 'x');
             allocations.out_of_memory = true;
         },
-        "bad_alloc");
+        "terminate called");
 }
 
 }  // namespace
