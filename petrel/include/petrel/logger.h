@@ -5,18 +5,20 @@
 extern "C" {
 
 /**
- * Logs one message. Safe to call from several threads at once; never fails towards the caller.
+ * Logs one message. Safe to call from several threads at once; leaves `errno` as it is.
  *
  * The default sink writes the message to standard error, whole lines at a time, each line with its
  * level in front: "[2] text". When standard error is connected to the system's journal
  * (JOURNAL_STREAM names it), the level goes in front as the journal's prefix instead: 1 as a
- * warning
- * "<4>", 2 and above as an error "<3>", 0 and below as information "<6>". A message without a
- * newline at its end gets one. A program that defines a function of this name gets every message in
- * place of the default sink.
+ * warning "<4>", 2 and above as an error "<3>", 0 and below as information "<6>". A message without
+ * a newline at its end gets one. A program that defines a function of this name gets every message
+ * in place of the default sink.
+ *
+ * A message that standard error does not take is lost: there is nowhere left to report that.
  *
  * @param level severity; higher is graver.
  * @param format a printf format for the arguments that follow.
+ * @throws std::bad_alloc when there is no memory for the text.
  */
 PETREL_API void logger(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
 }
