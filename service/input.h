@@ -38,6 +38,9 @@ public:
      */
     virtual Result next(RO::RadarObjects& frame, FrameConditions& conditions) = 0;
 
+    /** Whether it is played as fast as possible, so that its frames can wait for the recorders. */
+    virtual bool can_wait() const = 0;
+
     /** What the input is and how it is doing. */
     virtual Kit::InputStatus status() const = 0;
 };

@@ -20,6 +20,8 @@ constexpr std::chrono::milliseconds kStopGrace(1000);
 constexpr std::chrono::milliseconds kOneRequest(1000);
 /** How far apart cycles are at most while a status reader has not taken its document. */
 constexpr int kReaderWaitMilliseconds = 50;
+/** How long an input that can wait waits before it looks at the recorders again. */
+constexpr int kRecorderWaitMilliseconds = 2;
 constexpr long kReportSeconds = 5;
 /** The key of the one consumer of the frame buffer, the relay. */
 constexpr int kRelayKey = 0;
@@ -107,10 +109,12 @@ bool RadarService::run_cycle() {
 
 void RadarService::wait() {
     const Clock::duration delay = input_->due() - Clock::now();
-    const bool late = delay <= Clock::duration::zero();
-    if (!late) arm(frame_timer_, delay, false);
+    const bool held = input_->can_wait() && recorders_.is_behind(Clock::now());
+    const bool late = delay <= Clock::duration::zero() && !held;
     int longest = status_server_.has_readers() ? kReaderWaitMilliseconds : -1;
     if (late) longest = 0;
+    if (held) longest = kRecorderWaitMilliseconds;
+    if (!late && !held) arm(frame_timer_, delay, false);
     block_.poll(longest);  // a wait that a signal interrupts is a cycle without events
     frame_is_due_ = frame_timer_.is_triggered() || late;
 }

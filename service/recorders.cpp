@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -31,6 +32,8 @@ constexpr long kRawFileTime = 10;
 /** How long no frame is stored before the rest of the queue is given up. */
 constexpr std::chrono::milliseconds kQueuePatience(500);
 constexpr std::chrono::milliseconds kQueueLook(5);
+constexpr uint64_t kMostQueuedFrames = 8192;
+constexpr uint64_t kFramesBetweenLooks = 256;
 
 std::string directory_of(int location) {
     return location == 1 ? "/var/spool/storage/SD_DISK" : "/tmp";
@@ -159,23 +162,43 @@ RecordedFiles Recorders::files(Recorder const& recorder) const {
 }
 
 /**
- * The writer thread looks at its queue every 50 ms and drops what has come since when it is ended;
- * so it is ended when the files have counted every frame, or count no more.
+ * How many frames the writer thread has yet to store: those that were handed over less those that
+ * the files count. What is not counted after some patience never will be, as on a full card.
  */
-void Recorders::wait_for_queue() const {
-    uint64_t counted = 0;
-    for (auto since = Clock::now(); Clock::now() - since < kQueuePatience;) {
-        const uint64_t frames = files(recorders_[kObjects]).frames;
-        if (frames >= recorders_[kObjects].frames) return;
-        if (frames != counted) since = Clock::now();
-        counted = frames;
-        std::this_thread::sleep_for(kQueueLook);
+void Recorders::look_at_queue(Clock::time_point now) {
+    const uint64_t frames = recorders_[kObjects].frames;
+    const uint64_t counted = files(recorders_[kObjects]).frames;
+    const uint64_t uncounted = frames - std::min(frames, counted);
+    // Storage that was slow beyond patience may count them after all.
+    never_counted_ = std::min(never_counted_, uncounted);
+    queued_ = uncounted - never_counted_;
+    if (queued_ == 0 || counted != last_counted_ || last_progress_ == Clock::time_point()) {
+        last_progress_ = now;
     }
+    last_counted_ = counted;
+    if (now - last_progress_ < kQueuePatience) return;
+    never_counted_ += queued_;
+    queued_ = 0;
+}
+
+bool Recorders::is_behind(Clock::time_point now) {
+    if (!recorders_[kObjects].enabled) return false;
+    if (!behind_ && recorders_[kObjects].frames % kFramesBetweenLooks != 0) return false;
+    look_at_queue(now);
+    behind_ = queued_ > kMostQueuedFrames;
+    return behind_;
 }
 
 void Recorders::finish() {
     if (!objects_) return;
-    if (recorders_[kObjects].enabled) wait_for_queue();
+    // The writer thread looks at its queue now and then; told to end, it may drop what has come
+    // since. So it is told when there is nothing left.
+    last_progress_ = Clock::time_point();
+    while (recorders_[kObjects].enabled) {
+        look_at_queue(Clock::now());
+        if (queued_ == 0) break;
+        std::this_thread::sleep_for(kQueueLook);
+    }
     objects_.reset();
     raw_.reset();
     diagnostics_.reset();

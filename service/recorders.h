@@ -53,6 +53,12 @@ public:
     void record(Radar::SocketBuffer const& frame, std::function<std::string()> const& raw,
                 bool failure_active, Clock::time_point now);
 
+    /**
+     * Whether so many frames are queued for the file of objects that an input that can wait should.
+     * The queue itself has no limit, and other inputs do not wait.
+     */
+    bool is_behind(Clock::time_point now);
+
     /** What each recorder is doing, by its name. */
     std::map<std::string, Kit::RecorderStatus> status() const;
 
@@ -78,7 +84,7 @@ private:
     template <typename Store>
     void store(Kind kind, Store const& store);
     RecordedFiles files(Recorder const& recorder) const;
-    void wait_for_queue() const;
+    void look_at_queue(Clock::time_point now);
 
     std::array<Recorder, kKinds> recorders_;
     std::unique_ptr<RecordingWatch> watch_;
@@ -86,6 +92,14 @@ private:
     std::unique_ptr<Radar::DataFileWriter> raw_;
     std::unique_ptr<Radar::DiagnosticFileWriter> diagnostics_;
     Clock::time_point next_diagnostics_{};
+
+    /** The frames of objects that no file counts yet, at the last look, and without those that none
+     * ever will. */
+    uint64_t queued_ = 0;
+    uint64_t never_counted_ = 0;
+    uint64_t last_counted_ = 0;
+    Clock::time_point last_progress_{};
+    bool behind_ = false;
 };
 
 }  // namespace Service

@@ -26,6 +26,7 @@ public:
 
     Clock::time_point due() const override { return due_; }
     Result next(RO::RadarObjects& frame, FrameConditions& conditions) override;
+    bool can_wait() const override { return !pacer_; }
     Kit::InputStatus status() const override;
 
 private:
