@@ -10,6 +10,13 @@
 
 namespace Chip {
 
+namespace {
+
+/** Time to end in: a recorder may have to flush to a slow card. */
+constexpr std::chrono::seconds kGrace(5);
+
+}  // namespace
+
 sigset_t watched_signals() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -33,7 +40,7 @@ Command::Command(std::vector<std::string> const& arguments, sigset_t const& orig
     if (keeper_ < 0) throw std::system_error(errno, std::system_category(), "no process");
     if (keeper_ > 0) return;
     for (const int fd : close_fds) close(fd);
-    _exit(keep(arguments, original, parent));
+    _exit(keep(arguments, original, parent, kGrace));
 }
 
 void Command::send(int signal) const {

@@ -23,9 +23,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** How long a process has between SIGTERM and SIGKILL: a recorder flushes to a slow card. */
-constexpr std::chrono::seconds kGrace{5};
-
 /** What a signal or the end of the waiting time came to; `number` is 0 for the latter. */
 struct Wakeup {
     int number = 0;
@@ -103,20 +100,20 @@ bool reap(pid_t command, std::optional<int>& command_status) {
 }
 
 /** Waits for the command, passing signals on; ends it when `parent` is gone. */
-int wait_for(pid_t command, pid_t parent) {
+int wait_for(pid_t command, pid_t parent, std::chrono::milliseconds grace) {
     std::optional<int> status;
     std::optional<Clock::time_point> deadline;
     while (!status) {
         if (!deadline && getppid() != parent) {
             kill(command, SIGTERM);
-            deadline = Clock::now() + kGrace;
+            deadline = Clock::now() + grace;
         }
         const Wakeup wakeup = wait_for_signal(deadline);
         reap(command, status);
         if (status) break;
         if (deadline && Clock::now() >= *deadline) {
             kill(command, SIGKILL);
-            deadline = Clock::now() + kGrace;
+            deadline = Clock::now() + grace;
         }
         const bool pass_on = wakeup.number > 0 && wakeup.number != SIGCHLD && getppid() == parent;
         if (pass_on && sent_by_program(wakeup.code)) kill(command, wakeup.number);
@@ -125,9 +122,9 @@ int wait_for(pid_t command, pid_t parent) {
 }
 
 /** Ends what is left. Children of those that go become the keeper's own, and go next. */
-void end_descendants(pid_t command) {
+void end_descendants(pid_t command, std::chrono::milliseconds grace) {
     std::optional<int> ignored;
-    const auto deadline = Clock::now() + kGrace;
+    const auto deadline = Clock::now() + grace;
     std::set<pid_t> terminated;
     std::set<pid_t> killed;
     // Anew every so often, for those that have become children since.
@@ -141,8 +138,8 @@ void end_descendants(pid_t command) {
 
 }  // namespace
 
-int keep(std::vector<std::string> const& arguments, sigset_t const& original,
-         pid_t parent) noexcept {
+int keep(std::vector<std::string> const& arguments, sigset_t const& original, pid_t parent,
+         std::chrono::milliseconds grace) noexcept {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     // After this a parent that is gone already shows in getppid(), a later end in the signal.
     prctl(PR_SET_PDEATHSIG, SIGTERM);
@@ -153,8 +150,8 @@ int keep(std::vector<std::string> const& arguments, sigset_t const& original,
         std::fprintf(stderr, "petrelradar-chip: no process: %s\n", std::strerror(errno));
         return kCannotRun;
     }
-    const int status = wait_for(command, parent);
-    end_descendants(command);
+    const int status = wait_for(command, parent, grace);
+    end_descendants(command, grace);
     return status;
 }
 

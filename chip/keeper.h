@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <csignal>
 #include <string>
 #include <vector>
@@ -13,10 +14,16 @@ int exit_status(int wait_status);
 
 /**
  * The keeper process's work, from its start to its end: runs the command, passes signals on, and
- * ends everything that descends from it when the command has ended, or when `parent` is gone.
- * Returns the exit status.
+ * ends everything that descends from it when the command has ended, or when `parent` is gone. To be
+ * called with watched_signals() blocked, in a process of its own.
+ *
+ * @param arguments the program and its arguments.
+ * @param original the signal mask that the program starts with.
+ * @param parent the process whose end is the command's as well.
+ * @param grace how long a process has between SIGTERM and SIGKILL.
+ * @return the exit status: the command's, kNotFound or kCannotRun.
  */
-int keep(std::vector<std::string> const& arguments, sigset_t const& original,
-         pid_t parent) noexcept;
+int keep(std::vector<std::string> const& arguments, sigset_t const& original, pid_t parent,
+         std::chrono::milliseconds grace) noexcept;
 
 }  // namespace Chip

@@ -3,6 +3,7 @@
 #include "chip/command.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -133,6 +134,12 @@ TEST_F(CommandTest, WhatItHasStartedEndsWhenTheChipIsKilled) {
     const pid_t sleeper = std::stoi(chip.output());
     chip.signal(SIGKILL);
     EXPECT_TRUE(chip_test::await_end_of(sleeper));
+}
+
+TEST_F(CommandTest, AnUnmountedDeviceLeavesTheCommandAlone) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can unmount";
+    const Ended ended = run(chip_with_script("umount /dev/spidev0.0 && sleep 0.02; exit 4"));
+    EXPECT_EQ(ended.status, 4);
 }
 
 TEST_F(CommandTest, AnInputThatCannotBeReadStartsNoCommand) {
