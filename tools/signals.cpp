@@ -25,13 +25,13 @@ void on_suspension(int) {
     suspension_wanted = true;
 }
 
-void handle(int signal, void (*handler)(int), int flags) {
+void handle(int signal, void (*handler)(int), unsigned int flags) {
     struct sigaction before = {};
     sigaction(signal, nullptr, &before);
     if (before.sa_handler == SIG_IGN) return;
     struct sigaction action = {};
     action.sa_handler = handler;
-    action.sa_flags = flags;  // no SA_RESTART: a wait ends
+    action.sa_flags = static_cast<int>(flags);  // no SA_RESTART: a wait ends
     sigaction(signal, &action, nullptr);
 }
 
