@@ -78,6 +78,7 @@ TEST_F(ListenLiveTest, CtrlZGivesTheTerminalBackUntilTheProgramGoesOn) {
     const auto program = start();
     program->type("\x1a");
     EXPECT_TRUE(program->prints(std::string(kShowCursor) + kFirstScreen));
+    program->wait_until_stopped();
     program->forget_output();
     program->send_signal(SIGCONT);
     EXPECT_TRUE(program->prints(kSecondScreen));

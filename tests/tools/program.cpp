@@ -136,6 +136,11 @@ void Program::send_signal(int signal) const {
     kill(pid, signal);
 }
 
+void Program::wait_until_stopped() const {
+    siginfo_t info = {};
+    waitid(P_PID, static_cast<id_t>(pid), &info, WSTOPPED | WEXITED | WNOWAIT);
+}
+
 void Program::type(std::string const& keys) const {
     EXPECT_EQ(write(out_fd, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }

@@ -47,6 +47,8 @@ public:
     void forget_output() { outcome.out.clear(); }
 
     void send_signal(int signal) const;
+    /** Waits until the program has stopped itself, as on Ctrl-Z. */
+    void wait_until_stopped() const;
     /** Types on the terminal. */
     void type(std::string const& keys) const;
     /** Gives the terminal another size. */
