@@ -85,22 +85,23 @@ void BlockReader::rewind() {
 
 /** Reads until the window has `size` bytes or the input ends. */
 void BlockReader::fill(std::size_t size) {
-    make_room(size);
     while (end - begin < size) {
+        // Nothing is moved before there is something to read: windows beyond the end cost little.
+        if (end == buffer.size()) make_room(size);
         const std::size_t count = read_block(buffer.data() + end, buffer.size() - end);
         if (count == 0) return;
         end += count;
     }
 }
 
-/** Moves what is left to the front of a buffer that has room for `size` bytes. */
+/** Moves what is left to the front, of a larger buffer if `size` bytes are more than this one. */
 void BlockReader::make_room(std::size_t size) {
     if (buffer.size() < size) {
         std::vector<char> larger(buffer_size(size));
         std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin),
                   buffer.begin() + static_cast<std::ptrdiff_t>(end), larger.begin());
         buffer.swap(larger);
-    } else if (begin != 0) {
+    } else {
         std::memmove(buffer.data(), buffer.data() + begin, end - begin);
     }
     end -= begin;

@@ -33,6 +33,10 @@ public:
 
     /** A tag or a length: five bytes at most, of which bits beyond 32 are lost. */
     bool short_varint(std::uint32_t& value) {
+        if (position != end && static_cast<unsigned char>(*position) < 0x80) {  // mostly
+            value = static_cast<unsigned char>(*position++);
+            return true;
+        }
         value = 0;
         for (int shift = 0; shift < 35 && position != end; shift += 7) {
             const auto byte = static_cast<unsigned char>(*position++);
@@ -40,6 +44,15 @@ public:
             if (byte < 0x80) return true;
         }
         return false;
+    }
+
+    /** Moves on over the fields that a target mostly has: a tag of one byte and four bytes. */
+    void skip_floats() {
+        while (end - position >= 5) {
+            const auto tag = static_cast<unsigned char>(*position);
+            if ((tag & 0x87) != 5 || tag < 8) return;
+            position += 5;
+        }
     }
 
     bool skip(std::size_t size) {
@@ -99,10 +112,11 @@ private:
 bool survey_target(std::string_view encoding) {
     Walk walk(encoding);
     std::uint32_t tag = 0;
-    while (!walk.at_end()) {
+    for (;;) {
+        walk.skip_floats();
+        if (walk.at_end()) return true;
         if (!walk.short_varint(tag) || !walk.skip_field(tag, kDeepest - 1)) return false;
     }
-    return true;
 }
 
 bool survey_field(Walk& walk, FrameSurvey& survey) {

@@ -1,6 +1,7 @@
 #include "kit/recording/record_search.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "kit/recording/frame_survey.h"
 #include "kit/recording/recording_format.h"
@@ -9,8 +10,8 @@ namespace Kit {
 
 namespace {
 
-/** How much is looked through at a time. */
-constexpr std::size_t kSearchWindow = 64 * 1024;
+/** How much is looked through at a time: little, because all of it may be looked at again. */
+constexpr std::size_t kSearchWindow = 4096;
 
 /** The first field of every frame as recorders write it. */
 constexpr std::string_view kFrameStart = "\x08\x82\xE2\xED\x0D";
@@ -23,16 +24,27 @@ constexpr std::string_view kFrameStart = "\x08\x82\xE2\xED\x0D";
 constexpr std::uint64_t kExaminedAtOnce = 64 * 1024 * 1024;
 constexpr std::uint64_t kExaminedPerByte = 16;
 
+/** Where `byte` is in `bytes` from `from` on; its size if nowhere. */
+std::size_t find_byte(std::string_view bytes, unsigned char byte, std::size_t from) {
+    void const* const found = std::memchr(bytes.data() + from, byte, bytes.size() - from);
+    if (found == nullptr) return bytes.size();
+    return static_cast<std::size_t>(static_cast<char const*>(found) - bytes.data());
+}
+
 /** Where a record or a header may begin in `bytes`, or, if nowhere, the last 7 bytes. */
 std::size_t find_candidate(std::string_view bytes) {
-    const std::size_t end = bytes.size() - (kRecordHeaderSize - 1);
-    for (std::size_t place = 0; place < end; ++place) {
-        const char last = bytes[place + 3];
-        if (last != '\xFE' && last != '\xBA') continue;
+    // The last byte of a tag, FE, or of the magic, BA, is what to look for.
+    const std::string_view lasts = bytes.substr(0, bytes.size() - 4);
+    std::size_t of_tag = find_byte(lasts, 0xFE, 3);
+    std::size_t of_magic = find_byte(lasts, 0xBA, 3);
+    while (of_tag < lasts.size() || of_magic < lasts.size()) {
+        const std::size_t place = std::min(of_tag, of_magic) - 3;
         const std::uint32_t word = read_word(bytes.substr(place));
         if (is_record_tag(word) || word == kRecordingMagic) return place;
+        std::size_t& next = of_tag < of_magic ? of_tag : of_magic;
+        next = find_byte(lasts, of_tag < of_magic ? 0xFE : 0xBA, next + 1);
     }
-    return end;
+    return bytes.size() - (kRecordHeaderSize - 1);
 }
 
 }  // namespace
@@ -59,7 +71,7 @@ void RecordSearch::begin(std::optional<std::uint32_t> expected_tag, std::size_t 
 RecordSearch::Result RecordSearch::run() {
     if (step_over_damaged_record()) return Result::kFound;
     for (;;) {
-        const std::string_view window = input.window(kSearchWindow);
+        const std::string_view window = input.window(kSearchWindow).substr(0, kSearchWindow);
         if (window.size() < kRecordHeaderSize) {
             if (growing) return Result::kNotYet;
             input.advance(window.size());
@@ -81,10 +93,41 @@ bool RecordSearch::step_over_damaged_record() {
     // That the input ends there says less: then the length may as well have swallowed other
     // records.
     const bool found = bytes.size() >= damaged_record + kRecordHeaderSize &&
-                       continues_recording(bytes.substr(damaged_record), read_word(bytes));
+                       continues_recording(bytes.substr(damaged_record), read_word(bytes)) &&
+                       !ends_with_records(bytes.substr(0, damaged_record), read_word(bytes));
     input.advance(found ? damaged_record : 1);
     damaged_record = 0;
     return found;
+}
+
+/** Whether the last bytes of a damaged record are whole records, which its length has swallowed. */
+bool RecordSearch::ends_with_records(std::string_view bytes, std::uint32_t expected_tag) {
+    bytes.remove_prefix(1);
+    while (bytes.size() >= kRecordHeaderSize && within_budget()) {
+        const std::string_view window = bytes.substr(0, kSearchWindow);
+        const std::size_t place = find_candidate(window);
+        bytes.remove_prefix(place);
+        if (window.size() - place < kRecordHeaderSize) continue;
+        std::string_view rest = bytes;
+        for (std::size_t size = 1; size != 0 && !rest.empty(); rest.remove_prefix(size)) {
+            size = record_at(rest, expected_tag);
+        }
+        if (rest.empty()) return true;
+        bytes.remove_prefix(1);
+    }
+    return false;
+}
+
+/** The size of the credible record at the front of `bytes`, 0 when there is none. */
+std::size_t RecordSearch::record_at(std::string_view bytes, std::uint32_t expected_tag) {
+    if (bytes.size() < kRecordHeaderSize || read_word(bytes) != expected_tag) return 0;
+    const std::uint32_t length = read_word(bytes.substr(4));
+    if (length > bytes.size() - kRecordHeaderSize) return 0;
+    return is_frame(bytes.substr(kRecordHeaderSize, length)) ? kRecordHeaderSize + length : 0;
+}
+
+bool RecordSearch::within_budget() const {
+    return examined <= kExaminedAtOnce + kExaminedPerByte * (input.offset() - begin_offset);
 }
 
 RecordSearch::Result RecordSearch::judge(std::optional<std::uint32_t> expected_tag) {
@@ -100,6 +143,7 @@ RecordSearch::Result RecordSearch::judge(std::optional<std::uint32_t> expected_t
         head.substr(kRecordHeaderSize, kFrameStart.size()) != kFrameStart) {
         return Result::kEnd;
     }
+    if (!within_budget()) return Result::kEnd;
     const std::size_t size = kRecordHeaderSize + length;
     const std::string_view bytes = input.window(size + kRecordHeaderSize);
     if (bytes.size() < size) return growing ? Result::kNotYet : Result::kEnd;
@@ -116,8 +160,6 @@ RecordSearch::Result RecordSearch::judge_header() {
 }
 
 bool RecordSearch::is_frame(std::string_view payload) {
-    const std::uint64_t searched = input.offset() - begin_offset;
-    if (examined > kExaminedAtOnce + kExaminedPerByte * searched) return false;
     FrameSurvey frame;
     std::size_t size = 0;
     const bool well_formed = survey_frame(payload, frame, &size);

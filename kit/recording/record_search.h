@@ -54,6 +54,9 @@ private:
     std::uint64_t examined = 0;
 
     bool step_over_damaged_record();
+    bool ends_with_records(std::string_view bytes, std::uint32_t expected_tag);
+    std::size_t record_at(std::string_view bytes, std::uint32_t expected_tag);
+    bool within_budget() const;
     Result judge_header();
     bool is_frame(std::string_view payload);
 };

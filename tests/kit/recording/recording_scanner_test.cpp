@@ -5,11 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "kit/input_error.h"
+#include "kit/recording/random_frames.h"
 #include "kit/recording/recording_bytes.h"
 #include "support/private_paths.h"
 
@@ -259,6 +261,13 @@ TEST_F(RecordingScannerTest, ADamagedPayloadHidesNoRecordThatItHolds) {
                             "record@" + end));
 }
 
+TEST_F(RecordingScannerTest, ALengthThatSwallowsWholeRecordsCostsNoOther) {
+    const std::string damaged = word(0xFEED0007) + word(7 + 15) + second.substr(8);
+    EXPECT_THAT(scan(header(5) + first + first + damaged + first + third),
+                ElementsAre("header", "record@40", "record@55", "undecodable@70", "skipped@70+15",
+                            "record@85", "record@100", "frame-count@36"));
+}
+
 TEST_F(RecordingScannerTest, TwoRecordingsThatWereJoinedAreTold) {
     EXPECT_THAT(scan(header(1) + first + header(1) + record(frame(2), 0xFEED0008)),
                 ElementsAre("header", "record@40", "second-header@55", "header", "record@95"));
@@ -380,6 +389,16 @@ TEST_F(RecordingScannerTest, APipeIsScannedAsAFileIs) {
     close(ends[0]);
 }
 
+TEST_F(RecordingScannerTest, CandidatesThatOverlapByMegabytesEnd) {
+    // Each holds the next ones, and their lengths reach to the end or beyond.
+    std::string bytes = header(2) + first + second + "damage";
+    const std::string candidate =
+        "\x7A\x0D" + word(0xFEED0007) + word(1 << 20) + frame(0).substr(0, 5);
+    for (int i = 0; i < 140000; ++i) bytes += candidate;
+    EXPECT_THAT(scan(bytes), ElementsAre("header", "record@40", "record@55", "wrong-tag@70",
+                                         "skipped@70+" + std::to_string(bytes.size() - 70)));
+}
+
 TEST_F(RecordingScannerTest, ADeviceIsRefused) {
     EXPECT_THAT([] { RecordingScanner scanner("/dev/zero"); },
                 testing::ThrowsMessage<Kit::InputError>("/dev/zero: Is a device"));
@@ -395,6 +414,99 @@ TEST_F(RecordingScannerTest, ADanglingLinkIsRefused) {
     EXPECT_THAT(
         [] { RecordingScanner scanner("/tmp/dangling"); },
         testing::ThrowsMessage<Kit::InputError>("/tmp/dangling: No such file or directory"));
+}
+
+/** Recordings with damage at random places. */
+class DamagedRecordingTest : public RecordingScannerTest {
+protected:
+    struct Place {
+        std::size_t begin;
+        std::size_t end;
+    };
+
+    std::string bytes;
+    std::vector<Place> records;
+
+    void add_record(std::string const& payload) {
+        const std::string added = record(payload);
+        records.push_back({bytes.size(), bytes.size() + added.size()});
+        bytes += added;
+    }
+
+    void make_recording(test_support::Random& random, std::uint32_t most_targets) {
+        bytes = header(40);
+        records.clear();
+        for (int i = 0; i < 40; ++i) {
+            add_record(test_support::random_frame(random, most_targets).SerializeAsString());
+        }
+    }
+
+    /** Overwrites a piece behind the third record and returns where. */
+    Place damage(test_support::Random& random) {
+        const std::size_t begin =
+            records[2].end +
+            random.below(static_cast<std::uint32_t>(bytes.size() - records[2].end));
+        const std::uint32_t kind = random.below(4);
+        const std::size_t size = kind == 0 ? 1 : kind == 1 ? 4 : 1 + random.below(600);
+        const std::size_t end = std::min(begin + size, bytes.size());
+        for (std::size_t i = begin; i < end; ++i) {
+            bytes[i] = kind == 2 ? '\0' : static_cast<char>(random.below(256));
+        }
+        return {begin, end};
+    }
+
+    /** The records that do not lie in `damaged`, as a scan tells them. */
+    std::vector<std::string> untouched(Place damaged) const {
+        std::vector<std::string> names;
+        for (Place const& place : records) {
+            if (place.end <= damaged.begin || place.begin >= damaged.end) {
+                names.push_back("record@" + std::to_string(place.begin));
+            }
+        }
+        return names;
+    }
+};
+
+TEST_F(DamagedRecordingTest, EveryRecordThatIsNotTouchedIsFound) {
+    test_support::Random random(1);
+    for (int i = 0; i < 1500; ++i) {
+        make_recording(random, i % 3 * 10);
+        const Place damaged = damage(random);
+        ASSERT_THAT(scan(bytes), testing::IsSupersetOf(untouched(damaged)))
+            << i << ": " << damaged.begin << " to " << damaged.end;
+    }
+}
+
+TEST_F(DamagedRecordingTest, EveryByteIsAccountedFor) {
+    test_support::Random random(2);
+    for (int i = 0; i < 1500; ++i) {
+        make_recording(random, 5);
+        for (std::uint32_t n = random.below(4); n > 0; --n) damage(random);
+        bytes.erase(random.below(static_cast<std::uint32_t>(bytes.size())), random.below(30));
+        test_support::write_file(kPath, bytes);
+        RecordingScanner scanner(kPath);
+        std::uint64_t sum = 0;
+        for (auto item = scanner.next(); item != RecordingScanner::Item::kEnd;
+             item = scanner.next()) {
+            if (item == RecordingScanner::Item::kHeader) sum += 40;
+            if (item == RecordingScanner::Item::kRecord) sum += 8 + scanner.record().payload.size();
+            if (item == RecordingScanner::Item::kFinding) sum += scanner.finding().length;
+        }
+        ASSERT_EQ(sum, bytes.size()) << i;
+    }
+}
+
+TEST_F(DamagedRecordingTest, ABitThatFlipsCostsItsRecordAtMost) {
+    bytes = header(6);
+    const std::string filling = "\x7A\x0F" + std::string(15, 'x');
+    for (std::uint64_t i = 0; i < 6; ++i) add_record(frame(i + 1) + filling);
+    ASSERT_EQ(records[0].end - records[0].begin, 32u);
+    for (std::size_t bit = 320; bit < 8 * bytes.size(); ++bit) {
+        const char byte = bytes[bit / 8];
+        bytes[bit / 8] = static_cast<char>(byte ^ 1 << bit % 8);
+        ASSERT_THAT(scan(bytes), testing::IsSupersetOf(untouched({bit / 8, bit / 8 + 1}))) << bit;
+        bytes[bit / 8] = byte;
+    }
 }
 
 }  // namespace

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace Kit {
+
+/** The fields of a target, as RO::TargetData has them. */
+struct TargetValues {
+    float rcs = 0;
+    float r = 0;
+    float rdot = 0;
+    float theta = 0;
+    std::uint32_t options = 0;
+    float snr = 0;
+};
+
+/**
+ * Goes over the targets of an encoded frame that survey_frame() calls well-formed, one at a time, so
+ * that a frame of any size costs no memory. Does not own the encoding. One thread at a time.
+ */
+class TargetReader {
+public:
+    explicit TargetReader(std::string_view frame) : rest(frame) {}
+
+    /** Takes the encoding of the next target, an RO::TargetData; false when there is none. */
+    bool next(std::string_view& target);
+
+private:
+    std::string_view rest;
+};
+
+/** What the encoding of a target, taken from a TargetReader, says. */
+TargetValues read_target(std::string_view target);
+
+/** The encoding of the frame without its targets: what a TargetReader passes over. */
+std::string frame_without_targets(std::string_view frame);
+
+}  // namespace Kit
