@@ -153,6 +153,11 @@ TEST_F(SPIRadarInterfaceTest, AnOddCommandByteIsWrittenUnchanged) {
     EXPECT_EQ(hex(device.messages.at(0).sent[0]), "21 00 00 00");
 }
 
+TEST_F(SPIRadarInterfaceTest, AnOddCommandByteIsReadWithUnchanged) {
+    OpenedInterface(0, 0x21).read_register(0);
+    EXPECT_EQ(hex(device.messages.at(0).sent[0]), "21 00 00");
+}
+
 TEST_F(SPIRadarInterfaceTest, OnlyTheLowBitsOfTheCommandByteCount) {
     const OpenedInterface other(0, 0x7FFFFF30);
     other.write_register(0, 0, 1);

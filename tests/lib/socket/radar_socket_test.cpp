@@ -193,11 +193,13 @@ TEST_F(RadarSocketTest, DestructionClosesTheExternalEndAndThenTheInternal) {
     EXPECT_THAT(closed, ElementsAre(1002, 1001));
 }
 
-TEST_F(RadarSocketTest, DestructionClosesDescriptorZero) {
+TEST_F(RadarSocketTest, DestructionClosesDescriptorZeroAtEitherEnd) {
     make_pairs_of(0, 1002);
     record_closes();
     { const RadarSocket socket; }
-    EXPECT_THAT(closed, ElementsAre(1002, 0));
+    make_pairs_of(1001, 0);
+    { const RadarSocket socket; }
+    EXPECT_THAT(closed, ElementsAre(1002, 0, 0, 1001));
 }
 
 TEST_F(RadarSocketTest, DestructionClosesNoNegativeEnd) {
