@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -60,14 +59,6 @@ std::string read_text_file(std::string const& path) {
 
 std::string read_standard_input() {
     return read_to_end(STDIN_FILENO, "standard input");
-}
-
-std::string printable(std::string text) {
-    const auto is_control = [](char character) {
-        return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
-    };
-    std::replace_if(text.begin(), text.end(), is_control, '?');
-    return text;
 }
 
 }  // namespace Tools

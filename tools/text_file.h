@@ -18,7 +18,4 @@ std::string read_text_file(std::string const& path);
 /** Returns what standard input holds, to its end. @throws Kit::InputError as above. */
 std::string read_standard_input();
 
-/** `text` in a line of a message or on a terminal: control characters are replaced by '?'. */
-std::string printable(std::string text);
-
 }  // namespace Tools

@@ -1,12 +1,16 @@
 #include "tools/verbs.h"
 
+#include "tools/cat.h"
 #include "tools/listen.h"
+#include "tools/regs.h"
 
 namespace Tools {
 
 std::vector<Verb> all_verbs() {
     return {
+        cat_verb(),
         listen_verb(),
+        regs_verb(),
     };
 }
 
