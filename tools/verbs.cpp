@@ -3,6 +3,7 @@
 #include "tools/cat.h"
 #include "tools/listen.h"
 #include "tools/regs.h"
+#include "tools/settings.h"
 
 namespace Tools {
 
@@ -11,6 +12,7 @@ std::vector<Verb> all_verbs() {
         cat_verb(),
         listen_verb(),
         regs_verb(),
+        settings_verb(),
     };
 }
 
