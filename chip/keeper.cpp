@@ -87,6 +87,7 @@ bool reap(pid_t command, std::optional<int>& command_status) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != keeper) _exit(128 + SIGTERM);
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string const& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));
     }

@@ -18,7 +18,7 @@ constexpr unsigned request_number(unsigned long request) {
 
 bool is_message(unsigned request) {
     return _IOC_TYPE(request) == SPI_IOC_MAGIC && _IOC_DIR(request) == _IOC_WRITE &&
-           _IOC_NR(request) == _IOC_NR(SPI_IOC_MESSAGE(0));
+           _IOC_NR(request) == _IOC_NR(SPI_IOC_MESSAGE(1));
 }
 
 /** The place of a buffer in the client's memory; it is not ours to follow. */

@@ -112,7 +112,7 @@ void raw_request(std::string const& name) {
     static uint8_t const* const nowhere = reinterpret_cast<uint8_t const*>(uintptr_t{16});
     int result = 0;
     if (name == "no-transfers") {
-        result = answer(fd, SPI_IOC_MESSAGE(0), buffer);
+        result = answer(fd, _IOC(_IOC_WRITE, SPI_IOC_MAGIC, 0, 0), buffer);
     } else if (name == "foreign") {
         result = answer(fd, _IOR('Z', 1, int), buffer);
     } else if (name == "bad-tx") {

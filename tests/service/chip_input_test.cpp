@@ -250,7 +250,7 @@ TEST_F(OpenChipInputTest, AFullFrameCostsAsManyMessagesAsThePageSays) {
 }
 
 TEST_F(OpenChipInputTest, FramesArriveInOrderEachOnce) {
-    for (const uint64_t timestamp : {1, 2, 3}) measure({1.0F}, timestamp);
+    for (const uint64_t timestamp : {1U, 2U, 3U}) measure({1.0F}, timestamp);
     std::vector<uint64_t> arrived;
     while (poll()) arrived.push_back(frame_.timestamp());
     EXPECT_EQ(arrived, (std::vector<uint64_t>{1, 2, 3}));
