@@ -5,6 +5,7 @@
 #include <iostream>
 #include <limits>
 #include <sstream>
+#include <stdexcept>
 
 #include "lib/config/configuration_fixture.h"
 #include "lib/virtual_slots.h"
@@ -190,6 +191,19 @@ TEST_F(ConfigurationTest, AddOfAnAbsentKeySetsThroughAnOverride) {
     settings.add("k", 5);
     EXPECT_EQ(settings.asked, (Settings{{"k", 5}}));
     EXPECT_EQ(settings.conf, Settings{});
+}
+
+/** Cannot store anything. */
+class FullConfiguration : public Configuration {
+public:
+    using Configuration::Configuration;
+    void set(std::string, int) override { throw std::out_of_range("full"); }
+};
+
+TEST_F(ConfigurationTest, WhatStoringThrowsReachesTheCallerOfGetAndAdd) {
+    FullConfiguration settings(path);
+    EXPECT_THROW(settings.get("k", 5), std::out_of_range);
+    EXPECT_THROW(settings.add("k", 5), std::out_of_range);
 }
 
 TEST_F(ConfigurationTest, OperationsKeepTheirPlacesAroundTheDestructor) {

@@ -223,9 +223,10 @@ TEST_F(DataFileRotationTest, AClockThatIsSetBackDoesNotEndTheFile) {
 TEST_F(DataFileRotationTest, TheAgeIsADifferenceOf32Bits) {
     if (sizeof(time_t) == 4) GTEST_SKIP() << "the clock has no more bits";
     writer.write("frame");
-    now.tv_sec += int64_t{1} << 31;
+    const auto wrap = static_cast<time_t>(int64_t{1} << 31);
+    now.tv_sec += wrap;
     EXPECT_EQ(completed_after(writer, "frame"), 0);
-    now.tv_sec += (int64_t{1} << 31) + 60;
+    now.tv_sec += wrap + 60;
     EXPECT_EQ(completed_after(writer, "frame"), 0);
     EXPECT_EQ(completed_after_a_second(writer), 1);
 }

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "lib/allocations.h"
+#include "lib/filewriter/thread_calls.h"
 #include "lib/filewriter/writer_thread_fixture.h"
 
 namespace {
@@ -59,6 +60,17 @@ TEST_F(ObjectFileWriterThreadQueueTest, APushedRecordIsCopied) {
     std::string record(1000, 'x');
     writer->push_buf(std::move(record));
     EXPECT_EQ(record.size(), 1000U);  // NOLINT(bugprone-use-after-move): that is the claim
+}
+
+TEST_F(ObjectFileWriterThreadQueueTest, APushLocksTheQueueForItselfAndAPopSharesIt) {
+    if (!test_support::can_see_thread_calls()) GTEST_SKIP() << "locks cannot be seen";
+    test_support::counted_locks = {};
+    writer->push_buf("record");
+    EXPECT_EQ(test_support::counted_locks.exclusive, 1);
+    EXPECT_EQ(test_support::counted_locks.shared, 0);
+    popped();
+    EXPECT_EQ(test_support::counted_locks.exclusive, 1);
+    EXPECT_EQ(test_support::counted_locks.shared, 1);
 }
 
 TEST_F(ObjectFileWriterThreadQueueTest, ANewRecorderIsOffWithoutAThread) {
@@ -168,7 +180,7 @@ TEST_F(ObjectFileWriterThreadQueueTest, AThreadThatCannotBeStartedReachesTheCall
     pthread_attr_t attributes;
     ASSERT_EQ(pthread_getattr_default_np(&attributes), 0);
     pthread_attr_t unreachable = attributes;
-    constexpr size_t kMoreThanThereIs = std::numeric_limits<size_t>::max() / 4 * 3;
+    constexpr size_t kMoreThanThereIs = std::numeric_limits<size_t>::max() / 8 * 7;
     ASSERT_EQ(pthread_attr_setstacksize(&unreachable, kMoreThanThereIs), 0);
     ASSERT_EQ(pthread_setattr_default_np(&unreachable), 0);
     EXPECT_THROW(writer->configure("FileWriterEnabled", 1), std::system_error);

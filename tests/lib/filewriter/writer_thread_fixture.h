@@ -73,7 +73,7 @@ protected:
 
     void SetUp() override {
         WriterThreadTest::SetUp();
-        if (!can_see_joins()) GTEST_SKIP() << "joins of threads cannot be seen";
+        if (!can_see_thread_calls()) GTEST_SKIP() << "joins of threads cannot be seen";
     }
 
     void switch_on() { writer->configure("FileWriterEnabled", 1); }
