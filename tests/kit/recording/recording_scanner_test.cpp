@@ -469,7 +469,7 @@ protected:
 
 TEST_F(DamagedRecordingTest, EveryRecordThatIsNotTouchedIsFound) {
     test_support::Random random(1);
-    for (int i = 0; i < 1500; ++i) {
+    for (std::uint32_t i = 0; i < 1500; ++i) {
         make_recording(random, i % 3 * 10);
         const Place damaged = damage(random);
         ASSERT_THAT(scan(bytes), testing::IsSupersetOf(untouched(damaged)))
@@ -479,7 +479,7 @@ TEST_F(DamagedRecordingTest, EveryRecordThatIsNotTouchedIsFound) {
 
 TEST_F(DamagedRecordingTest, EveryByteIsAccountedFor) {
     test_support::Random random(2);
-    for (int i = 0; i < 1500; ++i) {
+    for (std::uint32_t i = 0; i < 1500; ++i) {
         make_recording(random, 5);
         for (std::uint32_t n = random.below(4); n > 0; --n) damage(random);
         bytes.erase(random.below(static_cast<std::uint32_t>(bytes.size())), random.below(30));
