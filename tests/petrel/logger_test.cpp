@@ -112,7 +112,14 @@ TEST_F(LoggerTest, KeepsTheErrorNumber) {
 }
 
 /** A level, and the prefix that the journal reads it from. */
-using JournalPrefix = std::pair<int, char const*>;
+struct JournalPrefix {
+    int level;
+    char const* prefix;
+};
+
+void PrintTo(JournalPrefix const& one, std::ostream* os) {
+    *os << one.level;
+}
 
 class LoggerJournalTest : public LoggerTest, public testing::WithParamInterface<JournalPrefix> {};
 
@@ -123,8 +130,8 @@ INSTANTIATE_TEST_SUITE_P(Levels, LoggerJournalTest,
 
 TEST_P(LoggerJournalTest, GetsThePriorityInFrontOfEveryLine) {
     connect_to_journal();
-    log(GetParam().first, "%s", "one\ntwo\n");
-    const std::string prefix = GetParam().second;
+    log(GetParam().level, "%s", "one\ntwo\n");
+    const std::string prefix = GetParam().prefix;
     EXPECT_EQ(written(), prefix + "one\n" + prefix + "two\n");
 }
 

@@ -29,6 +29,10 @@ struct FieldReading {
     int result;
 };
 
+void PrintTo(FieldReading const& one, std::ostream* os) {
+    *os << one.name;
+}
+
 class ReadFieldTest : public testing::TestWithParam<FieldReading> {};
 
 INSTANTIATE_TEST_SUITE_P(
@@ -48,8 +52,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FieldReading{"Shift32OfANegative", kHighestBit, 32, 32, -1},
                     FieldReading{"Shift32OfANegativeIsMasked", kHighestBit, 32, 3, 7},
                     FieldReading{"Shift32OfAPositive", 0x7FFFFFFF, 32, 32, 0},
-                    FieldReading{"ShiftFarAbove32", kAllBits, 1000, 4, 15}),
-    [](auto const& test) { return std::string(test.param.name); });
+                    FieldReading{"ShiftFarAbove32", kAllBits, 1000, 4, 15}));
 
 TEST_P(ReadFieldTest, IsExtractedFromItsRegister) {
     FakeBus bus;
@@ -68,6 +71,10 @@ struct FieldWriting {
     int after;
 };
 
+void PrintTo(FieldWriting const& one, std::ostream* os) {
+    *os << one.name;
+}
+
 class WriteFieldTest : public testing::TestWithParam<FieldWriting> {};
 
 INSTANTIATE_TEST_SUITE_P(
@@ -84,8 +91,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FieldWriting{"AFieldOverTheTop", 0x0F, 28, 8, 0xAB, -0x4FFFFFF1},
                     FieldWriting{"WidthZero", 0x12345678, 4, 0, -1, 0x12345678},
                     FieldWriting{"Shift32", 0x12345678, 32, 4, -1, 0x12345678},
-                    FieldWriting{"ShiftFarAbove32", 0x12345678, 1000, 32, -1, 0x12345678}),
-    [](auto const& test) { return std::string(test.param.name); });
+                    FieldWriting{"ShiftFarAbove32", 0x12345678, 1000, 32, -1, 0x12345678}));
 
 TEST_P(WriteFieldTest, ChangesTheFieldsBitsOnly) {
     FakeBus bus;

@@ -29,6 +29,10 @@ struct Frame {
     char const* content;
 };
 
+void PrintTo(Frame const& one, std::ostream* os) {
+    *os << one.name;
+}
+
 class FormatDataTest : public SPIRadarInterfaceFrameTest,
                        public testing::WithParamInterface<Frame> {};
 
@@ -46,8 +50,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Frame{"NegativeAddress", -2, 0, 1, false, "FE FF 00"},
                     Frame{"NegativeLength", 1, 2, -1, true, "20 01 00"},
                     Frame{"LowestLengthWithCommand", 1, 2, -3, true, "20 01 00"},
-                    Frame{"LowestLengthWithoutCommand", 1, 2, -2, false, "01 00"}),
-    [](auto const& test) { return std::string(test.param.name); });
+                    Frame{"LowestLengthWithoutCommand", 1, 2, -2, false, "01 00"}));
 
 TEST_P(FormatDataTest, IsTheFrameOfItsArguments) {
     Frame const& frame = GetParam();

@@ -48,6 +48,10 @@ struct ExpectedField {
     char const* type_name;
 };
 
+void PrintTo(ExpectedField const& one, std::ostream* os) {
+    *os << one.message << '.' << one.name;
+}
+
 class RadarObjectsFieldTest : public testing::TestWithParam<ExpectedField> {
 protected:
     FieldDescriptorProto field() const {
@@ -58,10 +62,6 @@ protected:
         return found;
     }
 };
-
-std::string field_name(testing::TestParamInfo<ExpectedField> const& info) {
-    return std::string(info.param.message) + "_" + info.param.name;
-}
 
 INSTANTIATE_TEST_SUITE_P(
     Schema, RadarObjectsFieldTest,
@@ -82,8 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ExpectedField{"RadarObjects", "timestamp", 2, FieldDescriptorProto::TYPE_UINT64,
                                   FieldDescriptorProto::LABEL_OPTIONAL, ""},
                     ExpectedField{"RadarObjects", "targets", 3, FieldDescriptorProto::TYPE_MESSAGE,
-                                  FieldDescriptorProto::LABEL_REPEATED, ".RO.TargetData"}),
-    field_name);
+                                  FieldDescriptorProto::LABEL_REPEATED, ".RO.TargetData"}));
 
 TEST_P(RadarObjectsFieldTest, HasTheNumberAndTheTypeThatEveryReaderCountsOn) {
     EXPECT_EQ(field().number(), GetParam().number);
@@ -251,24 +250,32 @@ TEST(RadarObjectsDecodingTest, AValueOfAnotherWireTypeIsKeptAsUnknown) {
     EXPECT_EQ(encoding(frame), "0D 01 00 00 00");
 }
 
-class RadarObjectsMalformedTest
-    : public testing::TestWithParam<std::pair<char const*, char const*>> {};
+/** Bytes that are no frame. */
+struct Malformed {
+    char const* name;
+    char const* content;
+};
+
+void PrintTo(Malformed const& one, std::ostream* os) {
+    *os << one.name;
+}
+
+class RadarObjectsMalformedTest : public testing::TestWithParam<Malformed> {};
 
 INSTANTIATE_TEST_SUITE_P(
     Decoding, RadarObjectsMalformedTest,
-    testing::Values(std::pair("TruncatedTag", "88"), std::pair("TruncatedVarint", "08 82 E2"),
-                    std::pair("MissingValue", "08"), std::pair("TruncatedFloat", "1A 03 15 00 00"),
-                    std::pair("TruncatedLength", "1A 80"),
-                    std::pair("LengthBeyondTheBuffer", "1A 05 15 00 00 C0"),
-                    std::pair("FieldBeyondItsTarget", "1A 02 15 00 00 C0 7F"),
-                    std::pair("VarintOfElevenBytes", "10 FF FF FF FF FF FF FF FF FF FF 01"),
-                    std::pair("LengthAboveTwoGibibytes", "1A FF FF FF FF 0F"),
-                    std::pair("FieldNumberZero", "00 01"), std::pair("UndefinedWireType", "0E 01"),
-                    std::pair("EndOfNoGroup", "0C")),
-    [](auto const& test) { return std::string(test.param.first); });
+    testing::Values(Malformed{"TruncatedTag", "88"}, Malformed{"TruncatedVarint", "08 82 E2"},
+                    Malformed{"MissingValue", "08"}, Malformed{"TruncatedFloat", "1A 03 15 00 00"},
+                    Malformed{"TruncatedLength", "1A 80"},
+                    Malformed{"LengthBeyondTheBuffer", "1A 05 15 00 00 C0"},
+                    Malformed{"FieldBeyondItsTarget", "1A 02 15 00 00 C0 7F"},
+                    Malformed{"VarintOfElevenBytes", "10 FF FF FF FF FF FF FF FF FF FF 01"},
+                    Malformed{"LengthAboveTwoGibibytes", "1A FF FF FF FF 0F"},
+                    Malformed{"FieldNumberZero", "00 01"}, Malformed{"UndefinedWireType", "0E 01"},
+                    Malformed{"EndOfNoGroup", "0C"}));
 
 TEST_P(RadarObjectsMalformedTest, IsRefused) {
-    EXPECT_FALSE(parses(GetParam().second));
+    EXPECT_FALSE(parses(GetParam().content));
 }
 
 TEST(RadarObjectsTest, CopyingATargetLeavesTheOriginalIndependent) {

@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,10 @@ public:
     struct Answer {
         ssize_t result;
         int error = 0;
+
+        friend void PrintTo(Answer const& answer, std::ostream* os) {
+            *os << answer.result << " with error " << answer.error;
+        }
     };
 
     FakeDescriptors() {

@@ -114,6 +114,10 @@ struct Teardown {
     std::vector<std::string> closed;
 };
 
+void PrintTo(Teardown const& one, std::ostream* os) {
+    *os << one.consumers;
+}
+
 class SocketBufferTeardownTest : public SocketBufferConsumersTest,
                                  public testing::WithParamInterface<Teardown> {
 protected:
@@ -127,16 +131,14 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(
     Consumers, SocketBufferTeardownTest,
-    testing::Values(Teardown{0, {}}, Teardown{1, {"close 1001"}},
-                    Teardown{2, {"close 1001", "close 1002"}},
-                    Teardown{3, {"close 1001", "close 1003"}},
-                    Teardown{4, {"close 1001", "close 1003", "close 1004"}},
-                    Teardown{5, {"close 1001", "close 1003", "close 1005"}},
-                    Teardown{6, {"close 1001", "close 1003", "close 1005", "close 1006"}},
-                    Teardown{7, {"close 1001", "close 1003", "close 1005", "close 1007"}},
-                    Teardown{
-                        8, {"close 1001", "close 1003", "close 1005", "close 1007", "close 1008"}}),
-    [](auto const& test) { return std::to_string(test.param.consumers); });
+    testing::Values(
+        Teardown{0, {}}, Teardown{1, {"close 1001"}}, Teardown{2, {"close 1001", "close 1002"}},
+        Teardown{3, {"close 1001", "close 1003"}},
+        Teardown{4, {"close 1001", "close 1003", "close 1004"}},
+        Teardown{5, {"close 1001", "close 1003", "close 1005"}},
+        Teardown{6, {"close 1001", "close 1003", "close 1005", "close 1006"}},
+        Teardown{7, {"close 1001", "close 1003", "close 1005", "close 1007"}},
+        Teardown{8, {"close 1001", "close 1003", "close 1005", "close 1007", "close 1008"}}));
 
 TEST_P(SocketBufferTeardownTest, ClosesEverySecondConsumerAndTheLast) {
     destroy_buffer([](int i) { return i; });

@@ -113,6 +113,10 @@ struct BadIndex {
     char const* message;
 };
 
+void PrintTo(BadIndex const& one, std::ostream* os) {
+    *os << one.index;
+}
+
 class SocketBufferIndexDeathTest : public SocketBufferIteratorTest,
                                    public testing::WithParamInterface<BadIndex> {
 protected:

@@ -216,19 +216,29 @@ TEST(SocketBufferSetDataTest, ALengthThatTheParserCannotTakeIsRefusedAndLeavesAn
     EXPECT_EQ(hex(buffer.data()), "");
 }
 
-/** Each float of a target in turn. */
-class SocketBufferNegativeZeroTest
-    : public testing::TestWithParam<void (RO::TargetData::*)(float)> {};
+/** A float of a target. */
+struct FloatField {
+    char const* name;
+    void (RO::TargetData::*set)(float);
+};
+
+void PrintTo(FloatField const& one, std::ostream* os) {
+    *os << one.name;
+}
+
+class SocketBufferNegativeZeroTest : public testing::TestWithParam<FloatField> {};
 
 INSTANTIATE_TEST_SUITE_P(Fields, SocketBufferNegativeZeroTest,
-                         testing::Values(&RO::TargetData::set_rcs, &RO::TargetData::set_r,
-                                         &RO::TargetData::set_rdot, &RO::TargetData::set_theta,
-                                         &RO::TargetData::set_snr));
+                         testing::Values(FloatField{"rcs", &RO::TargetData::set_rcs},
+                                         FloatField{"r", &RO::TargetData::set_r},
+                                         FloatField{"rdot", &RO::TargetData::set_rdot},
+                                         FloatField{"theta", &RO::TargetData::set_theta},
+                                         FloatField{"snr", &RO::TargetData::set_snr}));
 
 TEST_P(SocketBufferNegativeZeroTest, IsLeftOutOfTheEncoding) {
     SocketBuffer buffer(3);
     buffer.push_back(target_with_options(1));
-    (buffer.add_targets()->*GetParam())(-0.0F);
+    (buffer.add_targets()->*GetParam().set)(-0.0F);
     buffer.push_back(target_with_options(2));
     EXPECT_EQ(hex(buffer.data()), "08 82 E2 ED 0D 1A 02 28 01 1A 00 1A 02 28 02");
 }
