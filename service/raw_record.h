@@ -8,8 +8,8 @@
 
 namespace Service {
 
-/** What stands in front of every raw record. Never changes. */
-constexpr uint32_t kRawRecordTag = 0xFEED2052;
+/** What stands in front of every raw record, the bytes "RAW1"; no tag of a frame. Never changes. */
+constexpr uint32_t kRawRecordTag = 0x31574152;
 
 /**
  * Returns the raw record of a frame: tag and length in bytes, then the registers of the demo chip's

@@ -19,7 +19,7 @@ namespace Service {
 
 namespace {
 
-/** The lower halves of the record tags. Never change; 0x2052 is that of raw records. */
+/** The lower halves of the record tags. Never change. */
 constexpr int kObjectsId = 0x2050;
 constexpr int kDiagnosticsId = 0x2051;
 

@@ -92,7 +92,7 @@ TEST_F(HostRecordingTest, RawRecordsHaveTheRegistersOfEveryFrame) {
     ASSERT_EQ(recording.records.size(), 5U);
     EXPECT_EQ(recording.rest, "");
     for (auto const& [tag, registers] : recording.records) {
-        EXPECT_EQ(tag, 0xFEED2052U);
+        EXPECT_EQ(tag, 0x31574152U);
         EXPECT_EQ(registers.size(), 4U * (4 + 2 * 3));
     }
 }

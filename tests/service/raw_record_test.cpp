@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "kit/detections/chip_frame.h"
 #include "recordings.h"
 
@@ -24,9 +26,27 @@ std::string record_of(int targets, FrameConditions const& conditions = {}) {
 
 TEST(RawRecordTest, ARecordBeginsWithItsTagAndTheSizeOfItsRegisters) {
     const std::string record = record_of(2);
-    EXPECT_EQ(word(record, 0), 0xFEED2052U);
+    EXPECT_EQ(record.substr(0, 4), "RAW1");
     EXPECT_EQ(word(record, 1), 4U * (4 + 2 * 3));
     EXPECT_EQ(record.size(), 8U + word(record, 1));
+}
+
+TEST(RawRecordTest, ARecordIsAsItsPageShowsIt) {
+    RO::RadarObjects frame;
+    frame.set_timestamp(1000000);
+    frame.add_targets()->set_r(1.5F);
+    frame.mutable_targets(0)->set_rdot(-0.5F);
+    frame.mutable_targets(0)->set_snr(12.25F);
+    std::string text;
+    for (const char byte : Service::raw_record(frame, 7, {})) {
+        char hex[4];
+        std::snprintf(hex, sizeof(hex), "%02x ", static_cast<unsigned char>(byte));
+        text += hex;
+    }
+    EXPECT_EQ(text,
+              "52 41 57 31 1c 00 00 00 "
+              "07 00 00 00 40 42 0f 00 00 00 00 00 01 00 00 00 "
+              "96 00 ce ff 00 00 00 00 c9 04 00 00 ");
 }
 
 TEST(RawRecordTest, TheFrameIsNumberedAndTimed) {

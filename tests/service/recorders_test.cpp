@@ -51,7 +51,7 @@ protected:
             buffer_,
             [&] {
                 ++raw_records_;
-                return std::string("raw");
+                return raw_record_;
             },
             failure_active, start_ + std::chrono::milliseconds(now_ms));
     }
@@ -63,6 +63,7 @@ protected:
 
     Recorders::Clock::time_point start_ = Recorders::Clock::now();
     Radar::SocketBuffer buffer_{8};
+    std::string raw_record_ = "raw";
     int raw_records_ = 0;
     test_support::SystemCalls system_calls_;
     std::unique_ptr<Recorders> recorders_;
@@ -302,6 +303,7 @@ protected:
     }
 
     void fill() {
+        raw_record_.resize(100);
         for (uint64_t i = 1; i <= 3000; ++i) record(i);
         recorders_->finish();
     }
