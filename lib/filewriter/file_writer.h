@@ -71,7 +71,8 @@ public:
      *
      * @return false when no file could be opened or the frame could not be counted.
      * @throws std::ios_base::failure when the counter in the header cannot be rewritten, as on a
-     * full disk; the next frame is tried again.
+     * full disk. The stream takes the bytes of the next frame for failed too, which is logged; the
+     * one after that is tried again.
      */
     bool write(std::string const& data);
 

@@ -23,8 +23,9 @@ namespace Radar {
  * the caller lets the queue run empty first.
  *
  * Switching off completes the file at once and discards the records that are still queued.
- * Destruction while recording is on stores what is queued when the writer thread next looks. A
- * failure of the file is logged from the writer thread, which goes on with the next record.
+ * Destruction while recording is on lets the writer thread store the run of records that it is at;
+ * what arrives once it has found the queue empty is dropped. A failure of the file is logged from
+ * the writer thread, which goes on with the next record.
  */
 class PETRELRADAR_API ObjectFileWriterThread : public ObjectFileWriter {
 public:
