@@ -8,9 +8,10 @@
 namespace Kit {
 
 /**
- * Where frames come from: a synthetic scene, a detection log or a recording. Frames have the magic of
- * every radar frame, timestamps in microseconds, ranges in m, speeds in m/s (positive is receding),
- * angles in rad (0 is boresight, positive is right), rcs and snr in dB. One thread at a time.
+ * Where frames come from: a synthetic scene, a detection log or a recording. Frames have the magic
+ * of every radar frame, timestamps in microseconds, ranges in m, speeds in m/s (positive is
+ * receding), angles in rad (0 is boresight, positive is right), rcs and snr in dB. One thread at a
+ * time.
  */
 class FrameSource {
 public:
@@ -26,7 +27,8 @@ public:
      */
     virtual bool next(RO::RadarObjects& frame) = 0;
 
-    /** Goes back to before the first frame. @throws InputError when the input cannot be read again. */
+    /** Goes back to before the first frame. @throws InputError when the input cannot be read again.
+     */
     virtual void rewind() = 0;
 };
 

@@ -1,4 +1,5 @@
-// Receives frames of targets from a radar service and prints their number of targets and nearest one.
+// Receives frames of targets from a radar service and prints their number of targets and nearest
+// one.
 //
 //     receive_frames SOCKET [FRAMES]
 

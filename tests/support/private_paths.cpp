@@ -135,7 +135,8 @@ void restart_with_private_paths(char** argv) {
     try {
         make_paths_private();
         setenv(kVariable, "", 1);
-        // Returns only where programs are emulated; the paths are private from here on all the same.
+        // Returns only where programs are emulated; the paths are private from here on all the
+        // same.
         execv("/proc/self/exe", argv);
     } catch (std::exception const& problem) {
         setenv(kVariable, problem.what(), 1);

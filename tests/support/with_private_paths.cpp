@@ -1,5 +1,5 @@
-// with_private_paths COMMAND [ARGUMENTS]: runs a command with fixed paths of its own, for tests that
-// are scripts. Exit status 77, which counts as skipped, where the machine grants no namespace.
+// with_private_paths COMMAND [ARGUMENTS]: runs a command with fixed paths of its own, for tests
+// that are scripts. Exit status 77, which counts as skipped, where the machine grants no namespace.
 
 #include <unistd.h>
 
