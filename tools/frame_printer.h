@@ -1,11 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "radar_objects/radar_objects.pb.h"
+#include "tools/frame_fields.h"
+#include "tools/frame_form.h"
+#include "tools/frame_input.h"
 #include "tools/output.h"
+#include "tools/text_buffer.h"
 
 namespace Tools {
 
@@ -24,26 +29,32 @@ std::vector<std::string> frame_format_names();
 FrameFormat frame_format(std::string const& name);
 
 /**
- * Prints frames, one after the other, on an output that outlives it. Flushes nothing. Throws what
- * the output throws.
+ * Prints frames, one after the other, on an output that outlives it. Flushes nothing, and holds the
+ * end of what print() was given until hand_over(). Throws what the output throws.
  */
 class FramePrinter {
 public:
-    FramePrinter(FrameFormat format, Output& out);
+    /**
+     * @param fields what is printed of each frame; everything when empty. Lines have no fields.
+     * @throws UsageError when the format does not have one of the fields.
+     */
+    FramePrinter(FrameFormat format, Output& out, std::vector<FrameField> const& fields = {});
 
     /** Prints what stands before the first frame. Called by print() where it was not. */
     void begin();
 
-    /** Prints a frame. The frames are numbered from 0 on. */
+    /** Prints a frame under its number. */
+    void print(InputFrame const& frame);
+
+    /** Prints a frame and hands it over. The frames are numbered from 0 on. */
     void print(RO::RadarObjects const& frame);
 
-private:
-    void print_line(RO::RadarObjects const& frame);
-    void print_json(RO::RadarObjects const& frame);
-    void print_rows(RO::RadarObjects const& frame);
+    /** Gives the output what it does not have yet. */
+    void hand_over() { text.hand_over(); }
 
-    FrameFormat format;
-    Output& out;
+private:
+    std::unique_ptr<FrameForm> form;
+    TextBuffer text;
     bool begun = false;
     uint64_t index = 0;
 };

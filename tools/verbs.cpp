@@ -4,6 +4,7 @@
 #include "tools/listen.h"
 #include "tools/regs.h"
 #include "tools/settings.h"
+#include "tools/status.h"
 
 namespace Tools {
 
@@ -13,6 +14,7 @@ std::vector<Verb> all_verbs() {
         listen_verb(),
         regs_verb(),
         settings_verb(),
+        status_verb(),
     };
 }
 

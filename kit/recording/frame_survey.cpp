@@ -1,116 +1,13 @@
 #include "kit/recording/frame_survey.h"
 
+#include "kit/recording/wire_walk.h"
+
 namespace Kit {
 
 namespace {
 
-// Field numbers and wire types of the schema, in tags as they stand in an encoding.
-constexpr std::uint32_t kMagicTag = 1 << 3 | 0;
-constexpr std::uint32_t kTimestampTag = 2 << 3 | 0;
-constexpr std::uint32_t kTargetTag = 3 << 3 | 2;
-
-/** How deep messages and groups may be nested; protobuf's own limit. */
-constexpr int kDeepest = 100;
-
-/** A position in an encoding. Every operation is false when the encoding is malformed there. */
-class Walk {
-public:
-    explicit Walk(std::string_view bytes) : position(bytes.data()), end(position + bytes.size()) {}
-
-    char const* place() const { return position; }
-
-    bool at_end() const { return position == end; }
-
-    bool varint(std::uint64_t& value) {
-        value = 0;
-        for (int shift = 0; shift < 70 && position != end; shift += 7) {
-            const auto byte = static_cast<unsigned char>(*position++);
-            value |= static_cast<std::uint64_t>(byte & 0x7F) << shift;
-            if (byte < 0x80) return true;
-        }
-        return false;
-    }
-
-    /** A tag or a length: five bytes at most, of which bits beyond 32 are lost. */
-    bool short_varint(std::uint32_t& value) {
-        if (position != end && static_cast<unsigned char>(*position) < 0x80) {  // mostly
-            value = static_cast<unsigned char>(*position++);
-            return true;
-        }
-        value = 0;
-        for (int shift = 0; shift < 35 && position != end; shift += 7) {
-            const auto byte = static_cast<unsigned char>(*position++);
-            value |= static_cast<std::uint32_t>(byte & 0x7F) << shift;
-            if (byte < 0x80) return true;
-        }
-        return false;
-    }
-
-    /** Moves on over the fields that a target mostly has: a tag of one byte and four bytes. */
-    void skip_floats() {
-        while (end - position >= 5) {
-            const auto tag = static_cast<unsigned char>(*position);
-            if ((tag & 0x87) != 5 || tag < 8) return;
-            position += 5;
-        }
-    }
-
-    bool skip(std::size_t size) {
-        if (static_cast<std::size_t>(end - position) < size) return false;
-        position += size;
-        return true;
-    }
-
-    /** A length, and the position behind as many bytes, which are given to `inside`. */
-    bool piece(std::string_view& inside) {
-        char const* const begin = position;
-        std::uint32_t size = 0;
-        if (!short_varint(size)) return false;
-        // A fifth byte that says 2 GiB or more.
-        if (position - begin == 5 && static_cast<unsigned char>(position[-1]) >= 8) return false;
-        char const* const content = position;
-        if (!skip(size)) return false;
-        inside = {content, size};
-        return true;
-    }
-
-    /** The rest of a field whose tag has been read. */
-    bool skip_field(std::uint32_t tag, int depth) {
-        std::uint64_t value = 0;
-        std::string_view inside;
-        if (tag >> 3 == 0) return false;
-        switch (tag & 7) {
-            case 0:
-                return varint(value);
-            case 1:
-                return skip(8);
-            case 2:
-                return piece(inside);
-            case 3:
-                return skip_group(tag, depth - 1);
-            case 5:
-                return skip(4);
-            default:
-                return false;
-        }
-    }
-
-private:
-    char const* position;
-    char const* end;
-
-    bool skip_group(std::uint32_t start, int depth) {
-        if (depth < 0) return false;
-        for (std::uint32_t tag = 0; short_varint(tag);) {
-            if (tag == start + 1) return true;  // an end with the same field number
-            if (!skip_field(tag, depth)) return false;
-        }
-        return false;
-    }
-};
-
 bool survey_target(std::string_view encoding) {
-    Walk walk(encoding);
+    WireWalk walk(encoding);
     std::uint32_t tag = 0;
     for (;;) {
         walk.skip_floats();
@@ -119,7 +16,7 @@ bool survey_target(std::string_view encoding) {
     }
 }
 
-bool survey_field(Walk& walk, FrameSurvey& survey) {
+bool survey_field(WireWalk& walk, FrameSurvey& survey) {
     std::uint32_t tag = 0;
     std::uint64_t value = 0;
     std::string_view inside;
@@ -142,7 +39,7 @@ bool survey_field(Walk& walk, FrameSurvey& survey) {
 }  // namespace
 
 bool survey_frame(std::string_view encoding, FrameSurvey& survey, std::size_t* examined) {
-    Walk walk(encoding);
+    WireWalk walk(encoding);
     survey = {};
     bool well_formed = true;
     while (well_formed && !walk.at_end()) well_formed = survey_field(walk, survey);

@@ -17,8 +17,8 @@ struct TargetValues {
 };
 
 /**
- * Goes over the targets of an encoded frame that survey_frame() calls well-formed, one at a time, so
- * that a frame of any size costs no memory. Does not own the encoding. One thread at a time.
+ * Goes over the targets of an encoded frame that survey_frame() calls well-formed, one at a time,
+ * so that a frame of any size costs no memory. Does not own the encoding. One thread at a time.
  */
 class TargetReader {
 public:

@@ -17,7 +17,8 @@ constexpr int kDeepest = 100;
 /** A position in an encoding. Every operation is false when the encoding is malformed there. */
 class WireWalk {
 public:
-    explicit WireWalk(std::string_view bytes) : position(bytes.data()), end(position + bytes.size()) {}
+    explicit WireWalk(std::string_view bytes)
+        : position(bytes.data()), end(position + bytes.size()) {}
 
     char const* place() const { return position; }
 

@@ -1,0 +1,259 @@
+#include "tools/float_text.h"
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+
+// The numbers that read back as a float c * 2^q lie between the middles to its neighbours. All is
+// scaled by a power of ten that leaves about one decimal digit between those middles, so that the
+// shortest number is among four: the two integers around the float, and the two multiples of ten.
+// 64 bits of the power of ten are enough for this to be exact, when the bits that are lost by
+// scaling are kept as one that only says whether there were any. (Giulietti, "The Schubfach way to
+// render doubles".)
+
+namespace Tools {
+
+namespace {
+
+constexpr int kFirstPower = -31;
+
+/** The 64 highest bits of 10^k for k from -31 to 45, rounded up. */
+constexpr std::array<std::uint64_t, 77> kPowersOfTen = {
+    0x81CEB32C4B43FCF5, 0xA2425FF75E14FC32, 0xCAD2F7F5359A3B3F, 0xFD87B5F28300CA0E,
+    0x9E74D1B791E07E49, 0xC612062576589DDB, 0xF79687AED3EEC552, 0x9ABE14CD44753B53,
+    0xC16D9A0095928A28, 0xF1C90080BAF72CB2, 0x971DA05074DA7BEF, 0xBCE5086492111AEB,
+    0xEC1E4A7DB69561A6, 0x9392EE8E921D5D08, 0xB877AA3236A4B44A, 0xE69594BEC44DE15C,
+    0x901D7CF73AB0ACDA, 0xB424DC35095CD810, 0xE12E13424BB40E14, 0x8CBCCC096F5088CC,
+    0xAFEBFF0BCB24AAFF, 0xDBE6FECEBDEDD5BF, 0x89705F4136B4A598, 0xABCC77118461CEFD,
+    0xD6BF94D5E57A42BD, 0x8637BD05AF6C69B6, 0xA7C5AC471B478424, 0xD1B71758E219652C,
+    0x83126E978D4FDF3C, 0xA3D70A3D70A3D70B, 0xCCCCCCCCCCCCCCCD, 0x8000000000000000,
+    0xA000000000000000, 0xC800000000000000, 0xFA00000000000000, 0x9C40000000000000,
+    0xC350000000000000, 0xF424000000000000, 0x9896800000000000, 0xBEBC200000000000,
+    0xEE6B280000000000, 0x9502F90000000000, 0xBA43B74000000000, 0xE8D4A51000000000,
+    0x9184E72A00000000, 0xB5E620F480000000, 0xE35FA931A0000000, 0x8E1BC9BF04000000,
+    0xB1A2BC2EC5000000, 0xDE0B6B3A76400000, 0x8AC7230489E80000, 0xAD78EBC5AC620000,
+    0xD8D726B7177A8000, 0x878678326EAC9000, 0xA968163F0A57B400, 0xD3C21BCECCEDA100,
+    0x84595161401484A0, 0xA56FA5B99019A5C8, 0xCECB8F27F4200F3A, 0x813F3978F8940985,
+    0xA18F07D736B90BE6, 0xC9F2C9CD04674EDF, 0xFC6F7C4045812297, 0x9DC5ADA82B70B59E,
+    0xC5371912364CE306, 0xF684DF56C3E01BC7, 0x9A130B963A6C115D, 0xC097CE7BC90715B4,
+    0xF0BDC21ABB48DB21, 0x96769950B50D88F5, 0xBC143FA4E250EB32, 0xEB194F8E1AE525FE,
+    0x92EFD1B8D0CF37BF, 0xB7ABC627050305AE, 0xE596B7B0C643C71A, 0x8F7E32CE7BEA5C70,
+    0xB35DBF821AE4F38C,
+};
+
+constexpr int kFractionBits = 23;
+constexpr std::uint32_t kHiddenBit = 1U << kFractionBits;
+constexpr std::uint32_t kSignBit = 1U << 31;
+constexpr int kExponentBias = 127 + kFractionBits;
+constexpr std::uint32_t kLargestExponent = 255;
+
+// Floats differ from one to the next, so what can be decided without a branch is: branches that the
+// processor guesses wrong would cost most of the time.
+
+/** digits * 10^exponent. */
+struct Decimal {
+    std::uint32_t digits;
+    int exponent;
+};
+
+/** The largest e for which 2^e <= 10^k. */
+constexpr int power_of_two_below(int k) {
+    return (k * 217706) >> 16;
+}
+
+/** How floats with one exponent are scaled. */
+struct Scale {
+    std::uint64_t power;  // the power of ten, of kPowersOfTen
+    int shift;            // what is left of it and of 2^q together
+    int exponent;         // the power's, with the other sign
+};
+
+/** @param k the largest for which 10^k is not above the distance between two floats c * 2^q. */
+constexpr Scale make_scale(int q, int k) {
+    return {kPowersOfTen[static_cast<std::size_t>(-k - kFirstPower)],
+            q + power_of_two_below(-k) + 1, k};
+}
+
+constexpr auto kScales = [] {
+    std::array<Scale, kLargestExponent> scales = {};
+    for (int i = 0; i < static_cast<int>(scales.size()); ++i) {
+        const int q = (i == 0 ? 1 : i) - kExponentBias;
+        scales[static_cast<std::size_t>(i)] = make_scale(q, (q * 78913) >> 18);
+    }
+    return scales;
+}();
+
+/** For a float whose neighbour below is only half as far away: c is a power of two. */
+Scale irregular_scale(int q) {
+    return make_scale(q, (q * 78913 - 32752) >> 18);
+}
+
+/** The bits from 64 on of a product, the last one set when any below was that counts. */
+std::uint32_t scaled(std::uint64_t power, std::uint32_t factor) {
+    const std::uint64_t low = (power & 0xFFFFFFFF) * factor;
+    const std::uint64_t high = (power >> 32) * factor + (low >> 32);
+    return static_cast<std::uint32_t>(high >> 32) | ((high & 0xFFFFFFFF) > 1 ? 1U : 0U);
+}
+
+std::uint32_t choose(bool first, std::uint32_t if_first, std::uint32_t otherwise) {
+    return otherwise ^ ((if_first ^ otherwise) & (0U - static_cast<std::uint32_t>(first)));
+}
+
+/** The shortest decimal number for c * 2^q. @param below how far the middle below is, in quarters
+ */
+Decimal shortest(std::uint32_t c, std::uint32_t below, Scale const& scale) {
+    const std::uint32_t odd = c & 1;
+    // In quarters, so that the middles are integers.
+    const std::uint32_t value = scaled(scale.power, (4 * c) << scale.shift);
+    const std::uint32_t lower = scaled(scale.power, (4 * c - below) << scale.shift) + odd;
+    const std::uint32_t upper = scaled(scale.power, (4 * c + 2) << scale.shift) - odd;
+    const std::uint32_t s = value / 4;
+    const std::uint32_t tens = s / 10;
+    const bool tens_down = lower <= 40 * tens;
+    const bool tens_up = 40 * tens + 40 <= upper;
+    const bool shorter = (tens_down != tens_up) & (tens != 0);
+    const bool down = lower <= 4 * s;
+    const bool up = 4 * s + 4 <= upper;
+    const std::uint32_t middle = 4 * s + 2;
+    const bool nearer_up = (value > middle) | ((value == middle) & (s % 2 == 1));
+    const bool round_up = (up & !down) | (nearer_up & (up == down));
+    return {choose(shorter, tens + static_cast<std::uint32_t>(tens_up),
+                   s + static_cast<std::uint32_t>(round_up)),
+            scale.exponent + static_cast<int>(shorter)};
+}
+
+/** The digits of a number, the first of which is not 0, and zeros behind them; nine together. */
+struct Digits {
+    static constexpr int kMost = 9;
+
+    char first;
+    std::uint64_t others;  // as characters, one a byte, the first one lowest
+    int count;             // without zeros at the end
+    int point;             // where the decimal point stands, in digits from the first
+};
+
+constexpr std::array<std::uint32_t, Digits::kMost + 1> kTens = {
+    1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
+
+/** The number of digits of a number that is not 0. */
+int digit_count(std::uint32_t number) {
+    const int bits = 32 - __builtin_clz(number);
+    const int below = (bits * 1233) >> 12;
+    return below + static_cast<int>(number >= kTens[static_cast<std::size_t>(below)]);
+}
+
+/** The eight digits of a number below 100000000, one a byte, the first one lowest. */
+std::uint64_t split_digits(std::uint32_t number) {
+    const std::uint64_t fours = number / 10000 | std::uint64_t{number % 10000} << 32;
+    const std::uint64_t hundreds = fours * 10486 >> 20 & 0x0000007F0000007F;
+    const std::uint64_t twos = (fours - 100 * hundreds) << 16 | hundreds;
+    const std::uint64_t tens = twos * 103 >> 10 & 0x000F000F000F000F;
+    return (twos - 10 * tens) << 8 | tens;
+}
+
+Digits digits_of(Decimal decimal) {
+    constexpr std::uint32_t kEightDigits = 100000000;
+    const int count = digit_count(decimal.digits);
+    const std::uint32_t nine =
+        decimal.digits * kTens[static_cast<std::size_t>(Digits::kMost - count)];
+    const std::uint64_t eight = split_digits(nine % kEightDigits);
+    return {static_cast<char>('0' + nine / kEightDigits), eight | 0x3030303030303030,
+            Digits::kMost - (eight == 0 ? 8 : __builtin_clzll(eight) / 8),
+            count + decimal.exponent};
+}
+
+/** Writes eight characters, the lowest first, whatever the number that is wanted. */
+void write_eight(char* into, std::uint64_t characters) {
+    if (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) characters = __builtin_bswap64(characters);
+    std::memcpy(into, &characters, sizeof(characters));
+}
+
+char* write_text(char* into, char const* text) {
+    const std::size_t size = std::strlen(text);
+    std::memcpy(into, text, size);
+    return into + size;
+}
+
+char* write_scientific(char* into, Digits const& digits) {
+    const int exponent = digits.point - 1;
+    into[0] = digits.first;
+    into[1] = '.';
+    write_eight(into + 2, digits.others);
+    into += digits.count > 1 ? digits.count + 1 : 1;
+    *into++ = 'e';
+    *into++ = exponent < 0 ? '-' : '+';
+    const int size = exponent < 0 ? -exponent : exponent;
+    *into++ = static_cast<char>('0' + size / 10);
+    *into++ = static_cast<char>('0' + size % 10);
+    return into;
+}
+
+char* write_below_one(char* into, Digits const& digits) {
+    std::memcpy(into, "0.00000", 8);
+    into += 2 - digits.point;
+    into[0] = digits.first;
+    write_eight(into + 1, digits.others);
+    return into + digits.count;
+}
+
+/** A number that has its point behind its first digit or later, up to behind its last. */
+char* write_with_point(char* into, Digits const& digits) {
+    const int point = digits.point;
+    into[0] = digits.first;
+    write_eight(into + 1, digits.others);
+    // Twice half of it, since all of them cannot be shifted out at once.
+    write_eight(into + point + 1, digits.others >> 4 * (point - 1) >> 4 * (point - 1));
+    into[point] = '.';
+    return into + digits.count + static_cast<int>(point < digits.count);
+}
+
+char* write_decimal(char* into, Decimal decimal, float value) {
+    const Digits digits = digits_of(decimal);
+    if (digits.point > 0 && digits.point <= digits.count) return write_with_point(into, digits);
+    // Where an exponent makes the number longer, there is none.
+    const int exponent_size = 4 + static_cast<int>(digits.count > 1);
+    if (digits.point > 0) {
+        if (digits.point - digits.count > exponent_size) return write_scientific(into, digits);
+        // As long as the digits with zeros behind them, and nearer.
+        return std::to_chars(into, into + kFloatTextRoom, static_cast<std::uint64_t>(value)).ptr;
+    }
+    if (2 - digits.point > exponent_size) return write_scientific(into, digits);
+    return write_below_one(into, digits);
+}
+
+float float_of(std::uint32_t bits) {
+    float value = 0;
+    std::memcpy(&value, &bits, sizeof(value));
+    return value;
+}
+
+/** Floats that are zero, infinite, no number, or tiny. */
+char* write_special(char* into, std::uint32_t bits) {
+    const std::uint32_t fraction = bits & (kHiddenBit - 1);
+    if (bits >> kFractionBits != 0) return write_text(into, fraction == 0 ? "inf" : "nan");
+    if (fraction == 0) return write_text(into, "0");
+    return write_decimal(into, shortest(fraction, 2, kScales[0]), float_of(bits));
+}
+
+}  // namespace
+
+char* write_float(char* into, float value) {
+    std::uint32_t bits = 0;
+    static_assert(sizeof(value) == sizeof(bits), "a float is an IEEE 754 binary32");
+    std::memcpy(&bits, &value, sizeof(bits));
+    *into = '-';
+    into += bits >> 31;
+    bits &= ~kSignBit;
+    const std::uint32_t exponent = bits >> kFractionBits;
+    const std::uint32_t fraction = bits & (kHiddenBit - 1);
+    if (exponent == 0 || exponent == kLargestExponent) return write_special(into, bits);
+    const bool irregular = fraction == 0 && exponent > 1;
+    const Decimal decimal =
+        irregular
+            ? shortest(kHiddenBit, 1, irregular_scale(static_cast<int>(exponent) - kExponentBias))
+            : shortest(fraction | kHiddenBit, 2, kScales[exponent]);
+    return write_decimal(into, decimal, float_of(bits));
+}
+
+}  // namespace Tools

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "tools/output.h"
+
+namespace Tools {
+
+/**
+ * Text on its way to an output, which outlives it, in pieces that are made in place: what a piece
+ * needs at most is asked for, and what it has become is kept. Hands the text over when it has grown
+ * large, and when it is told to. One thread at a time. Throws what the output throws.
+ */
+class TextBuffer {
+public:
+    explicit TextBuffer(Output& out_) : out(out_), bytes(kSize) {}
+
+    /** Room for `size` characters, at most kLargestPiece. */
+    char* room(std::size_t size) {
+        if (bytes.size() - used < size) hand_over();
+        return bytes.data() + used;
+    }
+
+    /** Keeps what was written into the room that was asked for last, up to `end`. */
+    void keep(char const* end) { used = static_cast<std::size_t>(end - bytes.data()); }
+
+    /** Adds a text of any length. */
+    void add(std::string_view text);
+
+    /** Gives the output what there is. Does not flush it. */
+    void hand_over();
+
+    static constexpr std::size_t kLargestPiece = 4096;
+
+private:
+    static constexpr std::size_t kSize = 32768;
+
+    Output& out;
+    std::vector<char> bytes;
+    std::size_t used = 0;
+};
+
+}  // namespace Tools
