@@ -24,11 +24,6 @@ std::string bare_name(std::string const& symbol) {
     return name;
 }
 
-/** Whether a symbol describes a function's type, as Clang's sanitizers make them. */
-bool describes_a_function_type(std::string const& symbol) {
-    return symbol.rfind("typeinfo ", 0) == 0 && symbol.find('(') != std::string::npos;
-}
-
 /** The class or the namespace that a symbol belongs to; empty for the global one. */
 std::string scope_of(std::string const& symbol) {
     for (char const* of_a_class : {"vtable for ", "typeinfo for ", "typeinfo name for "}) {
@@ -48,7 +43,6 @@ bool is_namespace(std::string const& scope) {
 std::set<std::string> classes_of(ElfFile const& file) {
     std::set<std::string> classes;
     for (std::string const& symbol : file.exported()) {
-        if (describes_a_function_type(symbol)) continue;
         const std::string scope = scope_of(symbol);
         if (!is_namespace(scope)) classes.insert(scope);
     }
