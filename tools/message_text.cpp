@@ -1,15 +1,17 @@
 #include "tools/message_text.h"
 
-#include <algorithm>
-
 namespace Tools {
 
 std::string printable(std::string_view text) {
-    const auto is_control = [](char character) {
-        return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
-    };
     std::string shown(text);
-    std::replace_if(shown.begin(), shown.end(), is_control, '?');
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(shown[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < shown.size() ? shown[i + 1] : '\0');
+        // In UTF-8 a second set of control characters takes two bytes.
+        const bool is_pair = byte == 0xC2 && next >= 0x80 && next <= 0x9F;
+        if (byte < 0x20 || byte == 0x7F || is_pair) shown[i] = '?';
+        if (is_pair) shown.erase(i + 1, 1);
+    }
     return shown;
 }
 

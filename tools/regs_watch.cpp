@@ -22,10 +22,6 @@ namespace Tools {
 
 namespace {
 
-constexpr char kBold[] = "\x1b[1m";
-constexpr char kDim[] = "\x1b[2m";
-constexpr char kChanged[] = "\x1b[33m";
-
 constexpr std::size_t kLabelWidth = 16;
 
 struct Options {
@@ -161,7 +157,7 @@ private:
         std::string label = one.mapped.label();
         if (label.size() < kLabelWidth) label.resize(kLabelWidth, ' ');
         const bool is_new = one.changed_at == looks;
-        return {is_new ? kChanged : "",
+        return {is_new ? kYellow : "",
                 address_text(one.mapped.address) + " " + label + " " +
                     value_text(*one.value, is_new ? one.before : std::nullopt)};
     }

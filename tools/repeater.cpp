@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <utility>
 
@@ -14,8 +13,6 @@
 namespace Tools {
 
 namespace {
-
-constexpr char kPlain[] = "\x1b[0m";
 
 /** How soon Ctrl-C, a key and the end of a reader are noticed. */
 constexpr std::chrono::milliseconds kTick(50);
@@ -28,31 +25,7 @@ bool is_interval(std::string const& text) {
     return end != text.c_str() && *end == '\0' && value > 0 && value <= kLongestInterval;
 }
 
-bool continues_a_character(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
-/** The first `width` characters of a text in UTF-8. */
-std::string first_characters(std::string const& text, int width) {
-    int characters = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (!continues_a_character(text[i]) && ++characters > width) return text.substr(0, i);
-    }
-    return text;
-}
-
 }  // namespace
-
-std::vector<std::string> fit_lines(std::vector<ScreenLine> const& lines, WindowSize window,
-                                   bool coloured) {
-    std::vector<std::string> fitting;
-    for (ScreenLine const& line : lines) {
-        if (static_cast<int>(fitting.size()) == window.rows) break;
-        const std::string text = first_characters(line.text, window.columns);
-        fitting.push_back(coloured && !line.colour.empty() ? line.colour + text + kPlain : text);
-    }
-    return fitting;
-}
 
 void add_repetition(CLI::App& parser, Repetition& repetition) {
     parser.add_option("--interval", repetition.interval_s, "Look every S seconds; without it, 1")

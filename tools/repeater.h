@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/live_screen.h"
+#include "tools/screen_line.h"
 #include "tools/terminal.h"
 #include "tools/verb.h"
 
@@ -16,16 +17,6 @@ class App;
 }
 
 namespace Tools {
-
-/** One line of a picture, without its end. */
-struct ScreenLine {
-    std::string colour;  // an escape sequence; empty for none
-    std::string text;
-};
-
-/** As many lines and characters as a window has room for; coloured, if that is wanted. */
-std::vector<std::string> fit_lines(std::vector<ScreenLine> const& lines, WindowSize window,
-                                   bool coloured);
 
 /** How often something is looked at. */
 struct Repetition {
