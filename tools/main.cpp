@@ -1,7 +1,9 @@
+#include "tools/log_sink.h"
 #include "tools/program.h"
 #include "tools/signals.h"
 
 int main(int argc, char** argv) {
+    begin_to_log();
     Tools::prepare_process();
     return static_cast<int>(Tools::run_program(argc, argv));
 }
