@@ -140,6 +140,24 @@ void raw_request(std::string const& name) {
     close(fd);
 }
 
+volatile std::sig_atomic_t interrupts = 0;
+
+void note_interrupt(int) {
+    interrupts = interrupts + 1;
+    static_cast<void>(!write(STDOUT_FILENO, "interrupt\n", 10));
+}
+
+/** "interrupts" prints a line for every SIGINT, and goes on for a while after the first. */
+void note_interrupts() {
+    struct sigaction action = {};
+    action.sa_handler = note_interrupt;
+    sigaction(SIGINT, &action, nullptr);
+    std::printf("ready\n");
+    std::fflush(stdout);
+    while (interrupts == 0) usleep(5000);
+    for (int i = 0; i < 20; ++i) usleep(5000);
+}
+
 void step(Chip& chip, std::string const& text) {
     const std::size_t colon = text.find(':');
     const std::string verb = text.substr(0, colon);
@@ -158,6 +176,8 @@ void step(Chip& chip, std::string const& text) {
         read_until_error(chip, argument);
     } else if (verb == "raw") {
         raw_request(argument);
+    } else if (verb == "interrupts") {
+        note_interrupts();
     } else if (verb == "ignore-sigterm") {
         std::signal(SIGTERM, SIG_IGN);
     } else {

@@ -132,7 +132,7 @@ TEST_F(DeviceTest, TheOtherDevicesAreTheMachines) {
 TEST_F(DeviceTest, TheMachinesDevicesAndMountsStayAsTheyAre) {
     const std::vector<std::string> devices = test_support::list_directory("/dev");
     const std::string mounts = test_support::read_file("/proc/self/mountinfo");
-    Process chip(chip_with({"sh", "-c", "echo running; sleep 1000"}));
+    Process chip(chip_with({"sh", "-c", "echo running; sleep 60"}));
     ASSERT_TRUE(chip.await_output("running"));
     EXPECT_EQ(test_support::list_directory("/dev"), devices);
     EXPECT_EQ(test_support::read_file("/proc/self/mountinfo"), mounts);

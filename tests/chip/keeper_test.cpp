@@ -56,7 +56,7 @@ TEST_F(KeeperTest, TheStatusIsTheCommands) {
 }
 
 TEST_F(KeeperTest, WithoutItsParentItEndsTheCommand) {
-    EXPECT_EQ(keep_script("sleep 1000", kGone), 128 + SIGTERM);
+    EXPECT_EQ(keep_script("sleep 60", kGone), 128 + SIGTERM);
 }
 
 TEST_F(KeeperTest, ACommandThatStaysIsKilled) {
@@ -65,18 +65,18 @@ TEST_F(KeeperTest, ACommandThatStaysIsKilled) {
 }
 
 TEST_F(KeeperTest, DescendantsAreEnded) {
-    EXPECT_EQ(keep_script("sleep 1000 & echo $!; exit 3", getpid()), 3);
+    EXPECT_EQ(keep_script("sleep 60 & echo $!; exit 3", getpid()), 3);
     EXPECT_FALSE(is_alive());
 }
 
 TEST_F(KeeperTest, DescendantsWithASessionOfTheirOwnAreEnded) {
-    EXPECT_EQ(keep_script("setsid sleep 1000 & echo $!; exit 3", getpid()), 3);
+    EXPECT_EQ(keep_script("setsid sleep 60 & echo $!; exit 3", getpid()), 3);
     EXPECT_FALSE(is_alive());
 }
 
 TEST_F(KeeperTest, DescendantsThatStayAreKilled) {
     stubborn_ = true;
-    EXPECT_EQ(keep_script("sleep 1000 & echo $!; exit 3", getpid()), 3);
+    EXPECT_EQ(keep_script("sleep 60 & echo $!; exit 3", getpid()), 3);
     EXPECT_FALSE(is_alive());
 }
 
