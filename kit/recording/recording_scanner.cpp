@@ -137,6 +137,7 @@ RecordingScanner::Item RecordingScanner::refuse_tag(std::string_view head) {
     }
     if (found == 0) return lose(FindingKind::kZeros, "zeros where a record has to begin");
     if (input->offset() == header_offset + kRecordingHeaderSize) {
+        compare_frame_count = false;  // pieces of raw data are counted too
         return lose(FindingKind::kRawData, "no record behind the header, " + hexadecimal(found) +
                                                " is no tag: raw data, or damage");
     }
