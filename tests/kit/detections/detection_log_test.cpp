@@ -277,6 +277,29 @@ TEST_F(DetectionLogTest, ALargeFileNeedsNoMoreMemoryThanASmallOne) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 4096) << "KiB";
 }
 
+/** The first code block of this kind in docs/detection-log.md. */
+std::string code_block(std::string const& kind) {
+    const std::string page =
+        test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/detection-log.md");
+    const std::string opening = "```" + kind + "\n";
+    const std::size_t begin = page.find(opening) + opening.size();
+    return page.substr(begin, page.find("```\n", begin) - begin);
+}
+
+TEST_F(DetectionLogTest, TheExampleOfThePageIsRead) {
+    const auto read = frames(code_block("csv"));
+    ASSERT_EQ(read.size(), 2u);
+    EXPECT_EQ(read[0].targets_size(), 2);
+    EXPECT_EQ(read[0].targets(1).options(), 300u);
+    EXPECT_EQ(read[1].timestamp(), 1561758000173456u);
+}
+
+TEST_F(DetectionLogTest, TheMessageOfThePageIsTheOneForItsPlace) {
+    std::string log = code_block("csv");
+    log.replace(log.find("0,0,300"), 3, "0,left");
+    EXPECT_EQ(problem(log) + "\n", "/tmp/" + code_block("text"));
+}
+
 /** The logs of real radars that lie beside the project on machines that have them. */
 class RealDetectionLogTest : public DetectionLogTest {
 protected:
