@@ -90,6 +90,13 @@ void report_open(char const* path) {
     if (std::strcmp(path, "/etc/radar/radar.conf") == 0) report("open radar.conf");
 }
 
+// With large files on 32 bits, what is written "open" is the function open64.
+#ifdef __USE_FILE_OFFSET64
+constexpr char kOpen[] = "open64";
+#else
+constexpr char kOpen[] = "open";
+#endif
+
 int forward_open(char const* name, char const* path, int flags, mode_t mode) {
     report_open(path);
     return next<int(char const*, int, ...)>(name)(path, flags, mode);
@@ -136,9 +143,10 @@ int open(char const* path, int flags, ...) {
     va_start(arguments, flags);
     const auto mode = va_arg(arguments, mode_t);
     va_end(arguments);
-    return forward_open("open", path, flags, mode);
+    return forward_open(kOpen, path, flags, mode);
 }
 
+#ifndef __USE_FILE_OFFSET64
 int open64(char const* path, int flags, ...) {
     va_list arguments;
     va_start(arguments, flags);
@@ -146,6 +154,7 @@ int open64(char const* path, int flags, ...) {
     va_end(arguments);
     return forward_open("open64", path, flags, mode);
 }
+#endif
 
 int __cxa_atexit(void (*destructor)(void*), void* object, void* library) noexcept {
     static auto* const real = next<int(void (*)(void*), void*, void*)>("__cxa_atexit");
