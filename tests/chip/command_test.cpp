@@ -55,10 +55,10 @@ TEST_F(CommandTest, ASignalThatEndsItShowsInTheStatus) {
 }
 
 TEST_F(CommandTest, ACommandThatIsNotFoundIsNamed) {
-    const Ended ended = run(chip_with({"no-such-program"}));
+    const Ended ended = run(chip_with({"/no-such-program"}));
     EXPECT_EQ(ended.status, Chip::kNotFound);
     EXPECT_EQ(ended.errors,
-              "petrelradar-chip: cannot run no-such-program: No such file or directory\n");
+              "petrelradar-chip: cannot run /no-such-program: No such file or directory\n");
 }
 
 TEST_F(CommandTest, ACommandThatCannotBeRunIsNamed) {
