@@ -45,9 +45,9 @@ TEST_P(CommandLineTest, IsAnsweredOnTheRightStreamWithTheRightStatus) {
 }
 
 const Case kCases[] = {
-    {"Nothing", {}, 2, "", "Examples:\n  petrelradar listen"},
-    {"Help", {"--help"}, 0, "Examples:\n  petrelradar listen", ""},
-    {"ShortHelp", {"-h"}, 0, "Examples:\n  petrelradar listen", ""},
+    {"Nothing", {}, 2, "", "Examples:\n  petrelradar "},
+    {"Help", {"--help"}, 0, "Examples:\n  petrelradar ", ""},
+    {"ShortHelp", {"-h"}, 0, "Examples:\n  petrelradar ", ""},
     {"HelpOfAVerb", {"listen", "--help"}, 0, "Examples:\n  petrelradar listen", ""},
     {"Version", {"--version"}, 0, "petrelradar 0.", ""},
     {"UnknownVerb",
