@@ -102,8 +102,9 @@ TEST_F(ListenLiveTest, ARestartOfTheServiceIsShownAndSaidAtTheEnd) {
     EXPECT_TRUE(program->prints("the stream ended, waiting for the service"));
     start_service();
     wait_for_client();
-    publish(1002);
+    publish(1002, 12.25F);
     EXPECT_TRUE(program->prints("1 reconnect"));
+    EXPECT_TRUE(program->prints("12.25"));
     program->type("q");
     const std::string out = program->finish().out;
     EXPECT_THAT(out.substr(out.find(kFirstScreen)),

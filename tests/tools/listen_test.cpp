@@ -111,18 +111,23 @@ TEST_F(ListenTest, AServiceThatRestartsIsListenedToAgain) {
     EXPECT_THAT(outcome.err, HasSubstr("petrelradar listen: connected again\n"));
 }
 
-TEST_F(ListenTest, CtrlCEndsItWell) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        Program program({"listen", kSource});
-        wait_for_client();
-        publish(1001);
-        ASSERT_TRUE(program.prints("timestamp 1001"));
-        program.send_signal(signal);
-        const Outcome outcome = program.finish();
-        EXPECT_EQ(outcome.status, 0);
-        EXPECT_EQ(outcome.err, "");
-    }
+class ListenSignalTest : public tools_test::ListenTest, public testing::WithParamInterface<int> {};
+
+TEST_P(ListenSignalTest, ARequestToEndEndsItWell) {
+    Program program({"listen", kSource});
+    wait_for_client();
+    publish(1001);
+    ASSERT_TRUE(program.prints("timestamp 1001"));
+    program.send_signal(GetParam());
+    const Outcome outcome = program.finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
 }
+
+INSTANTIATE_TEST_SUITE_P(, ListenSignalTest, testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         [](auto const& tested) {
+                             return std::string("Signal") + std::to_string(tested.param);
+                         });
 
 TEST_F(ListenTest, CtrlCEndsItWhileItWaitsForTheService) {
     Program program({"listen", kSource});
