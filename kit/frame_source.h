@@ -34,7 +34,8 @@ public:
 
 /**
  * Opens an input by its description: "scene" or "scene:SEED", or the path of a detection log (CSV)
- * or of a recording, told apart by their first bytes.
+ * or of a recording, told apart by their first bytes, or of a directory with the recordings of one
+ * recorder. "-" is standard input, a log or a recording.
  *
  * @throws InputError when it cannot be opened or is neither.
  */
