@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <string>
 
 #include "service/log_sink.h"
 #include "service/options.h"
@@ -13,8 +15,11 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
+/** Says what is wrong, in one line whatever the names in it hold. */
 int complain(std::exception const& problem, char const* hint, int status) {
-    std::cerr << "petrelradard: " << problem.what() << hint << std::endl;
+    std::string line = problem.what();
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    std::cerr << "petrelradard: " << line << hint << std::endl;
     return status;
 }
 
