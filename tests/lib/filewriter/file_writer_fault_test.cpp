@@ -90,6 +90,13 @@ TEST_F(FileWriterFaultTest, BytesWithoutAnOpenFileAreLoggedAndNotCounted) {
     EXPECT_EQ(writer.get_bytes_written(), 0U);
 }
 
+TEST_F(FileWriterFaultTest, AHeaderWithoutAnOpenFileIsLoggedFieldByFieldAndCountsNoFrames) {
+    writer.write_file_header();
+    EXPECT_EQ(captured_log(), Log(8, failed_stream(1, "Error writing ")));
+    EXPECT_EQ(writer.get_bytes_written(), 0U);
+    EXPECT_FALSE(writer.increment_frame_counter());
+}
+
 TEST_F(FileWriterFaultTest, AFailedWriteIsLoggedAndNotCounted) {
     writer.open();
     system_calls.writev = fails_with(EIO);

@@ -126,6 +126,17 @@ TEST_F(FileWriterTest, SettingsAreReadForEachHeader) {
     EXPECT_EQ(completed().height, 2.75);
 }
 
+TEST_F(FileWriterTest, HeightTiltAndSensitivityAreReadInThisOrder) {
+    write_file("/etc/radar/analytics.conf", "[Other]\n");
+    writer.open();
+    const auto about = [](std::string const& key) {
+        return testing::Field(&test_support::LogLine::text,
+                              testing::StartsWith("Failed to read " + key + ": "));
+    };
+    EXPECT_THAT(captured_log(), ElementsAre(about("mounting_height"), about("mounting_tilt"),
+                                            about("detection_sensitivity")));
+}
+
 TEST_F(FileWriterTest, TheFrameCounterOnDiskIsUpToDateAfterEveryFrame) {
     for (uint32_t n = 1; n <= 3; ++n) {
         EXPECT_TRUE(writer.write(std::string("frame")));
