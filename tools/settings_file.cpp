@@ -20,8 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string system_reason(std::string const& path, std::string const& what) {
-    return printable(path) + ": " + what + std::strerror(errno);
+std::string system_reason(std::string const& name, std::string const& what) {
+    return printable(name) + ": " + what + std::strerror(errno);
 }
 
 /** The file behind `path`, as far as there is one. */
@@ -34,10 +34,10 @@ std::string follow_links(std::string const& path) {
                           ": a symbolic link that leads nowhere: " + error.message());
 }
 
-struct stat look_at(std::string const& path) {
+struct stat look_at(std::string const& path, std::string const& name) {
     struct stat status = {};
     if (stat(path.c_str(), &status) == 0) return status;
-    if (errno != ENOENT) throw Kit::InputError(system_reason(path, ""));
+    if (errno != ENOENT) throw Kit::InputError(system_reason(name, ""));
     return {};
 }
 
@@ -49,12 +49,13 @@ std::string directory_of(std::string const& path) {
 /** A file beside another, which it replaces, or else is removed with the object. */
 class Replacement {
 public:
-    explicit Replacement(std::string path_)
+    Replacement(std::string path_, std::string name_)
         : path(std::move(path_)),
+          name(std::move(name_)),
           trial(directory_of(path) + "/." + fs::path(path).filename().string() + ".XXXXXX"),
           fd(mkostemp(trial.data(), O_CLOEXEC)) {
         if (fd < 0) {
-            throw Kit::InputError(system_reason(path, "no file can be made in its directory: "));
+            throw Kit::InputError(system_reason(name, "no file can be made in its directory: "));
         }
     }
     ~Replacement() {
@@ -98,7 +99,7 @@ public:
 
 private:
     void check(bool is_done, char const* what) const {
-        if (!is_done) throw Kit::InputError(system_reason(path, what));
+        if (!is_done) throw Kit::InputError(system_reason(name, what));
     }
 
     /** Not every file system flushes directories; the file itself is flushed in any case. */
@@ -110,6 +111,7 @@ private:
     }
 
     std::string path;
+    std::string name;  // for messages
     std::string trial;
     int fd;
     bool is_in_place = false;
@@ -123,15 +125,16 @@ bool is_same_file(struct stat const& a, struct stat const& b) {
 }  // namespace
 
 SettingsFile::SettingsFile(std::string const& path)
-    : real_path(follow_links(path)),
-      before(look_at(real_path)),
+    : name(path),
+      real_path(follow_links(path)),
+      before(look_at(real_path, name)),
       is_there(before.st_nlink > 0),
-      content(path, is_there ? read_text_file(real_path) : "") {}
+      content(path, is_there ? read_text_file(real_path, name) : "") {}
 
 void SettingsFile::save() const {
     if (is_there && access(real_path.c_str(), W_OK) != 0) fail(std::strerror(errno));
     constexpr mode_t kModeOfANewFile = 0644;
-    Replacement replacement(real_path);
+    Replacement replacement(real_path, name);
     replacement.write(content.text());
     if (is_there) {
         replacement.take_after(before);
@@ -150,14 +153,14 @@ void SettingsFile::save() const {
 
 /** A change that came between is not undone without anybody noticing. */
 void SettingsFile::check_unchanged() const {
-    const struct stat now = look_at(real_path);
+    const struct stat now = look_at(real_path, name);
     const bool is_still_there = now.st_nlink > 0;
     if (is_still_there == is_there && (!is_there || is_same_file(now, before))) return;
     fail("was changed by somebody else meanwhile; nothing was written");
 }
 
 void SettingsFile::fail(std::string const& reason) const {
-    throw Kit::InputError(printable(real_path) + ": " + reason);
+    throw Kit::InputError(printable(name) + ": " + reason);
 }
 
 }  // namespace Tools

@@ -43,6 +43,7 @@ private:
     void check_unchanged() const;
     [[noreturn]] void fail(std::string const& reason) const;
 
+    std::string name;       // as it was given
     std::string real_path;  // behind symbolic links
     struct stat before = {};
     bool is_there = false;

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "kit/input_error.h"
+#include "tools/message_text.h"
 #include "tools/signals.h"
 
 namespace Tools {
@@ -16,7 +17,7 @@ namespace Tools {
 namespace {
 
 [[noreturn]] void fail(std::string const& name, std::string const& reason) {
-    throw Kit::InputError(name + ": " + reason);
+    throw Kit::InputError(printable(name) + ": " + reason);
 }
 
 /** A descriptor that is closed when it goes. */
@@ -47,14 +48,18 @@ std::string read_to_end(int fd, std::string const& name) {
 
 }  // namespace
 
-std::string read_text_file(std::string const& path) {
+std::string read_text_file(std::string const& path, std::string const& name) {
     const OpenFile file(path);
     struct stat status = {};
     // A socket cannot even be opened; the system's reason for that is hard to understand.
-    if (file.fd < 0 && errno == ENXIO) fail(path, "not a regular file");
-    if (file.fd < 0 || fstat(file.fd, &status) != 0) fail(path, std::strerror(errno));
-    if (!S_ISREG(status.st_mode)) fail(path, "not a regular file");
-    return read_to_end(file.fd, path);
+    if (file.fd < 0 && errno == ENXIO) fail(name, "not a regular file");
+    if (file.fd < 0 || fstat(file.fd, &status) != 0) fail(name, std::strerror(errno));
+    if (!S_ISREG(status.st_mode)) fail(name, "not a regular file");
+    return read_to_end(file.fd, name);
+}
+
+std::string read_text_file(std::string const& path) {
+    return read_text_file(path, path);
 }
 
 std::string read_standard_input() {

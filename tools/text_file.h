@@ -10,9 +10,11 @@ constexpr std::size_t kLargestTextFile = 16U << 20;
 /**
  * Returns what the regular file `path` holds. Never waits, as opening a FIFO would.
  *
- * @throws Kit::InputError with the path and the reason: the system's, "not a regular file", or that
+ * @param name what the file is called in messages.
+ * @throws Kit::InputError with the name and the reason: the system's, "not a regular file", or that
  *         it is larger than kLargestTextFile.
  */
+std::string read_text_file(std::string const& path, std::string const& name);
 std::string read_text_file(std::string const& path);
 
 /** Returns what standard input holds, to its end. @throws Kit::InputError as above. */
