@@ -43,6 +43,12 @@ protected:
         return lines;
     }
 
+    /** The program's last line; empty when it wrote none. */
+    static std::string last_line() {
+        const auto lines = run();
+        return lines.empty() ? "" : lines.back();
+    }
+
     /** What stands behind `beginning` in the lines that have it, in order. */
     static std::vector<std::string> lines_with(std::string const& beginning) {
         std::vector<std::string> found;
@@ -103,17 +109,15 @@ TEST_F(StaticObjectsTest, EverythingServesAStaticObjectOfTheProgram) {
 }
 
 TEST_F(StaticObjectsTest, TheRegistryTakesItsCallbacksWithIt) {
-    EXPECT_EQ(run().back(), "callback destroyed");
+    EXPECT_EQ(last_line(), "callback destroyed");
 }
 
+#ifdef PETRELRADAR_ADDRESS_SANITIZER  // which watches the order
 TEST_F(StaticObjectsTest, NoObjectIsUsedBeforeItIsBuilt) {
-#ifndef PETRELRADAR_ADDRESS_SANITIZER
-    GTEST_SKIP() << "only the address sanitizer watches the order";
-#else
     setenv("ASAN_OPTIONS", "check_initialization_order=1", 1);
     test_support::write_file("/etc/radar/radar.conf", "[Radar]\nrange=far\n");
-    EXPECT_EQ(run().back(), "callback destroyed");
-#endif
+    EXPECT_EQ(last_line(), "callback destroyed");
 }
+#endif
 
 }  // namespace
