@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "support/private_paths.h"
+
 namespace {
 
 using Arguments = std::vector<std::string>;
@@ -90,6 +92,21 @@ TEST_F(ChipOptionsTest, AnUnknownOptionIsRefused) {
 TEST_F(ChipOptionsTest, PrintMapPrintsTheMapInPlaceOfAChip) {
     EXPECT_EQ(parse({"--print-map"}), std::nullopt);
     EXPECT_EQ(out_.str(), Kit::DemoChip::register_map_text());
+}
+
+TEST_F(ChipOptionsTest, ThePageExplainsEveryOptionOfTheHelp) {
+    parse({"--help"});
+    const std::string page =
+        test_support::read_file(std::string(PETRELRADAR_SOURCE_DIR) + "/docs/demo-chip.md");
+    int options = 0;
+    std::istringstream help(out_.str());
+    for (std::string word; help >> word;) {
+        const bool own = word.rfind("--", 0) == 0 && word.size() > 2;
+        if (!own || word == "--help" || word == "--version") continue;
+        ++options;
+        EXPECT_NE(page.find("`" + word), std::string::npos) << word;
+    }
+    EXPECT_GE(options, 8);
 }
 
 TEST_F(ChipOptionsTest, HelpNamesEveryOption) {
