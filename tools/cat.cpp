@@ -26,6 +26,7 @@ ExitStatus print_frames(Options const& options, Console& console) {
     const auto fields =
         options.fields.empty() ? std::vector<FrameField>() : parse_fields(options.fields);
     FramePrinter printer(frame_format(options.format), console.out, fields);
+    if (!options.input.follow) printer.use_threads();
     InputOptions input_options = options.input;
     input_options.idle = [&] {
         printer.hand_over();

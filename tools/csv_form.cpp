@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "kit/recording/target_reader.h"
-#include "tools/float_text.h"
+#include "tools/float_cache.h"
 #include "tools/frame_form.h"
 
 namespace Tools {
@@ -20,11 +20,18 @@ std::vector<FrameField> detection_log_columns() {
 }
 
 /** No value needs more room, comma included. */
-constexpr std::size_t kValueRoom = kFloatTextRoom;
+constexpr std::size_t kValueRoom = kFloatTextRoom + 1;
 static_assert(kValueRoom > 20, "the largest integer has 20 digits");
 
 char* write_integer(char* into, std::uint64_t value) {
     return std::to_chars(into, into + kValueRoom, value).ptr;
+}
+
+/** An integer that mostly is small. */
+char* write_flags(char* into, std::uint32_t value) {
+    if (value >= 10) return write_integer(into, value);
+    *into = static_cast<char>('0' + value);
+    return into + 1;
 }
 
 class CsvForm : public FrameForm {
@@ -65,7 +72,7 @@ private:
     using Columns = std::vector<FrameField>;
 
     void append_row(InputFrame const& frame, Kit::TargetValues const& values,
-                    std::size_t begin_size, TextBuffer& text) const {
+                    std::size_t begin_size, TextBuffer& text) {
         char* end = text.room(begin_of_row.size());
         std::memcpy(end, begin_of_row.data(), begin_size);
         end += begin_size;
@@ -77,21 +84,21 @@ private:
         text.keep(end);
     }
 
-    static char* write_value(char* into, FrameField column, InputFrame const& frame,
-                             Kit::TargetValues const& values) {
+    char* write_value(char* into, FrameField column, InputFrame const& frame,
+                      Kit::TargetValues const& values) {
         switch (column) {
             case FrameField::kRcs:
-                return write_float(into, values.rcs);
+                return rcs.write(into, values.rcs);
             case FrameField::kR:
-                return write_float(into, values.r);
+                return r.write(into, values.r);
             case FrameField::kRdot:
-                return write_float(into, values.rdot);
+                return rdot.write(into, values.rdot);
             case FrameField::kTheta:
-                return write_float(into, values.theta);
+                return theta.write(into, values.theta);
             case FrameField::kOptions:
-                return write_integer(into, values.options);
+                return write_flags(into, values.options);
             case FrameField::kSnr:
-                return write_float(into, values.snr);
+                return snr.write(into, values.snr);
             default:
                 return write_frame_value(into, column, frame);
         }
@@ -112,6 +119,11 @@ private:
     /** Before it, every row of a frame says the same. */
     Columns::const_iterator first_of_target;
     std::vector<char> begin_of_row;
+    FloatCache rcs;
+    FloatCache r;
+    FloatCache rdot;
+    FloatCache theta;
+    FloatCache snr;
 };
 
 }  // namespace

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 // The numbers that read back as a float c * 2^q lie between the middles to its neighbours. All is
 // scaled by a power of ten that leaves about one decimal digit between those middles, so that the
@@ -67,12 +69,21 @@ struct Scale {
     std::uint64_t power;  // the power of ten, of kPowersOfTen
     int shift;            // what is left of it and of 2^q together
     int exponent;         // the power's, with the other sign
+    double factor;        // about what a float is multiplied with
 };
+
+/** 2^q / 10^k, as exact as a double can be. */
+constexpr double factor_of(int q, int k) {
+    const std::uint64_t power = kPowersOfTen[static_cast<std::size_t>(-k - kFirstPower)];
+    double factor = static_cast<double>(power);
+    for (int i = q + power_of_two_below(-k) - 63; i < 0; ++i) factor /= 2;
+    return factor;
+}
 
 /** @param k the largest for which 10^k is not above the distance between two floats c * 2^q. */
 constexpr Scale make_scale(int q, int k) {
     return {kPowersOfTen[static_cast<std::size_t>(-k - kFirstPower)],
-            q + power_of_two_below(-k) + 1, k};
+            q + power_of_two_below(-k) + 1, k, factor_of(q, k)};
 }
 
 constexpr auto kScales = [] {
@@ -123,6 +134,30 @@ Decimal shortest(std::uint32_t c, std::uint32_t below, Scale const& scale) {
             scale.exponent + static_cast<int>(shorter)};
 }
 
+/**
+ * The shortest decimal number, as it mostly can be told with doubles; false when it is too close to
+ * call. The float is scaled so that there are 1 to 10 integers to one distance between floats.
+ */
+bool find_shortest(std::uint32_t c, Scale const& scale, Decimal& decimal) {
+    constexpr double kDoubt = 1e-6;  // what is lost is less than a tenth of that
+    const double half = scale.factor / 2;
+    const double value = c * scale.factor;
+    const auto s = static_cast<std::int32_t>(value);
+    const std::int32_t tens = s / 10;
+    const double above_tens = value - 10 * tens;
+    const double below_tens = 10 - above_tens;
+    const double above_one = value - s;
+    const bool down = above_tens < half;
+    const bool up = below_tens < half;
+    const bool round_up = above_one > 0.5;
+    const bool shorter = down | up;
+    decimal = {choose(shorter, static_cast<std::uint32_t>(tens) + static_cast<std::uint32_t>(up),
+                      static_cast<std::uint32_t>(s) + static_cast<std::uint32_t>(round_up)),
+               scale.exponent + static_cast<int>(shorter)};
+    return (std::fabs(above_tens - half) > kDoubt) & (std::fabs(below_tens - half) > kDoubt) &
+           (std::fabs(above_one - 0.5) > kDoubt);
+}
+
 /** The digits of a number, the first of which is not 0, and zeros behind them; nine together. */
 struct Digits {
     static constexpr int kMost = 9;
@@ -143,83 +178,104 @@ int digit_count(std::uint32_t number) {
     return below + static_cast<int>(number >= kTens[static_cast<std::size_t>(below)]);
 }
 
-/** The eight digits of a number below 100000000, one a byte, the first one lowest. */
-std::uint64_t split_digits(std::uint32_t number) {
-    const std::uint64_t fours = number / 10000 | std::uint64_t{number % 10000} << 32;
-    const std::uint64_t hundreds = fours * 10486 >> 20 & 0x0000007F0000007F;
-    const std::uint64_t twos = (fours - 100 * hundreds) << 16 | hundreds;
-    const std::uint64_t tens = twos * 103 >> 10 & 0x000F000F000F000F;
-    return (twos - 10 * tens) << 8 | tens;
-}
+/** "000" to "999" as characters, the first one lowest. */
+constexpr auto kTriples = [] {
+    std::array<std::uint32_t, 1000> triples = {};
+    for (std::uint32_t i = 0; i < triples.size(); ++i) {
+        triples[i] = ('0' + i / 100) | ('0' + i / 10 % 10) << 8 | ('0' + i % 10) << 16;
+    }
+    return triples;
+}();
 
 Digits digits_of(Decimal decimal) {
-    constexpr std::uint32_t kEightDigits = 100000000;
+    constexpr std::uint64_t kZeros = 0x3030303030303030;
     const int count = digit_count(decimal.digits);
     const std::uint32_t nine =
         decimal.digits * kTens[static_cast<std::size_t>(Digits::kMost - count)];
-    const std::uint64_t eight = split_digits(nine % kEightDigits);
-    return {static_cast<char>('0' + nine / kEightDigits), eight | 0x3030303030303030,
-            Digits::kMost - (eight == 0 ? 8 : __builtin_clzll(eight) / 8),
-            count + decimal.exponent};
+    const std::uint32_t six = nine / 1000;
+    const std::uint32_t first = kTriples[nine / 1000000];
+    const std::uint64_t others = first >> 8 | std::uint64_t{kTriples[six % 1000]} << 16 |
+                                 std::uint64_t{kTriples[nine - 1000 * six]} << 40;
+    // The highest bit that is set tells the last digit that is not 0; bit 0 is set for none of
+    // them.
+    const int bit = 63 - __builtin_clzll((others ^ kZeros) << 1 | 1);
+    return {static_cast<char>(first & 0xFF), others, 1 + (bit + 7) / 8, count + decimal.exponent};
 }
 
-/** Writes eight characters, the lowest first, whatever the number that is wanted. */
-void write_eight(char* into, std::uint64_t characters) {
-    if (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) characters = __builtin_bswap64(characters);
-    std::memcpy(into, &characters, sizeof(characters));
+// Texts are put together in registers: what was written in pieces is slow to read as a whole.
+
+FloatText text_of(char const* characters, std::size_t size) {
+    FloatText text = {};
+    for (std::size_t i = 0; i < size; ++i) {
+        const auto character = static_cast<unsigned char>(characters[i]);
+        (i < 8 ? text.low : text.high) |= std::uint64_t{character} << 8 * (i % 8);
+    }
+    text.size = static_cast<std::uint32_t>(size);
+    return text;
 }
 
-char* write_text(char* into, char const* text) {
-    const std::size_t size = std::strlen(text);
-    std::memcpy(into, text, size);
-    return into + size;
+FloatText text_of(std::string_view characters) {
+    return text_of(characters.data(), characters.size());
 }
 
-char* write_scientific(char* into, Digits const& digits) {
+FloatText scientific(Digits const& digits) {
+    std::array<char, 16> text;
+    char* end = text.data();
+    *end++ = digits.first;
+    if (digits.count > 1) *end++ = '.';
+    for (int i = 1; i < digits.count; ++i) {
+        *end++ = static_cast<char>(digits.others >> 8 * (i - 1) & 0xFF);
+    }
     const int exponent = digits.point - 1;
-    into[0] = digits.first;
-    into[1] = '.';
-    write_eight(into + 2, digits.others);
-    into += digits.count > 1 ? digits.count + 1 : 1;
-    *into++ = 'e';
-    *into++ = exponent < 0 ? '-' : '+';
     const int size = exponent < 0 ? -exponent : exponent;
-    *into++ = static_cast<char>('0' + size / 10);
-    *into++ = static_cast<char>('0' + size % 10);
-    return into;
+    *end++ = 'e';
+    *end++ = exponent < 0 ? '-' : '+';
+    *end++ = static_cast<char>('0' + size / 10);
+    *end++ = static_cast<char>('0' + size % 10);
+    return text_of(text.data(), static_cast<std::size_t>(end - text.data()));
 }
 
-char* write_below_one(char* into, Digits const& digits) {
-    std::memcpy(into, "0.00000", 8);
-    into += 2 - digits.point;
-    into[0] = digits.first;
-    write_eight(into + 1, digits.others);
-    return into + digits.count;
+/** An integer that is larger than its digits: more of it is told than they do. */
+FloatText large_integer(float value) {
+    std::array<char, 20> text;
+    char const* const end =
+        std::to_chars(text.data(), text.data() + text.size(), static_cast<std::uint64_t>(value))
+            .ptr;
+    return text_of(text.data(), static_cast<std::size_t>(end - text.data()));
+}
+
+FloatText below_one(Digits const& digits) {
+    constexpr std::uint64_t kBegin = 0x3030303030302E30;  // "0.000000"
+    const int shift = 8 * (2 - digits.point);             // 16 to 40
+    const std::uint64_t eight = static_cast<unsigned char>(digits.first) | digits.others << 8;
+    const std::uint64_t begin = kBegin & ((std::uint64_t{1} << shift) - 1);
+    return {begin | eight << shift, eight >> (64 - shift) | (digits.others >> 56) << shift,
+            static_cast<std::uint32_t>(2 - digits.point + digits.count)};
 }
 
 /** A number that has its point behind its first digit or later, up to behind its last. */
-char* write_with_point(char* into, Digits const& digits) {
-    const int point = digits.point;
-    into[0] = digits.first;
-    write_eight(into + 1, digits.others);
-    // Twice half of it, since all of them cannot be shifted out at once.
-    write_eight(into + point + 1, digits.others >> 4 * (point - 1) >> 4 * (point - 1));
-    into[point] = '.';
-    return into + digits.count + static_cast<int>(point < digits.count);
+FloatText with_point(Digits const& digits) {
+    const int shift = 8 * (digits.point - 1);  // 0 to 64; what stands behind the first digit
+    const std::uint64_t integer_part = (std::uint64_t{1} << shift / 2 << shift / 2) - 1;
+    const std::uint64_t eight =  // the first digit is put before them
+        (digits.others & integer_part) | std::uint64_t{'.'} << shift / 2 << shift / 2 |
+        (digits.others & ~integer_part) << 8;
+    const std::uint64_t last = shift < 64 ? digits.others >> 56 : '.';
+    const bool has_point = digits.point < digits.count;
+    return {static_cast<unsigned char>(digits.first) | eight << 8, eight >> 56 | last << 8,
+            static_cast<std::uint32_t>(digits.count + (has_point ? 1 : 0))};
 }
 
-char* write_decimal(char* into, Decimal decimal, float value) {
+FloatText text_of(Decimal decimal, float value) {
     const Digits digits = digits_of(decimal);
-    if (digits.point > 0 && digits.point <= digits.count) return write_with_point(into, digits);
+    if (digits.point > 0 && digits.point <= digits.count) return with_point(digits);
     // Where an exponent makes the number longer, there is none.
     const int exponent_size = 4 + static_cast<int>(digits.count > 1);
     if (digits.point > 0) {
-        if (digits.point - digits.count > exponent_size) return write_scientific(into, digits);
-        // As long as the digits with zeros behind them, and nearer.
-        return std::to_chars(into, into + kFloatTextRoom, static_cast<std::uint64_t>(value)).ptr;
+        return digits.point - digits.count > exponent_size ? scientific(digits)
+                                                           : large_integer(value);
     }
-    if (2 - digits.point > exponent_size) return write_scientific(into, digits);
-    return write_below_one(into, digits);
+    return 2 - digits.point > exponent_size ? scientific(digits) : below_one(digits);
 }
 
 float float_of(std::uint32_t bits) {
@@ -229,31 +285,28 @@ float float_of(std::uint32_t bits) {
 }
 
 /** Floats that are zero, infinite, no number, or tiny. */
-char* write_special(char* into, std::uint32_t bits) {
+FloatText special_text(std::uint32_t bits) {
     const std::uint32_t fraction = bits & (kHiddenBit - 1);
-    if (bits >> kFractionBits != 0) return write_text(into, fraction == 0 ? "inf" : "nan");
-    if (fraction == 0) return write_text(into, "0");
-    return write_decimal(into, shortest(fraction, 2, kScales[0]), float_of(bits));
+    if (bits >> kFractionBits != 0) return text_of(fraction == 0 ? "inf" : "nan");
+    if (fraction == 0) return text_of("0");
+    return text_of(shortest(fraction, 2, kScales[0]), float_of(bits));
 }
 
 }  // namespace
 
-char* write_float(char* into, float value) {
-    std::uint32_t bits = 0;
-    static_assert(sizeof(value) == sizeof(bits), "a float is an IEEE 754 binary32");
-    std::memcpy(&bits, &value, sizeof(bits));
-    *into = '-';
-    into += bits >> 31;
-    bits &= ~kSignBit;
+FloatText text_of_magnitude(std::uint32_t bits) {
     const std::uint32_t exponent = bits >> kFractionBits;
     const std::uint32_t fraction = bits & (kHiddenBit - 1);
-    if (exponent == 0 || exponent == kLargestExponent) return write_special(into, bits);
+    if (exponent == 0 || exponent == kLargestExponent) return special_text(bits);
+    Decimal decimal = {};
+    if (fraction != 0 && find_shortest(fraction | kHiddenBit, kScales[exponent], decimal)) {
+        return text_of(decimal, float_of(bits));
+    }
     const bool irregular = fraction == 0 && exponent > 1;
-    const Decimal decimal =
-        irregular
-            ? shortest(kHiddenBit, 1, irregular_scale(static_cast<int>(exponent) - kExponentBias))
-            : shortest(fraction | kHiddenBit, 2, kScales[exponent]);
-    return write_decimal(into, decimal, float_of(bits));
+    decimal = irregular ? shortest(kHiddenBit, 1,
+                                   irregular_scale(static_cast<int>(exponent) - kExponentBias))
+                        : shortest(fraction | kHiddenBit, 2, kScales[exponent]);
+    return text_of(decimal, float_of(bits));
 }
 
 }  // namespace Tools

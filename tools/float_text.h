@@ -1,20 +1,58 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace Tools {
 
-/** No float has a longer text than 16 characters; behind it a few more are written over. */
-constexpr std::size_t kFloatTextRoom = 32;
+/** The text of a float, up to 16 characters, of which the first one is the lowest byte of `low`. */
+struct FloatText {
+    std::uint64_t low;
+    std::uint64_t high;
+    std::uint32_t size;
+
+    /** Writes 16 characters, whatever the size, and returns where the text ends. */
+    char* write(char* into) const {
+        write_lowest_first(into, low);
+        write_lowest_first(into + 8, high);
+        return into + size;
+    }
+
+private:
+    static void write_lowest_first(char* into, std::uint64_t characters) {
+        if (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) characters = __builtin_bswap64(characters);
+        std::memcpy(into, &characters, sizeof(characters));
+    }
+};
 
 /**
- * Writes the shortest decimal text that reads back as the same float, and of those the nearest:
- * what std::to_chars() writes, in a fraction of its time, which decides how fast a recording
- * becomes a table. Infinities are "inf" and "-inf"; what is no number is "nan" or "-nan".
+ * The shortest decimal text that reads back as the same float, and of those the nearest: what
+ * std::to_chars() writes, in a fraction of its time, which decides how fast a recording becomes a
+ * table. An infinity is "inf"; what is no number is "nan".
  *
- * @param into room for kFloatTextRoom characters.
- * @return the end of the text.
+ * @param bits of a float whose sign bit is not set.
  */
-char* write_float(char* into, float value);
+FloatText text_of_magnitude(std::uint32_t bits);
+
+/** No float needs more room, with what is written behind it. */
+constexpr std::size_t kFloatTextRoom = 24;
+
+/** The bits of a float without its sign, which is written as '-'; room for a character is needed.
+ */
+inline std::uint32_t write_sign(char*& into, float value) {
+    std::uint32_t bits = 0;
+    static_assert(sizeof(value) == sizeof(bits), "a float is an IEEE 754 binary32");
+    std::memcpy(&bits, &value, sizeof(bits));
+    *into = '-';  // overwritten where there is no sign
+    into += bits >> 31;
+    return bits & 0x7FFFFFFF;
+}
+
+/** Writes a float, with its sign, into kFloatTextRoom characters; returns the end of the text. */
+inline char* write_float(char* into, float value) {
+    const std::uint32_t bits = write_sign(into, value);
+    return text_of_magnitude(bits).write(into);
+}
 
 }  // namespace Tools

@@ -1,6 +1,8 @@
 #include "tools/frame_printer.h"
 
+#include <algorithm>
 #include <array>
+#include <thread>
 #include <utility>
 
 #include "tools/float_text.h"
@@ -8,6 +10,9 @@
 namespace Tools {
 
 namespace {
+
+/** One thread reads a recording about as fast as these bring its frames into their form. */
+constexpr unsigned kMostThreads = 8;
 
 std::unique_ptr<FrameForm> make_form(FrameFormat format, std::vector<FrameField> const& fields) {
     switch (format) {
@@ -40,8 +45,23 @@ std::string exact_text(float value) {
     return std::string(text.data(), write_float(text.data(), value));
 }
 
-FramePrinter::FramePrinter(FrameFormat format, Output& out, std::vector<FrameField> const& fields)
-    : form(make_form(format, fields)), text(out) {}
+FramePrinter::FramePrinter(FrameFormat format_, Output& out_,
+                           std::vector<FrameField> const& fields_)
+    : format(format_),
+      fields(fields_),
+      out(out_),
+      form(make_form(format, fields)),
+      text([this](std::string_view piece) { out.write(piece); }) {}
+
+void FramePrinter::use_threads() {
+    const unsigned threads = std::min(std::thread::hardware_concurrency(), kMostThreads);
+    // Debug texts depend on the frame before.
+    if (threads < 2 || format == FrameFormat::kText) return;
+    workers = std::make_unique<FormWorkers>(
+        threads, [this] { return make_form(format, fields); },
+        [this](std::string_view piece) { out.write(piece); });
+    if (!workers->has_threads()) workers.reset();
+}
 
 void FramePrinter::begin() {
     if (std::exchange(begun, true)) return;
@@ -51,7 +71,15 @@ void FramePrinter::begin() {
 
 void FramePrinter::print(InputFrame const& frame) {
     begin();
+    if (workers && FormWorkers::takes(frame.payload.size())) return workers->append(frame);
+    if (workers) workers->finish();
     form->append(frame, text);
+    if (workers) text.hand_over();
+}
+
+void FramePrinter::hand_over() {
+    if (workers) workers->finish();
+    text.hand_over();
 }
 
 void FramePrinter::print(RO::RadarObjects const& frame) {

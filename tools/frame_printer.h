@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "radar_objects/radar_objects.pb.h"
+#include "tools/form_workers.h"
 #include "tools/frame_fields.h"
 #include "tools/frame_form.h"
 #include "tools/frame_input.h"
@@ -40,6 +41,9 @@ public:
      */
     FramePrinter(FrameFormat format, Output& out, std::vector<FrameField> const& fields = {});
 
+    /** From now on has the work done by several threads, where the machine and the format allow. */
+    void use_threads();
+
     /** Prints what stands before the first frame. Called by print() where it was not. */
     void begin();
 
@@ -50,11 +54,15 @@ public:
     void print(RO::RadarObjects const& frame);
 
     /** Gives the output what it does not have yet. */
-    void hand_over() { text.hand_over(); }
+    void hand_over();
 
 private:
+    FrameFormat format;
+    std::vector<FrameField> fields;
+    Output& out;
     std::unique_ptr<FrameForm> form;
     TextBuffer text;
+    std::unique_ptr<FormWorkers> workers;
     bool begun = false;
     uint64_t index = 0;
 };

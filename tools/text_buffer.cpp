@@ -7,7 +7,7 @@ namespace Tools {
 void TextBuffer::add(std::string_view text) {
     if (text.size() > kLargestPiece) {
         hand_over();
-        out.write(text);
+        write(text);
         return;
     }
     char* const begin = room(text.size());
@@ -16,7 +16,7 @@ void TextBuffer::add(std::string_view text) {
 }
 
 void TextBuffer::hand_over() {
-    if (used > 0) out.write({bytes.data(), used});
+    if (used > 0) write({bytes.data(), used});
     used = 0;
 }
 

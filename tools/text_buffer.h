@@ -1,20 +1,23 @@
 #pragma once
 
+#include <functional>
 #include <string_view>
+#include <utility>
 #include <vector>
-
-#include "tools/output.h"
 
 namespace Tools {
 
 /**
- * Text on its way to an output, which outlives it, in pieces that are made in place: what a piece
- * needs at most is asked for, and what it has become is kept. Hands the text over when it has grown
- * large, and when it is told to. One thread at a time. Throws what the output throws.
+ * Text on its way to an output, in pieces that are made in place: what a piece needs at most is
+ * asked for, and what it has become is kept. Hands the text over when it has grown large, and when
+ * it is told to. One thread at a time. Throws what the output throws.
  */
 class TextBuffer {
 public:
-    explicit TextBuffer(Output& out_) : out(out_), bytes(kSize) {}
+    using Write = std::function<void(std::string_view)>;
+
+    /** @param write_ takes the text. */
+    explicit TextBuffer(Write write_) : write(std::move(write_)), bytes(kSize) {}
 
     /** Room for `size` characters, at most kLargestPiece. */
     char* room(std::size_t size) {
@@ -36,7 +39,7 @@ public:
 private:
     static constexpr std::size_t kSize = 32768;
 
-    Output& out;
+    Write write;
     std::vector<char> bytes;
     std::size_t used = 0;
 };

@@ -20,14 +20,6 @@ double read_double(std::string_view bytes) {
 
 }  // namespace
 
-std::uint32_t read_word(std::string_view bytes) {
-    std::uint32_t word = 0;
-    for (int i = 3; i >= 0; --i) {
-        word = word << 8 | static_cast<unsigned char>(bytes[static_cast<std::size_t>(i)]);
-    }
-    return word;
-}
-
 RecordingHeader read_header(std::string_view bytes) {
     RecordingHeader header;
     header.magic = read_word(bytes);

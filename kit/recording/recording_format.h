@@ -34,7 +34,12 @@ struct RecordingHeader {
 };
 
 /** The 4 bytes at the front of `bytes`, least significant first. */
-std::uint32_t read_word(std::string_view bytes);
+inline std::uint32_t read_word(std::string_view bytes) {
+    const auto byte = [&](std::size_t i) -> std::uint32_t {
+        return static_cast<unsigned char>(bytes[i]);
+    };
+    return byte(0) | byte(1) << 8 | byte(2) << 16 | byte(3) << 24;
+}
 
 /** The header in the first 40 bytes of `bytes`, whatever it says. */
 RecordingHeader read_header(std::string_view bytes);
