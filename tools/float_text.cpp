@@ -46,7 +46,6 @@ constexpr std::array<std::uint64_t, 77> kPowersOfTen = {
 
 constexpr int kFractionBits = 23;
 constexpr std::uint32_t kHiddenBit = 1U << kFractionBits;
-constexpr std::uint32_t kSignBit = 1U << 31;
 constexpr int kExponentBias = 127 + kFractionBits;
 constexpr std::uint32_t kLargestExponent = 255;
 
