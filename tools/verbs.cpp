@@ -10,11 +10,7 @@ namespace Tools {
 
 std::vector<Verb> all_verbs() {
     return {
-        cat_verb(),
-        listen_verb(),
-        regs_verb(),
-        settings_verb(),
-        status_verb(),
+        cat_verb(), listen_verb(), regs_verb(), settings_verb(), status_verb(),
     };
 }
 

@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
+#include <sstream>
+
 #include "program.h"
 #include "tools/verbs.h"
 
@@ -112,10 +115,9 @@ TEST(ProgramTest, EveryVerbHasExamplesThatBeginWithItsName) {
 }
 
 TEST(ProgramTest, TheHelpListsEveryVerb) {
-    const std::string help = run({"--help"}).out;
+    const std::string help = std::regex_replace(run({"--help"}).out, std::regex("\\s+"), " ");
     for (Tools::Verb const& verb : Tools::all_verbs()) {
-        EXPECT_THAT(help, HasSubstr("\n  " + verb.name + " "));
-        EXPECT_THAT(help, HasSubstr(verb.summary));
+        EXPECT_THAT(help, HasSubstr(" " + verb.name + " " + verb.summary + " "));
     }
 }
 

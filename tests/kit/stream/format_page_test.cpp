@@ -103,7 +103,8 @@ TEST_F(StreamFormatReaderTest, TheReaderPrintsTheExample) {
 }
 
 TEST_F(StreamFormatReaderTest, TheReaderSkipsWhatItDoesNotKnow) {
-    const std::string unknown("\x48\x96\x01\x51xxxxxxxx\x5A\x03yyy\x65zzzz\x82\x01\x01!\x10\x07", 28);
+    const std::string unknown("\x48\x96\x01\x51xxxxxxxx\x5A\x03yyy\x65zzzz\x82\x01\x01!\x10\x07",
+                              28);
     EXPECT_EQ(output_of_reader([&] { relay->publish(Kit::stream_frame(unknown)); }), "frame 7\n");
 }
 
