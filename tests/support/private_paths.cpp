@@ -82,6 +82,15 @@ void keep(fs::path const& root, fs::path const& path) {
     bind_mount(path, target);
 }
 
+/** Whether the source or build folder was kept below this entry of a private directory. */
+bool leads_to_the_build(fs::path const& entry) {
+    const std::string below = entry.string() + "/";
+    const auto holds = [&](char const* folder) {
+        return (std::string(folder) + "/").rfind(below, 0) == 0;
+    };
+    return holds(PETRELRADAR_SOURCE_DIR) || holds(PETRELRADAR_BINARY_DIR);
+}
+
 void fill_root(fs::path const& root) {
     for (fs::directory_entry const& entry : fs::directory_iterator("/")) {
         const fs::path name = entry.path().filename();
@@ -164,7 +173,7 @@ std::vector<std::string> list_directory(std::string const& path) {
     std::error_code none;
     std::set<std::string> names;
     for (fs::directory_entry const& entry : fs::directory_iterator(path, none)) {
-        names.insert(entry.path().filename());
+        if (!leads_to_the_build(entry.path())) names.insert(entry.path().filename());
     }
     return {names.begin(), names.end()};
 }

@@ -24,7 +24,10 @@ void write_file(std::string const& path, std::string const& content);
 /** The content of a file, as bytes; fails the test when there is none. */
 std::string read_file(std::string const& path);
 
-/** The names in a directory, sorted; none when there is no directory. */
+/**
+ * The names in a directory, sorted; none when there is no directory. A build folder that lies in
+ * "/tmp" is left out.
+ */
 std::vector<std::string> list_directory(std::string const& path);
 
 /** A test that uses fixed paths: skipped where they cannot be private. */
