@@ -3,71 +3,22 @@
 #include <gmock/gmock.h>
 #include <sys/mount.h>
 
-#include <atomic>
 #include <filesystem>
-#include <thread>
 
-#include "kit/input_error.h"
-#include "recordings.h"
-#include "support/captured_log.h"
-#include "support/private_paths.h"
-#include "support/system_calls.h"
+#include "recorders_fixture.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using Service::Recorders;
-using Service::Settings;
+using service_test::RecordersTest;
 using service_test::recordings_in;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
-using Table = std::unordered_map<std::string, int>;
 
 constexpr char kDiagnostics[] = "/tmp/radar-diagnostics";
 constexpr char kCard[] = "/var/spool/storage/SD_DISK";
-
-class RecordersTest : public test_support::PrivatePathsTest {
-protected:
-    void start(Table const& table = {}) {
-        recorders_ = std::make_unique<Recorders>(Settings("test", table));
-    }
-
-    std::string refusal(Table const& table = {}) {
-        try {
-            start(table);
-        } catch (Kit::InputError const& error) {
-            return error.what();
-        }
-        return "";
-    }
-
-    /** Records one frame, `now_ms` after the first. */
-    void record(uint64_t timestamp, int now_ms = 0, bool failure_active = false) {
-        buffer_.clear();
-        buffer_.set_timestamp(timestamp);
-        buffer_.push_back(service_test::frame_at(0, 1).targets(0));
-        recorders_->record(
-            buffer_,
-            [&] {
-                ++raw_records_;
-                return raw_record_;
-            },
-            failure_active, start_ + std::chrono::milliseconds(now_ms));
-    }
-
-    static std::vector<uint64_t> recorded(std::string const& directory) {
-        return service_test::timestamps(
-            service_test::recorded_frames(directory, recordings_in(directory, "radar")));
-    }
-
-    Recorders::Clock::time_point start_ = Recorders::Clock::now();
-    Radar::SocketBuffer buffer_{8};
-    std::string raw_record_ = "raw";
-    int raw_records_ = 0;
-    test_support::SystemCalls system_calls_;
-    std::unique_ptr<Recorders> recorders_;
-};
 
 TEST_F(RecordersTest, FramesAreRecordedByDefault) {
     start();
@@ -229,100 +180,6 @@ TEST_F(RecordersTest, TheStatusTellsWhatIsOn) {
     EXPECT_TRUE(status["objects"].enabled);
     EXPECT_FALSE(status["raw"].enabled);
     EXPECT_FALSE(status["diagnostics"].enabled);
-}
-
-/** Storage that takes nothing until it is told to. */
-class HangingStorageTest : public RecordersTest {
-protected:
-    void SetUp() override {
-        RecordersTest::SetUp();
-        if (IsSkipped()) return;
-        start({{"DiagnosticFileWriterEnabled", 0}});
-        const auto is_writer = [this] { return std::this_thread::get_id() != test_thread_; };
-        system_calls_.write = [=](int fd, void const* bytes, size_t size) {
-            while (hanging_ && is_writer()) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-            return test_support::real_write(fd, bytes, size);
-        };
-        system_calls_.writev = [=](int fd, iovec const* pieces, int count) {
-            while (hanging_ && is_writer()) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-            return test_support::real_writev(fd, pieces, count);
-        };
-        for (uint64_t i = 0; i < 8448; ++i) record(i);
-    }
-
-    void TearDown() override {
-        hanging_ = false;
-        recorders_.reset();
-    }
-
-    std::thread::id test_thread_ = std::this_thread::get_id();
-    std::atomic<bool> hanging_{true};
-};
-
-TEST_F(HangingStorageTest, AnInputThatCanWaitIsHeldUp) {
-    EXPECT_TRUE(recorders_->is_behind(start_));
-}
-
-TEST_F(HangingStorageTest, TheInputGoesOnWhenTheStorageDoes) {
-    EXPECT_TRUE(recorders_->is_behind(start_));
-    hanging_ = false;
-    const auto deadline = Recorders::Clock::now() + std::chrono::seconds(30);
-    while (recorders_->is_behind(start_) && Recorders::Clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    EXPECT_FALSE(recorders_->is_behind(start_));
-}
-
-TEST_F(HangingStorageTest, TheInputIsNotHeldUpForEver) {
-    EXPECT_TRUE(recorders_->is_behind(start_));
-    EXPECT_FALSE(recorders_->is_behind(start_ + std::chrono::seconds(1)));
-}
-
-TEST_F(HangingStorageTest, EveryFrameIsStoredInTheEndAllTheSame) {
-    recorders_->is_behind(start_);
-    recorders_->is_behind(start_ + std::chrono::seconds(1));
-    hanging_ = false;
-    recorders_->finish();
-    EXPECT_EQ(recorded("/tmp").size(), 8448U);
-}
-
-/** A card with room for less than one page more. */
-class FullCardTest : public RecordersTest {
-protected:
-    void SetUp() override {
-        RecordersTest::SetUp();
-        if (IsSkipped()) return;
-        ASSERT_EQ(mount("tmpfs", kCard, "tmpfs", 0, "size=16k"), 0);
-        start({{"FileWriterLocation", 1},
-               {"DataFileWriterLocation", 1},
-               {"DataFileWriterEnabled", 1}});
-    }
-
-    void fill() {
-        raw_record_.resize(100);
-        for (uint64_t i = 1; i <= 3000; ++i) record(i);
-        recorders_->finish();
-    }
-};
-
-TEST_F(FullCardTest, FramesAreTakenOnAFullCard) {
-    fill();
-    EXPECT_EQ(recorders_->status()["raw"].frames, 3000U);
-}
-
-TEST_F(FullCardTest, TheErrorsAreCountedAndTheLastOneIsTold) {
-    fill();
-    EXPECT_GT(recorders_->status()["raw"].errors, 0U);
-    EXPECT_THAT(recorders_->status()["raw"].last_error, testing::HasSubstr(kCard));
-}
-
-TEST_F(FullCardTest, TheOtherRecorderGoesOn) {
-    fill();
-    EXPECT_EQ(recorders_->status()["diagnostics"].errors, 0U);
 }
 
 }  // namespace

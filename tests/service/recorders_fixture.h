@@ -1,0 +1,62 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "kit/input_error.h"
+#include "recordings.h"
+#include "service/recorders.h"
+#include "support/private_paths.h"
+#include "support/system_calls.h"
+
+namespace service_test {
+
+using Table = std::unordered_map<std::string, int>;
+
+/** The recorders, with frames to record. */
+class RecordersTest : public test_support::PrivatePathsTest {
+protected:
+    void start(Table const& table = {}) {
+        recorders_ = std::make_unique<Service::Recorders>(Service::Settings("test", table));
+    }
+
+    std::string refusal(Table const& table = {}) {
+        try {
+            start(table);
+        } catch (Kit::InputError const& error) {
+            return error.what();
+        }
+        return "";
+    }
+
+    /** Records one frame, `now_ms` after the first. */
+    void record(uint64_t timestamp, int now_ms = 0, bool failure_active = false) {
+        buffer_.clear();
+        buffer_.set_timestamp(timestamp);
+        buffer_.push_back(frame_at(0, 1).targets(0));
+        recorders_->record(
+            buffer_,
+            [&] {
+                ++raw_records_;
+                return raw_record_;
+            },
+            failure_active, start_ + std::chrono::milliseconds(now_ms));
+    }
+
+    static std::vector<uint64_t> recorded(std::string const& directory) {
+        return timestamps(recorded_frames(directory, recordings_in(directory, "radar")));
+    }
+
+    Service::Recorders::Clock::time_point start_ = Service::Recorders::Clock::now();
+    Radar::SocketBuffer buffer_{8};
+    std::string raw_record_ = "raw";
+    int raw_records_ = 0;
+    test_support::SystemCalls system_calls_;
+    std::unique_ptr<Service::Recorders> recorders_;
+};
+
+}  // namespace service_test
