@@ -25,16 +25,24 @@ bool is_loss(FindingKind kind) {
 }  // namespace
 
 bool DamageReport::next_frame(FrameInput& input) {
-    while (input.next()) {
-        bar.update(input.bytes_done(), input.bytes_total());
-        note(input);
+    while (next(input)) {
         if (input.item() == FrameInput::Item::kFrame) return true;
     }
-    check_content(input);
     return false;
 }
 
-void DamageReport::note(FrameInput& input) {
+bool DamageReport::next(FrameInput& input) {
+    const bool goes_on = input.next();
+    if (goes_on) {
+        bar.update(input.bytes_done(), input.bytes_total());
+        note(input);
+    } else {
+        check_content(input);
+    }
+    return goes_on;
+}
+
+void DamageReport::note(FrameInput const& input) {
     switch (input.item()) {
         case FrameInput::Item::kFile:
             break;

@@ -34,8 +34,8 @@ public:
      */
     bool next_frame(FrameInput& input);
 
-    /** For verbs that look at all items: takes note of the input's item, of whatever kind. */
-    void note(FrameInput& input);
+    /** For verbs that look at all items: goes on to the next one, and takes note of it. */
+    bool next(FrameInput& input);
 
     /** Takes note of a loss that the input knows nothing of. `what` is part of a line. */
     void add_loss(std::string const& what);
@@ -47,6 +47,7 @@ public:
     ExitStatus finish(FrameInput const& input);
 
 private:
+    void note(FrameInput const& input);
     void use(std::string const& file, Kit::Finding const& finding);
     void tell_pending();
     void check_content(FrameInput const& input);

@@ -1,6 +1,7 @@
 #include "tools/verbs.h"
 
 #include "tools/cat.h"
+#include "tools/info.h"
 #include "tools/listen.h"
 #include "tools/regs.h"
 #include "tools/settings.h"
@@ -10,7 +11,7 @@ namespace Tools {
 
 std::vector<Verb> all_verbs() {
     return {
-        cat_verb(), listen_verb(), regs_verb(), settings_verb(), status_verb(),
+        cat_verb(), info_verb(), listen_verb(), regs_verb(), settings_verb(), status_verb(),
     };
 }
 
