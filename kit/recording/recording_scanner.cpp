@@ -92,6 +92,9 @@ RecordingScanner::Item RecordingScanner::take_record() {
     if (head.empty()) return finish();
     if (head.size() < kRecordHeaderSize) {
         if (tail == Tail::kGrowing) return Item::kEnd;
+        if (records_of_tag != 0 && !continues_recording(head, tag)) {
+            return lose(FindingKind::kWrongTag, "no record: " + decimal(head.size()) + " bytes");
+        }
         return lose(FindingKind::kCutShort,
                     "cut off inside a record: " + decimal(head.size()) + " bytes");
     }
