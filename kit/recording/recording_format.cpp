@@ -18,7 +18,20 @@ double read_double(std::string_view bytes) {
     return number;
 }
 
+void append_double(std::string& bytes, double number) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &number, sizeof(bits));
+    append_word(bytes, static_cast<std::uint32_t>(bits));
+    append_word(bytes, static_cast<std::uint32_t>(bits >> 32));
+}
+
 }  // namespace
+
+void append_word(std::string& bytes, std::uint32_t word) {
+    for (unsigned shift = 0; shift < 32; shift += 8) {
+        bytes += static_cast<char>(word >> shift & 0xFF);
+    }
+}
 
 RecordingHeader read_header(std::string_view bytes) {
     RecordingHeader header;
@@ -31,6 +44,20 @@ RecordingHeader read_header(std::string_view bytes) {
     header.sensitivity = static_cast<std::int32_t>(read_word(bytes.substr(32)));
     header.frame_count = read_word(bytes.substr(36));
     return header;
+}
+
+std::string encode_header(RecordingHeader const& header) {
+    std::string bytes;
+    bytes.reserve(kRecordingHeaderSize);
+    append_word(bytes, header.magic);
+    append_word(bytes, header.version);
+    append_word(bytes, static_cast<std::uint32_t>(header.seconds));
+    append_word(bytes, static_cast<std::uint32_t>(header.daylight_saving));
+    append_double(bytes, header.height);
+    append_double(bytes, header.tilt);
+    append_word(bytes, static_cast<std::uint32_t>(header.sensitivity));
+    append_word(bytes, header.frame_count);
+    return bytes;
 }
 
 bool begins_recording(std::string_view bytes) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace Kit {
@@ -9,6 +11,8 @@ namespace Kit {
 constexpr std::uint32_t kRecordingMagic = 0xBADABADA;
 constexpr std::uint32_t kRecordingVersion = 5;
 constexpr std::size_t kRecordingHeaderSize = 40;
+/** Where the count of frames stands in the header. */
+constexpr std::size_t kFrameCountOffset = 36;
 /** Upper half of every record's tag; the lower half is the recorder's number. */
 constexpr std::uint32_t kRecordTag = 0xFEED0000;
 /** Tag and length in front of every frame. */
@@ -41,8 +45,14 @@ inline std::uint32_t read_word(std::string_view bytes) {
     return byte(0) | byte(1) << 8 | byte(2) << 16 | byte(3) << 24;
 }
 
+/** Appends the 4 bytes of `word`, least significant first. */
+void append_word(std::string& bytes, std::uint32_t word);
+
 /** The header in the first 40 bytes of `bytes`, whatever it says. */
 RecordingHeader read_header(std::string_view bytes);
+
+/** The 40 bytes of a header: read_header() gives back what it says, bit for bit. */
+std::string encode_header(RecordingHeader const& header);
 
 /** Whether `bytes`, 8 or more, begin as a recorded file does. */
 bool begins_recording(std::string_view bytes);

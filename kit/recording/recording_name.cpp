@@ -1,5 +1,7 @@
 #include "kit/recording/recording_name.h"
 
+#include <array>
+#include <cstdio>
 #include <ctime>
 
 namespace Kit {
@@ -85,6 +87,35 @@ std::optional<RecordingName> parse_recording_name(std::string_view file_name) {
         return name;
     }
     return std::nullopt;
+}
+
+std::string text_of(RecordingName const& name) {
+    const int year = name.year - 2000;
+    std::array<char, 64> time;
+    std::snprintf(time.data(), time.size(), year < 0 ? "_%02d%02d%d_" : "_%02d%02d%02d_", name.day,
+                  name.month, year);
+    std::string text = name.prefix + time.data();
+    std::snprintf(time.data(), time.size(), "%02d%02d%02d_%03d", name.hour, name.minute,
+                  name.second, name.millisecond);
+    text += time.data() + name.surplus;
+    return name.complete ? text.append(kCompleted) : text;
+}
+
+RecordingName name_of_time(std::string const& prefix, std::int64_t seconds, int millisecond) {
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm local = {};
+    localtime_r(&time, &local);
+    RecordingName name;
+    name.prefix = prefix;
+    name.year = local.tm_year + 1900;
+    name.month = local.tm_mon + 1;
+    name.day = local.tm_mday;
+    name.hour = local.tm_hour;
+    name.minute = local.tm_min;
+    name.second = local.tm_sec;
+    name.millisecond = millisecond;
+    name.complete = true;
+    return name;
 }
 
 std::string_view file_name_of(std::string_view path) {

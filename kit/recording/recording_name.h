@@ -31,6 +31,15 @@ struct RecordingName {
 /** Takes a file's name, without its directory, apart; none when no recorder gives such a name. */
 std::optional<RecordingName> parse_recording_name(std::string_view file_name);
 
+/** The name as a recorder writes it, without a directory. parse_recording_name() takes it back. */
+std::string text_of(RecordingName const& name);
+
+/**
+ * The name, complete and without surplus, of a file that was begun at `seconds` since 1970 UTC and
+ * `millisecond`, if the time zone of this machine is the recorder's.
+ */
+RecordingName name_of_time(std::string const& prefix, std::int64_t seconds, int millisecond);
+
 /** The name of the file at `path`, without the directory. */
 std::string_view file_name_of(std::string_view path);
 

@@ -9,9 +9,6 @@ namespace Kit {
 
 namespace {
 
-/** Where the count of frames stands in a header. */
-constexpr std::uint64_t kFrameCountOffset = 36;
-
 std::string hexadecimal(std::uint32_t word) {
     char text[11];
     std::snprintf(text, sizeof(text), "0x%08" PRIX32, word);

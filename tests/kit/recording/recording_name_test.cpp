@@ -103,4 +103,21 @@ TEST(RecordingNameTest, AFileNameIsWhatFollowsTheLastSlash) {
     EXPECT_EQ(Kit::file_name_of("radar"), "radar");
 }
 
+TEST(RecordingNameTest, ANameIsWrittenAsItWasRead) {
+    for (std::string const text :
+         {"radar_150525_093007_042", "radar_150525_093007_042.data", "_0101-30_000012_500",
+          "a_b_3112-1_235959_999.data", "radar_0101100_000000_000", "radar_010100_000000_000",
+          "radar_150525_093007_042adar_150525_092807_001.data"}) {
+        EXPECT_EQ(Kit::text_of(*parse_recording_name(text)), text);
+    }
+}
+
+TEST(RecordingNameTest, ATimeGivesTheNameOfACompleteFile) {
+    setenv("TZ", "UTC", 1);
+    tzset();
+    EXPECT_EQ(Kit::text_of(Kit::name_of_time("radar", 1747301407, 42)),
+              "radar_150525_093007_042.data");
+    EXPECT_EQ(Kit::text_of(Kit::name_of_time("radar", 12, 500)), "radar_0101-30_000012_500.data");
+}
+
 }  // namespace
