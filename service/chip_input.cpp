@@ -7,6 +7,7 @@
 
 #include "kit/detections/chip_frame.h"
 #include "kit/input_error.h"
+#include "kit/recording/recording_format.h"
 
 namespace Service {
 
@@ -15,7 +16,6 @@ using namespace Kit::DemoChip;
 namespace {
 
 constexpr char kDevice[] = "/dev/spidev0.0";
-constexpr uint32_t kFrameMagic = 29061378;
 constexpr uint32_t kScratchPattern = 0xA55A3CC3;
 constexpr uint32_t kAllOnes = 0xFFFFFFFF;
 
@@ -155,7 +155,7 @@ void ChipInput::read_events() {
 
 bool ChipInput::read_window(uint32_t sequence, RO::RadarObjects& frame) {
     frame.Clear();
-    frame.set_magic(kFrameMagic);
+    frame.set_magic(Kit::kFrameMagic);
     const uint32_t low = read(kTimestampLow);
     frame.set_timestamp(join_timestamp(low, read(kTimestampHigh)));
     const auto count = static_cast<int>(extract(kTargetCount, read(kFrame)));

@@ -8,12 +8,11 @@
 #include <utility>
 
 #include "kit/input_error.h"
+#include "kit/recording/recording_format.h"
 
 namespace Kit {
 
 namespace {
-
-constexpr std::uint32_t kFrameMagic = 29061378;
 
 /** `text` in quotes, short and fit for a terminal. */
 std::string quoted(std::string_view text) {

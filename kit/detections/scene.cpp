@@ -5,6 +5,7 @@
 
 #include "kit/detections/portable_math.h"
 #include "kit/input_error.h"
+#include "kit/recording/recording_format.h"
 
 // Every number of a frame is made of operations that IEEE 754 defines to the last bit, and random
 // numbers are drawn in an order that the language defines: one in each full expression. The build
@@ -15,8 +16,6 @@ namespace Kit {
 static_assert(FLT_EVAL_METHOD == 0, "an expression is as wide as its operands");
 
 namespace {
-
-constexpr std::uint32_t kFrameMagic = 29061378;
 
 constexpr double kNearest = 0.5;          // m
 constexpr double kFarthest = 60;          // m
