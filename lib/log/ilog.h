@@ -30,23 +30,24 @@ public:
     ilog(ilog const&) = delete;
     ilog& operator=(ilog const&) = delete;
 
-    /** Inserts whatever an output stream accepts. */
+    /**
+     * Inserts the first part of a message. Returns the stream that the rest is inserted into, so
+     * that every printer that the caller sees can be used there. The stream lives as long as this
+     * object.
+     */
     template <typename Value>
-    ilog& operator<<(Value const& value) {
-        stream() << value;
-        return *this;
+    std::ostream& operator<<(Value const& value) {
+        return stream() << value;
     }
 
     /** Inserts a manipulator without arguments; messages end with std::endl. */
-    ilog& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
-        stream() << manipulator;
-        return *this;
+    std::ostream& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
+        return stream() << manipulator;
     }
 
     /** Applies a manipulator of the stream's state, such as std::hex. */
-    ilog& operator<<(std::ios_base& (*manipulator)(std::ios_base&)) {
-        stream() << manipulator;
-        return *this;
+    std::ostream& operator<<(std::ios_base& (*manipulator)(std::ios_base&)) {
+        return stream() << manipulator;
     }
 
 private:

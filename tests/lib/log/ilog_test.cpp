@@ -9,7 +9,9 @@
 #include <system_error>
 #include <thread>
 #include <type_traits>
+#include <unordered_map>
 
+#include "config/configuration.h"
 #include "lib/allocations.h"
 #include "lib/virtual_slots.h"
 #include "support/captured_log.h"
@@ -83,6 +85,12 @@ TEST_F(IlogTest, InsertsWhateverAStreamAccepts) {
             << std::error_code(2, std::system_category()) << std::ends;
     EXPECT_THAT(captured_log(),
                 ElementsAre(LogLine{1, "c array string -7 18446744073709551615 2.5 1 system:2"}));
+}
+
+TEST_F(IlogTest, InsertsWhatAPrinterThatTheCallerSeesPrints) {
+    ilog(1) << "Settings: " << std::unordered_map<std::string, int>{{"x", -3}};
+    EXPECT_THAT(captured_log(),
+                ElementsAre(LogLine{1, "Settings: ConfMap:\nconf:  key: x = -3\n"}));
 }
 
 TEST_F(IlogTest, AppliesManipulatorsOfEveryKind) {
