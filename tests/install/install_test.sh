@@ -13,7 +13,6 @@ mv "$prefix" "$work/moved"
 prefix=$work/moved
 libdir=$(dirname "$(find "$prefix" -name libpetrelradar-shared.so)")
 export PKG_CONFIG_PATH=$libdir/pkgconfig
-export LD_LIBRARY_PATH=$libdir
 
 fail() {
     echo "$claim: $*" >&2
@@ -23,6 +22,10 @@ fail() {
 # The recorder writes below /tmp: the examples run with a /tmp of their own.
 run_examples() {
     local folder=$1
+    # What the library needs is found beside it, wherever the tree was moved.
+    find "$folder" -maxdepth 1 -name '*_frames' | while read -r program; do
+        if LC_ALL=C ldd "$program" | grep "not found"; then fail "$program cannot be started"; fi
+    done
     ( cd "$folder" && ./record_frames 3 ) >"$work/output"
     [ "$(cat "$work/output")" = \
         "Recorded 3 frames, mounting height 0, known settings 0" ] || fail "record_frames: $(cat "$work/output")"
@@ -74,7 +77,7 @@ ProgramBuildsAndRunsWithPkgConfig() {
     for program in receive_frames record_frames; do
         # shellcheck disable=SC2046 # the flags are words
         "$compiler" -std=c++17 "$source/docs/examples/$program.cpp" -o "$work/$program" \
-            $(pkg-config --cflags --libs petrelradar)
+            $(pkg-config --cflags --libs petrelradar) -Wl,-rpath,"$libdir"
     done
     run_examples "$work"
 }
