@@ -16,10 +16,10 @@
  */
 PETRELRADAR_API int get_sensitivity();
 
-/** Returns "mounting_height" in the file's own unit, 0.0 when it cannot be read. */
+/** Returns "mounting_height" as it stands, in the file's own unit; 0.0 when it cannot be read. */
 PETRELRADAR_API double get_height();
 
-/** Returns "mounting_tilt" in the file's own unit, 0.0 when it cannot be read. */
+/** Returns "mounting_tilt" as it stands, in the file's own unit; 0.0 when it cannot be read. */
 PETRELRADAR_API double get_tilt();
 
 /**

@@ -24,6 +24,7 @@ public:
         current_failure = 3,
     };
 
+    /** Reasons with their text and whether they are active. */
     using states_map = std::unordered_map<radar_failure, std::pair<const std::string, bool>>;
 
     /** Knows `no_data`, inactive, which is current. */

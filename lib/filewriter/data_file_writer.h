@@ -41,6 +41,7 @@ public:
      * @throws std::ios_base::failure as FileWriter::write() does.
      */
     void write(std::string const& frame);
+    /** The same for a frame of `size` bytes at `data`. */
     void write(char const* data, unsigned size);
 
     /** Switches recording on, which begins a file, or off, which completes the open one. */
@@ -49,7 +50,10 @@ public:
     /** Completes the file and begins a new one; does nothing while recording is off. */
     void restart();
 
-    /** Sets the longest time in seconds that a file stays open, from the next frame on. */
+    /**
+     * Sets the longest time in seconds that a file stays open, from the next frame on. With 0 the
+     * first frame of a later second is the file's last, with a negative time every frame is.
+     */
     void setFileTime(long seconds);
 
     /** Sets the size in bytes after which a new file is begun, 0 for none, from the next frame on.

@@ -85,10 +85,10 @@ public:
      */
     bool increment_frame_counter();
 
-    /** Bytes written to the current file, or to the last one, header included. */
+    /** Bytes written to the current file, or to the last one, header included, modulo 2^32. */
     unsigned get_bytes_written() const;
 
-    /** Changes how many completed files to keep, from the next file on. */
+    /** Changes how many completed files to keep, 0 or less for all, from the next file on. */
     void setMaxFileCount(int count);
 
     /** Completes the open file: closes, flushes and renames it. Does nothing when none is open. */

@@ -10,12 +10,14 @@ namespace Radar {
 
 /** A bit field inside one register of the chip: a plain value. */
 struct RadarField {
-    /** `address_` of the register, bit position of the lowest bit, number of bits. */
     RadarField(int address_, int shift_, int width_)
         : address(address_), shift(shift_), width(width_) {}
 
+    /** Address of the register. */
     int32_t address;
+    /** Position of the field's lowest bit; 0 is the register's lowest. */
     int32_t shift;
+    /** Number of bits; 32 and more are all bits from `shift` on. */
     int32_t width;
 };
 
@@ -57,10 +59,13 @@ public:
     RadarInterface(RadarInterface const&) = delete;
     RadarInterface& operator=(RadarInterface const&) = delete;
 
-    /** Writes one whole register: `length` bytes of `value`, 0 meaning `data_bytes`. */
+    /**
+     * Writes one whole register: the low `length` bytes of `value`, 0 meaning `data_bytes`. Throws
+     * when the bus fails.
+     */
     virtual void write_register(int address, int value, int length) const = 0;
 
-    /** Reads one whole register from the device. */
+    /** Returns the value of one whole register, read from the device. Throws when the bus fails. */
     virtual int read_register(int address) const = 0;
 
     /**

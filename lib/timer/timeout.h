@@ -29,13 +29,15 @@ public:
     /**
      * Arms the timer to run out `sec` seconds and `nsec` nanoseconds (below 1,000,000,000) from
      * now, and then again after each such period if `repeat` is set. 0 and 0 disarm it. Replaces
-     * the setting before; a setting that the kernel refuses leaves that one in place.
+     * the setting before; a setting that the kernel refuses, such as a negative time, is logged and
+     * leaves that one in place.
      */
     void set_timeout(long sec, long nsec, bool repeat);
 
     /**
      * Whether the timer was seen to run out in the block's current cycle. Consumes the expiry;
-     * several since the last call count as one.
+     * several since the last call count as one. True also when the expiry could not be consumed,
+     * which is logged.
      */
     bool is_triggered();
 
