@@ -32,6 +32,8 @@ constexpr long kRawFileTime = 10;
 /** How long no frame is stored before the rest of the queue is given up. */
 constexpr std::chrono::milliseconds kQueuePatience(500);
 constexpr std::chrono::milliseconds kQueueLook(5);
+/** The same when the recorder ends, and what is in the queue has no other chance. */
+constexpr std::chrono::milliseconds kLastPatience(2000);
 constexpr uint64_t kMostQueuedFrames = 8192;
 constexpr uint64_t kFramesBetweenLooks = 256;
 
@@ -47,7 +49,7 @@ void make_directory(std::string const& directory) {
 /** Tries the directory out, since permissions alone do not tell of a read-only medium. */
 void check_writable(std::string const& directory) {
     std::string trial = directory + "/.petrelradard-XXXXXX";
-    const FileDescriptor file(mkostemp(trial.data(), O_CLOEXEC));
+    const Kit::FileDescriptor file(mkostemp(trial.data(), O_CLOEXEC));
     if (file.valid()) {
         unlink(trial.c_str());  // it was made this moment
         return;
@@ -165,7 +167,7 @@ RecordedFiles Recorders::files(Recorder const& recorder) const {
  * How many frames the writer thread has yet to store: those that were handed over less those that
  * the files count. What is not counted after some patience never will be, as on a full card.
  */
-void Recorders::look_at_queue(Clock::time_point now) {
+void Recorders::look_at_queue(Clock::time_point now, Clock::duration patience) {
     const uint64_t frames = recorders_[kObjects].frames;
     const uint64_t counted = files(recorders_[kObjects]).frames;
     const uint64_t uncounted = frames - std::min(frames, counted);
@@ -176,7 +178,7 @@ void Recorders::look_at_queue(Clock::time_point now) {
         last_progress_ = now;
     }
     last_counted_ = counted;
-    if (now - last_progress_ < kQueuePatience) return;
+    if (now - last_progress_ < patience) return;
     never_counted_ += queued_;
     queued_ = 0;
 }
@@ -184,7 +186,7 @@ void Recorders::look_at_queue(Clock::time_point now) {
 bool Recorders::is_behind(Clock::time_point now) {
     if (!recorders_[kObjects].enabled) return false;
     if (!behind_ && recorders_[kObjects].frames % kFramesBetweenLooks != 0) return false;
-    look_at_queue(now);
+    look_at_queue(now, kQueuePatience);
     behind_ = queued_ > kMostQueuedFrames;
     return behind_;
 }
@@ -193,9 +195,11 @@ void Recorders::finish() {
     if (!objects_) return;
     // The writer thread looks at its queue now and then; told to end, it may drop what has come
     // since. So it is told when there is nothing left.
+    // Storage that hung may have come back: what was given up meanwhile gets another chance.
+    never_counted_ = 0;
     last_progress_ = Clock::time_point();
     while (recorders_[kObjects].enabled) {
-        look_at_queue(Clock::now());
+        look_at_queue(Clock::now(), kLastPatience);
         if (queued_ == 0) break;
         std::this_thread::sleep_for(kQueueLook);
     }

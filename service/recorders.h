@@ -84,7 +84,7 @@ private:
     template <typename Store>
     void store(Kind kind, Store const& store);
     RecordedFiles files(Recorder const& recorder) const;
-    void look_at_queue(Clock::time_point now);
+    void look_at_queue(Clock::time_point now, Clock::duration patience);
 
     std::array<Recorder, kKinds> recorders_;
     std::unique_ptr<RecordingWatch> watch_;
