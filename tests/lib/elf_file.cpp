@@ -81,7 +81,9 @@ std::vector<ElfW(Xword)> ElfFile::values(ElfW(Sxword) tag) const {
 
 std::vector<std::string> ElfFile::texts(ElfW(Sxword) tag) const {
     std::vector<std::string> result;
-    for (auto const offset : values(tag)) result.push_back(text(SHT_DYNAMIC, offset));
+    for (auto const offset : values(tag)) {
+        result.push_back(text(SHT_DYNAMIC, static_cast<std::size_t>(offset)));
+    }
     return result;
 }
 
