@@ -102,6 +102,7 @@ TEST_F(StatusServerTest, AReaderThatHasGoneIsForgotten) {
 }
 
 TEST_F(StatusServerTest, WithoutDescriptorsAReaderIsDisconnectedAndDoesNotWait) {
+    serve();  // a sanitizer's first look at an object takes a descriptor
     const auto reader = connect_to(kPath);
     rlimit old = {};
     getrlimit(RLIMIT_NOFILE, &old);
