@@ -27,7 +27,7 @@ constexpr std::size_t kLabelWidth = 16;
 struct Options {
     ChipOptions chip;
     std::vector<std::string> names;
-    std::string format = "text";
+    std::string format;  // empty: text, in place where that is possible
     Repetition repetition;
 };
 
