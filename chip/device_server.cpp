@@ -127,7 +127,7 @@ fuse_session* make_session(int fuse, Spidev& device) {
 }  // namespace
 
 struct DeviceServer::Session {
-    Session(UniqueFd fuse, Spidev& device) : session(make_session(fuse.get(), device)) {
+    Session(Kit::FileDescriptor fuse, Spidev& device) : session(make_session(fuse.get(), device)) {
         // Now the session's.
         static_cast<void>(fuse.release());
     }
@@ -142,7 +142,7 @@ struct DeviceServer::Session {
     fuse_buf buffer = {};
 };
 
-DeviceServer::DeviceServer(UniqueFd fuse, Spidev& device)
+DeviceServer::DeviceServer(Kit::FileDescriptor fuse, Spidev& device)
     : session_(std::make_unique<Session>(std::move(fuse), device)) {}
 
 DeviceServer::~DeviceServer() = default;

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "chip/spidev.h"
-#include "chip/unique_fd.h"
+#include "kit/file_descriptor.h"
 
 struct fuse_session;
 
@@ -23,7 +23,7 @@ public:
      * @param fuse non-blocking descriptor of the mounted file system.
      * @throws std::runtime_error when the library refuses it.
      */
-    DeviceServer(UniqueFd fuse, Spidev& device);
+    DeviceServer(Kit::FileDescriptor fuse, Spidev& device);
     ~DeviceServer();
     DeviceServer(DeviceServer const&) = delete;
     DeviceServer& operator=(DeviceServer const&) = delete;

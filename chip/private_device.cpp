@@ -28,8 +28,8 @@ constexpr char kMachinePath[] = "/dev/.machine";
 }
 
 void write_proc(std::string const& path, std::string const& text) {
-    const UniqueFd file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (file.get() < 0) fail("cannot open " + path);
+    const Kit::FileDescriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!file.valid()) fail("cannot open " + path);
     if (write(file.get(), text.data(), text.size()) < 0) fail("cannot write " + path);
 }
 
@@ -68,14 +68,14 @@ std::vector<std::string> machine_devices() {
 }
 
 /** A copy of a mount and all below it that stands nowhere yet. */
-UniqueFd clone_mounts(std::string const& path) {
-    UniqueFd tree(
+Kit::FileDescriptor clone_mounts(std::string const& path) {
+    Kit::FileDescriptor tree(
         open_tree(AT_FDCWD, path.c_str(), OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE));
-    if (tree.get() < 0) fail("cannot copy the mounts of " + path);
+    if (!tree.valid()) fail("cannot copy the mounts of " + path);
     return tree;
 }
 
-void place_mounts(UniqueFd const& tree, std::string const& path) {
+void place_mounts(Kit::FileDescriptor const& tree, std::string const& path) {
     if (move_mount(tree.get(), "", AT_FDCWD, path.c_str(), MOVE_MOUNT_F_EMPTY_PATH) != 0) {
         fail("cannot mount " + path);
     }
@@ -85,7 +85,7 @@ void cover_dev() {
     // What is mounted later on the machine is still seen here, and nothing from here there.
     mount_at(nullptr, "/", nullptr, MS_REC | MS_SLAVE, "");
     const std::vector<std::string> names = machine_devices();
-    const UniqueFd machine = clone_mounts("/dev");
+    const Kit::FileDescriptor machine = clone_mounts("/dev");
     mount_at("tmpfs", "/dev", "tmpfs", MS_NOSUID | MS_NOEXEC, "mode=0755,size=1m");
     fs::create_directory(kMachinePath);
     place_mounts(machine, kMachinePath);
@@ -95,10 +95,10 @@ void cover_dev() {
     }
 }
 
-UniqueFd open_fuse() {
+Kit::FileDescriptor open_fuse() {
     // In the namespaces, since the kernel wants both ends of the mount in one user namespace.
-    UniqueFd fuse(open("/dev/fuse", O_RDWR | O_CLOEXEC | O_NONBLOCK));
-    if (fuse.get() < 0) fail("cannot open /dev/fuse");
+    Kit::FileDescriptor fuse(open("/dev/fuse", O_RDWR | O_CLOEXEC | O_NONBLOCK));
+    if (!fuse.valid()) fail("cannot open /dev/fuse");
     return fuse;
 }
 

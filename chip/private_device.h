@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "chip/unique_fd.h"
+#include "kit/file_descriptor.h"
 
 namespace Chip {
 
@@ -19,7 +19,7 @@ public:
 struct PrivateDevice {
     /** Descriptor of the FUSE file system; non-blocking, and closed in programs that are started.
      */
-    UniqueFd fuse;
+    Kit::FileDescriptor fuse;
     /** Whether the process is in a user namespace of its own, too. */
     bool user_namespace = false;
 };

@@ -3,7 +3,7 @@
 #include "chip/command.h"
 #include "chip/device_server.h"
 #include "chip/frame_feed.h"
-#include "chip/unique_fd.h"
+#include "kit/file_descriptor.h"
 
 namespace Chip {
 
@@ -31,7 +31,7 @@ private:
     DeviceServer& device_;
     FrameFeed& feed_;
     Command* command_;
-    UniqueFd signals_;
+    Kit::FileDescriptor signals_;
     bool mounted_ = true;
     bool requested_ = false;
     bool signalled_ = false;

@@ -26,27 +26,26 @@ std::string refusal(struct stat const& status) {
     return {};
 }
 
-int open_input(std::string const& path) {
+FileDescriptor open_input(std::string const& path) {
     // Looked at before it is opened: opening some devices waits, or does something.
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) throw InputError(path + ": " + reason(errno));
     if (const std::string why = refusal(status); !why.empty()) throw InputError(path + ": " + why);
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) throw InputError(path + ": " + reason(errno));
-    return fd;
+    FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.valid()) throw InputError(path + ": " + reason(errno));
+    return file;
 }
 
-int duplicate_standard_input() {
+FileDescriptor duplicate_standard_input() {
     struct stat status = {};
-    const int fd = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
-    if (fd < 0 || fstat(fd, &status) != 0) {
+    FileDescriptor file(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+    if (!file.valid() || fstat(file.get(), &status) != 0) {
         throw InputError("standard input: " + reason(errno));
     }
     if (const std::string why = refusal(status); !why.empty()) {
-        close(fd);
         throw InputError("standard input: " + why);
     }
-    return fd;
+    return file;
 }
 
 void wait_until_readable(int fd) {
@@ -68,15 +67,11 @@ std::size_t buffer_size(std::size_t size) {
 
 BlockReader::BlockReader(std::string const& path_, std::size_t block_size)
     : path(path_ == "-" ? "standard input" : path_),
-      fd(path_ == "-" ? duplicate_standard_input() : open_input(path_)),
+      file(path_ == "-" ? duplicate_standard_input() : open_input(path_)),
       buffer(block_size) {}
 
-BlockReader::~BlockReader() {
-    close(fd);
-}
-
 void BlockReader::rewind() {
-    if (lseek(fd, 0, SEEK_SET) < 0) {
+    if (lseek(file.get(), 0, SEEK_SET) < 0) {
         throw InputError(path + ": cannot be read again: " + reason(errno));
     }
     begin = end = 0;
@@ -110,11 +105,11 @@ void BlockReader::make_room(std::size_t size) {
 
 std::size_t BlockReader::read_block(char* into, std::size_t size) {
     for (;;) {
-        if (before_read) before_read(fd);
-        const ssize_t count = read(fd, into, std::min(size, kBlockSize));
+        if (before_read) before_read(file.get());
+        const ssize_t count = read(file.get(), into, std::min(size, kBlockSize));
         if (count >= 0) return static_cast<std::size_t>(count);
         if (errno == EAGAIN) {
-            wait_until_readable(fd);
+            wait_until_readable(file.get());
         } else if (errno != EINTR) {
             fail(errno);
         }

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "kit/file_descriptor.h"
+
 namespace Kit {
 
 /**
@@ -30,7 +32,6 @@ public:
      * @throws InputError "path: reason" when it cannot be opened or is a directory or a device.
      */
     explicit BlockReader(std::string const& path, std::size_t block_size = kBlockSize);
-    ~BlockReader();
     BlockReader(BlockReader const&) = delete;
     BlockReader& operator=(BlockReader const&) = delete;
 
@@ -65,7 +66,7 @@ public:
 
 private:
     std::string path;
-    int fd;
+    FileDescriptor file;
     std::function<void(int)> before_read;
     std::vector<char> buffer;
     std::size_t begin = 0;

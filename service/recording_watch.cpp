@@ -27,11 +27,11 @@ constexpr int kWatchAgainMilliseconds = 1000;
 /** Where a recorded file counts its frames. Part of the file format, which never changes. */
 constexpr off_t kFrameCounterOffset = 36;
 
-FileDescriptor open_to_read(std::string const& path) {
-    return FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+Kit::FileDescriptor open_to_read(std::string const& path) {
+    return Kit::FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
 }
 
-uint32_t read_frame_counter(FileDescriptor const& file) {
+uint32_t read_frame_counter(Kit::FileDescriptor const& file) {
     uint32_t counter = 0;
     const ssize_t size = pread(file.get(), &counter, sizeof(counter), kFrameCounterOffset);
     return size == ssize_t{sizeof(counter)} ? counter : 0;
@@ -44,12 +44,12 @@ bool report(std::string const& what) {
 }
 
 bool flush_directory(std::string const& path) {
-    const FileDescriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Kit::FileDescriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!directory.valid()) return report("Failed to open " + path);
     return fsync(directory.get()) == 0 || report("Failed to fsync " + path);
 }
 
-bool flush(FileDescriptor const& file, std::string const& path, std::string const& directory) {
+bool flush(Kit::FileDescriptor const& file, std::string const& path, std::string const& directory) {
     const std::string name = path.substr(0, path.size() - kCompletedSuffix.size());
     const bool lost = LogTap::instance().take_failed_flush(name);
     if (fsync(file.get()) != 0) return report("Failed to fsync " + path);
@@ -93,7 +93,7 @@ RecordedFiles RecordingWatch::files(std::size_t index) const {
     Place const& place = places_[index];
     RecordedFiles files = place.files;
     if (files.current.empty()) return files;
-    FileDescriptor current = open_to_read(files.current);
+    Kit::FileDescriptor current = open_to_read(files.current);
     // It may have been completed without that being noticed yet.
     if (!current.valid()) current = open_to_read(files.current + std::string(kCompletedSuffix));
     if (current.valid()) files.frames += read_frame_counter(current);
@@ -156,7 +156,7 @@ void RecordingWatch::set_current(Place& place, std::string const& path) {
 }
 
 void RecordingWatch::complete(Place& place, std::string const& path) {
-    const FileDescriptor file = open_to_read(path);
+    const Kit::FileDescriptor file = open_to_read(path);
     // The recorder may have deleted it again, to keep no more than it is to keep.
     const bool deleted = !file.valid() && errno == ENOENT;
     bool flushed = false;

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "service/file_descriptor.h"
+#include "kit/file_descriptor.h"
 
 namespace Service {
 
@@ -78,8 +78,8 @@ private:
     void watch_again();
     void catch_up(Place& place);
 
-    FileDescriptor inotify_;
-    FileDescriptor wake_;
+    Kit::FileDescriptor inotify_;
+    Kit::FileDescriptor wake_;
     /** Guards `files` of every place; the rest is the thread's own. */
     mutable std::mutex mutex_;
     std::vector<Place> places_;

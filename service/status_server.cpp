@@ -13,12 +13,13 @@ namespace {
 
 constexpr uint16_t kReadable = 1;
 
-FileDescriptor spare_descriptor() {
-    return FileDescriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
+Kit::FileDescriptor spare_descriptor() {
+    return Kit::FileDescriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
 }
 
-FileDescriptor accept_connection(Kit::ListeningSocket const& socket) {
-    return FileDescriptor(accept4(socket.fd(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+Kit::FileDescriptor accept_connection(Kit::ListeningSocket const& socket) {
+    return Kit::FileDescriptor(
+        accept4(socket.fd(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
 }
 
 }  // namespace
@@ -38,7 +39,7 @@ void StatusServer::serve(std::function<std::string()> const& document, Clock::ti
 
 void StatusServer::take_connection(std::function<std::string()> const& document,
                                    Clock::time_point now) {
-    FileDescriptor connection = accept_connection(socket_);
+    Kit::FileDescriptor connection = accept_connection(socket_);
     if (connection.valid()) {
         if (readers_.size() == kMostReaders) return;
         readers_.push_back({std::move(connection), document(), 0, now + kReaderTime});

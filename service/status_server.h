@@ -5,9 +5,9 @@
 #include <list>
 #include <string>
 
+#include "kit/file_descriptor.h"
 #include "kit/stream/listening_socket.h"
 #include "petrel/block.h"
-#include "service/file_descriptor.h"
 
 namespace Service {
 
@@ -44,7 +44,7 @@ public:
 
 private:
     struct Reader {
-        FileDescriptor connection;
+        Kit::FileDescriptor connection;
         std::string document;
         std::size_t sent = 0;
         Clock::time_point deadline;
@@ -56,7 +56,7 @@ private:
 
     Kit::ListeningSocket socket_;
     /** Given up for a moment to refuse a connection when no descriptor is left. */
-    FileDescriptor spare_;
+    Kit::FileDescriptor spare_;
     Petrel::FDPort* port_;
     std::list<Reader> readers_;
 };

@@ -23,7 +23,7 @@ bool is_ignored(int signal) {
 }
 
 /** The signal that waits to be read; 0 when none does. */
-int take_signal(FileDescriptor const& fd) {
+int take_signal(Kit::FileDescriptor const& fd) {
     signalfd_siginfo signal = {};
     const bool taken = read(fd.get(), &signal, sizeof(signal)) == ssize_t{sizeof(signal)};
     return taken ? static_cast<int>(signal.ssi_signo) : 0;

@@ -4,8 +4,8 @@
 #include <csignal>
 #include <thread>
 
+#include "kit/file_descriptor.h"
 #include "petrel/block.h"
-#include "service/file_descriptor.h"
 
 namespace Service {
 
@@ -39,9 +39,9 @@ private:
     void wait_for_next_one(std::chrono::steady_clock::time_point earliest);
 
     sigset_t signals_;
-    FileDescriptor fd_;
+    Kit::FileDescriptor fd_;
     Petrel::FDPort* port_ = nullptr;
-    FileDescriptor end_;
+    Kit::FileDescriptor end_;
     std::thread killer_;
 };
 

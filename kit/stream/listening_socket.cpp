@@ -27,21 +27,18 @@ InputError system_failure(std::string const& path, std::string const& what) {
     return failure(path, what + ": " + std::strerror(errno));
 }
 
-int open_socket() noexcept {
-    return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+FileDescriptor open_socket() noexcept {
+    return FileDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
 
 /** Whether a process has the socket at `path` open. */
 bool is_alive(std::string const& path) {
-    const int probe = open_socket();
-    if (probe < 0) throw system_failure(path, "cannot open a socket");
-    const bool connected = connect_to(probe, UnixAddress(path));
-    const int error = errno;
-    close(probe);
+    const FileDescriptor probe = open_socket();
+    if (!probe.valid()) throw system_failure(path, "cannot open a socket");
+    if (connect_to(probe.get(), UnixAddress(path))) return true;
     // A full backlog and a socket of another type have an owner too.
-    if (connected || error == EAGAIN || error == EPROTOTYPE) return true;
-    if (error == ECONNREFUSED || error == ENOENT) return false;
-    errno = error;
+    if (errno == EAGAIN || errno == EPROTOTYPE) return true;
+    if (errno == ECONNREFUSED || errno == ENOENT) return false;
     throw system_failure(path, "cannot tell whether it is in use");
 }
 
@@ -49,11 +46,11 @@ bool is_same_file(struct stat const& status, dev_t device, ino_t inode) noexcept
     return status.st_dev == device && status.st_ino == inode;
 }
 
-/** Whether `path` names the file that `fd` has open. */
-bool names_file(std::string const& path, int fd) noexcept {
+/** Whether `path` names the file that `file` has open. */
+bool names_file(std::string const& path, FileDescriptor const& file) noexcept {
     struct stat named = {};
     struct stat open = {};
-    return lstat(path.c_str(), &named) == 0 && fstat(fd, &open) == 0 &&
+    return lstat(path.c_str(), &named) == 0 && fstat(file.get(), &open) == 0 &&
            is_same_file(named, open.st_dev, open.st_ino);
 }
 
@@ -73,7 +70,7 @@ ListeningSocket::ListeningSocket(std::string path)
 }
 
 ListeningSocket::~ListeningSocket() {
-    close(listening_fd);
+    listening.reset();
     struct stat status = {};
     if (lstat(socket_path.c_str(), &status) == 0 && is_same_file(status, device, inode)) {
         unlink(socket_path.c_str());
@@ -82,7 +79,7 @@ ListeningSocket::~ListeningSocket() {
 }
 
 int ListeningSocket::fd() const noexcept {
-    return listening_fd;
+    return listening.get();
 }
 
 std::string const& ListeningSocket::path() const noexcept {
@@ -93,17 +90,13 @@ std::string const& ListeningSocket::path() const noexcept {
 // file that was locked.
 void ListeningSocket::take_lock() {
     for (;;) {
-        lock_fd = open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-        if (lock_fd < 0) throw system_failure(socket_path, "cannot create " + lock_path);
-        if (flock(lock_fd, LOCK_EX | LOCK_NB) != 0) {
-            const int error = errno;
-            close(lock_fd);
-            if (error == EWOULDBLOCK) throw failure(socket_path, kInUse);
-            errno = error;
+        lock_file.reset(open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (!lock_file.valid()) throw system_failure(socket_path, "cannot create " + lock_path);
+        if (flock(lock_file.get(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno == EWOULDBLOCK) throw failure(socket_path, kInUse);
             throw system_failure(socket_path, "cannot lock " + lock_path);
         }
-        if (names_file(lock_path, lock_fd)) return;
-        close(lock_fd);
+        if (names_file(lock_path, lock_file)) return;
     }
 }
 
@@ -122,29 +115,24 @@ void ListeningSocket::replace_stale_socket() const {
 
 void ListeningSocket::listen_at_path() {
     const UnixAddress address(socket_path);
-    listening_fd = open_socket();
-    if (listening_fd < 0) throw system_failure(socket_path, "cannot open a socket");
-    if (bind(listening_fd, address.get(), address.size()) != 0) give_up(false);
+    listening = open_socket();
+    if (!listening.valid()) throw system_failure(socket_path, "cannot open a socket");
+    if (bind(listening.get(), address.get(), address.size()) != 0) {
+        throw system_failure(socket_path, "cannot listen");
+    }
     struct stat status = {};
-    if (listen(listening_fd, SOMAXCONN) != 0 || lstat(socket_path.c_str(), &status) != 0) {
-        give_up(true);
+    if (listen(listening.get(), SOMAXCONN) != 0 || lstat(socket_path.c_str(), &status) != 0) {
+        const InputError failed = system_failure(socket_path, "cannot listen");
+        unlink(socket_path.c_str());
+        throw failed;
     }
     device = status.st_dev;
     inode = status.st_ino;
 }
 
-/** Reports the error of this moment, when the socket file is there or not yet. */
-void ListeningSocket::give_up(bool bound) {
-    const int error = errno;
-    if (bound) unlink(socket_path.c_str());
-    close(listening_fd);
-    errno = error;
-    throw system_failure(socket_path, "cannot listen");
-}
-
 void ListeningSocket::release_lock() noexcept {
     unlink(lock_path.c_str());
-    close(lock_fd);
+    lock_file.reset();
 }
 
 }  // namespace Kit

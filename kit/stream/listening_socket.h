@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "kit/file_descriptor.h"
+
 namespace Kit {
 
 /**
@@ -38,13 +40,12 @@ private:
     void take_lock();
     void replace_stale_socket() const;
     void listen_at_path();
-    [[noreturn]] void give_up(bool bound);
     void release_lock() noexcept;
 
     std::string socket_path;
     std::string lock_path;
-    int lock_fd = -1;
-    int listening_fd = -1;
+    FileDescriptor lock_file;
+    FileDescriptor listening;
     dev_t device = 0;  // of the socket file, with `inode` its identity
     ino_t inode = 0;
 };

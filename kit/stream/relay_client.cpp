@@ -1,7 +1,6 @@
 #include "kit/stream/relay_client.h"
 
 #include <poll.h>
-#include <unistd.h>
 
 #include <array>
 #include <asio/buffer.hpp>
@@ -45,14 +44,14 @@ RelayClient::RelayClient(asio::io_context& context_, std::mutex& lock_, RelayOpt
       stuck_timer(context_),
       queue(options.queue_frames) {}
 
-bool RelayClient::start(int fd) {
+bool RelayClient::start(FileDescriptor connection) {
     std::error_code error;
-    socket.assign(asio::local::stream_protocol(), fd, error);
+    socket.assign(asio::local::stream_protocol(), connection.get(), error);
     if (error) {
-        ::close(fd);
         errno = error.value();
         return false;
     }
+    static_cast<void>(connection.release());  // the socket's now
     socket.non_blocking(true, error);
     discard_input();
     return true;

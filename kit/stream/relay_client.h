@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 
+#include "kit/file_descriptor.h"
 #include "kit/stream/frame_queue.h"
 #include "kit/stream/relay.h"
 
@@ -42,10 +43,10 @@ public:
                 uint64_t id, Owner& owner);
 
     /**
-     * Takes ownership of the connected, non-blocking `fd` and begins to read from it. Returns false
-     * and closes `fd` when the system cannot watch it, with errno set.
+     * Takes over the connected, non-blocking socket and begins to read from it. Returns false and
+     * closes it when the system cannot watch it, with errno set.
      */
-    [[nodiscard]] bool start(int fd);
+    [[nodiscard]] bool start(FileDescriptor connection);
 
     /** Writes what is queued, as far as the client takes it now; the rest follows by itself. */
     void flush();

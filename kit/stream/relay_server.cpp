@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <asio/post.hpp>
@@ -43,9 +42,9 @@ private:
     sigset_t before = {};
 };
 
-int duplicate(int fd, std::string const& purpose) {
-    const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
-    if (copy >= 0) return copy;
+FileDescriptor duplicate(int fd, std::string const& purpose) {
+    FileDescriptor copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+    if (copy.valid()) return copy;
     throw std::system_error(errno, std::system_category(), purpose);
 }
 
@@ -53,7 +52,7 @@ int duplicate(int fd, std::string const& purpose) {
 
 RelayServer::RelayServer(RelayOptions relay_options)
     : options(std::move(relay_options)), socket(options.socket_path) {
-    acceptor.assign(duplicate(socket->fd(), "Failed to listen"));
+    acceptor.assign(duplicate(socket->fd(), "Failed to listen").release());
     wait_for_clients();
     const SignalsBlocked signals_blocked;
     thread = std::thread([this] { context.run(); });
@@ -90,15 +89,9 @@ void RelayServer::queue_frame(std::string stream_frame) {
 }
 
 void RelayServer::relay_from(int fd) {
-    const int copy = duplicate(fd, "Failed to relay from descriptor " + std::to_string(fd));
-    std::shared_ptr<RelaySource> source;
-    try {
-        source =
-            std::make_shared<RelaySource>(context, copy, static_cast<RelaySource::Owner&>(*this));
-    } catch (...) {
-        close(copy);
-        throw;
-    }
+    auto source = std::make_shared<RelaySource>(
+        context, duplicate(fd, "Failed to relay from descriptor " + std::to_string(fd)),
+        static_cast<RelaySource::Owner&>(*this));
     asio::post(context, [this, source = std::move(source)] {
         if (stopping) return;
         sources.push_back(source);
@@ -135,11 +128,11 @@ void RelayServer::wait_for_clients() {
 void RelayServer::accept_clients() {
     if (stopping) return;
     for (int i = 0; i < kAcceptsATurn; ++i) {
-        const int fd =
-            accept4(acceptor.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-        if (fd >= 0) {
+        FileDescriptor client(
+            accept4(acceptor.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+        if (client.valid()) {
             accept_fails = false;
-            add_client(fd);
+            add_client(std::move(client));
         } else if (errno == EAGAIN) {
             break;
         } else if (errno != EINTR && errno != ECONNABORTED) {
@@ -162,11 +155,11 @@ void RelayServer::accept_again_later() {
     });
 }
 
-void RelayServer::add_client(int fd) {
+void RelayServer::add_client(FileDescriptor connection) {
     const uint64_t id = totals.clients_accepted + 1;  // only this thread changes it
     auto client = std::make_shared<RelayClient>(context, lock, options, id,
                                                 static_cast<RelayClient::Owner&>(*this));
-    if (!client->start(fd)) {
+    if (!client->start(std::move(connection))) {
         Petrel::ilog(1) << options.socket_path
                         << ": cannot serve a client: " << std::strerror(errno) << std::endl;
         return;

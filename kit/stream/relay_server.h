@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "kit/file_descriptor.h"
 #include "kit/stream/listening_socket.h"
 #include "kit/stream/relay.h"
 #include "kit/stream/relay_client.h"
@@ -49,7 +50,7 @@ private:
     void wait_for_clients();
     void accept_clients();
     void accept_again_later();
-    void add_client(int fd);
+    void add_client(FileDescriptor connection);
     void flush_clients();
     std::vector<std::shared_ptr<RelayClient>> clients_now() const;
     void begin_stop(std::chrono::milliseconds grace);

@@ -16,8 +16,10 @@ constexpr std::size_t kPiecesAtTheEnd = 256;
 
 }  // namespace
 
-RelaySource::RelaySource(asio::io_context& context, int fd, Owner& owner_)
-    : owner(owner_), descriptor(context, fd), mode(fcntl(fd, F_GETFL)) {}
+RelaySource::RelaySource(asio::io_context& context, FileDescriptor stream, Owner& owner_)
+    : owner(owner_), descriptor(context, stream.get()), mode(fcntl(stream.get(), F_GETFL)) {
+    static_cast<void>(stream.release());  // the descriptor's now
+}
 
 RelaySource::~RelaySource() {
     close();

@@ -9,6 +9,7 @@
 #include <string>
 #include <system_error>
 
+#include "kit/file_descriptor.h"
 #include "kit/stream/stream_parser.h"
 
 namespace Kit {
@@ -34,8 +35,8 @@ public:
         ~Owner() = default;
     };
 
-    /** Takes ownership of `fd`; `owner` outlives this object. */
-    RelaySource(asio::io_context& context, int fd, Owner& owner);
+    /** Takes over `stream`; `owner` outlives this object. */
+    RelaySource(asio::io_context& context, FileDescriptor stream, Owner& owner);
     ~RelaySource();
 
     /** Begins to read. */

@@ -29,15 +29,13 @@ constexpr time_t kConnectSeconds = 2;
 
 int connected_socket(std::string const& path) {
     const UnixAddress address(path);
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const timeval limit = {kConnectSeconds, 0};
-    if (fd >= 0 && setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)) == 0 &&
-        connect_to(fd, address)) {
-        return fd;
+    if (fd.valid() && setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)) == 0 &&
+        connect_to(fd.get(), address)) {
+        return fd.release();
     }
-    const int error = errno;
-    if (fd >= 0) close(fd);
-    throw InputError(path + ": cannot connect: " + std::strerror(error));
+    throw InputError(path + ": cannot connect: " + std::strerror(errno));
 }
 
 /** What poll() takes for the time until `deadline`, rounded up. */
@@ -50,11 +48,7 @@ int milliseconds_until(Clock::time_point deadline) {
 
 StreamClient::StreamClient(std::string const& path) : StreamClient(connected_socket(path)) {}
 
-StreamClient::StreamClient(int fd) : descriptor(fd), piece(new char[kPieceSize]) {}
-
-StreamClient::~StreamClient() {
-    close(descriptor);
-}
+StreamClient::StreamClient(int fd) : stream(fd), piece(new char[kPieceSize]) {}
 
 StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout) {
     const bool limited = timeout.count() >= 0;
@@ -67,7 +61,7 @@ StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout
             return end(Result::kForeign, "at byte " + std::to_string(parser.fault()->offset) +
                                              ": " + parser.fault()->reason);
         }
-        pollfd wait = {descriptor, POLLIN, 0};
+        pollfd wait = {stream.get(), POLLIN, 0};
         const int ready = poll(&wait, 1, limited ? milliseconds_until(deadline) : -1);
         if (ready == 0 && Clock::now() < deadline) continue;
         if (ready == 0 || (ready < 0 && errno == EINTR)) return Result::kTimeout;
@@ -77,7 +71,7 @@ StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout
 }
 
 void StreamClient::read_piece() {
-    const ssize_t size = read(descriptor, piece.get(), kPieceSize);
+    const ssize_t size = read(stream.get(), piece.get(), kPieceSize);
     if (size > 0) {
         parser.append({piece.get(), static_cast<std::size_t>(size)});
     } else if (size < 0 && errno != EAGAIN && errno != EINTR) {
@@ -113,7 +107,7 @@ uint64_t StreamClient::bytes() const noexcept {
 }
 
 int StreamClient::fd() const noexcept {
-    return descriptor;
+    return stream.get();
 }
 
 }  // namespace Kit

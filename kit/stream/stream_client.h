@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "kit/file_descriptor.h"
 #include "kit/stream/stream_parser.h"
 #include "radar_objects/radar_objects.pb.h"
 
@@ -43,7 +44,6 @@ public:
 
     /** Reads from `fd`, a socket, a pipe or a file, which this object owns from now on. */
     explicit StreamClient(int fd);
-    ~StreamClient();
     StreamClient(StreamClient const&) = delete;
     StreamClient& operator=(StreamClient const&) = delete;
 
@@ -70,7 +70,7 @@ private:
     void read_piece();
     Result end(Result why, std::string const& what);
 
-    int descriptor;
+    FileDescriptor stream;
     StreamParser parser;
     std::unique_ptr<char[]> piece;
     uint64_t frames = 0;

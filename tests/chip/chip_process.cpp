@@ -24,7 +24,7 @@ constexpr int kPatienceMilliseconds = 30000;
 constexpr int kNotStarted = 125;
 
 /** Reads what there is; closes the descriptor at the end of the stream. */
-void take(Chip::UniqueFd& fd, std::string& text) {
+void take(Kit::FileDescriptor& fd, std::string& text) {
     std::array<char, 4096> buffer;
     const ssize_t size = read(fd.get(), buffer.data(), buffer.size());
     // A terminal whose last program is gone answers EIO.
@@ -58,10 +58,10 @@ void Process::start_with_pipes(std::vector<std::string> const& arguments,
     if (pipe2(output, O_CLOEXEC) != 0 || pipe2(errors, O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
-    output_fd_ = Chip::UniqueFd(output[0]);
-    errors_fd_ = Chip::UniqueFd(errors[0]);
-    const Chip::UniqueFd output_end(output[1]);
-    const Chip::UniqueFd errors_end(errors[1]);
+    output_fd_ = Kit::FileDescriptor(output[0]);
+    errors_fd_ = Kit::FileDescriptor(errors[0]);
+    const Kit::FileDescriptor output_end(output[1]);
+    const Kit::FileDescriptor errors_end(errors[1]);
     pid_ = fork();
     if (pid_ == 0) run(arguments, with, output_end.get(), errors_end.get());
 }
@@ -71,7 +71,7 @@ void Process::start_with_terminal(std::vector<std::string> const& arguments,
     int terminal = -1;
     pid_ = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (pid_ == 0) run(arguments, with, STDOUT_FILENO, STDERR_FILENO);
-    output_fd_ = Chip::UniqueFd(terminal);
+    output_fd_ = Kit::FileDescriptor(terminal);
 }
 
 void Process::run(std::vector<std::string> const& arguments, Surroundings const& with, int output,

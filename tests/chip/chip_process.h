@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "chip/unique_fd.h"
+#include "kit/file_descriptor.h"
 
 namespace chip_test {
 
@@ -60,8 +60,8 @@ private:
 
     pid_t pid_ = -1;
     std::optional<int> status_;
-    Chip::UniqueFd output_fd_;
-    Chip::UniqueFd errors_fd_;
+    Kit::FileDescriptor output_fd_;
+    Kit::FileDescriptor errors_fd_;
     std::string output_;
     std::string errors_;
 };

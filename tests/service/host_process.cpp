@@ -29,8 +29,8 @@ sockaddr_un address_of(std::string const& path) {
 }
 
 /** A socket that stands in for the service manager. */
-Service::FileDescriptor listen_for_notifications(std::string const& path) {
-    Service::FileDescriptor fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+Kit::FileDescriptor listen_for_notifications(std::string const& path) {
+    Kit::FileDescriptor fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const sockaddr_un address = address_of(path);
     EXPECT_EQ(bind(fd.get(), reinterpret_cast<sockaddr const*>(&address), sizeof(address)), 0);
     return fd;
@@ -160,8 +160,8 @@ nlohmann::json HostProcess::status() const {
     return nlohmann::json::parse(read_to_end(connect_to(status_socket_)), nullptr, false);
 }
 
-Service::FileDescriptor connect_to(std::string const& path) {
-    Service::FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+Kit::FileDescriptor connect_to(std::string const& path) {
+    Kit::FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const sockaddr_un address = address_of(path);
     const int result =
         connect(fd.get(), reinterpret_cast<sockaddr const*>(&address), sizeof(address));
@@ -169,7 +169,7 @@ Service::FileDescriptor connect_to(std::string const& path) {
     return fd;
 }
 
-std::string read_to_end(Service::FileDescriptor const& stream) {
+std::string read_to_end(Kit::FileDescriptor const& stream) {
     std::string text;
     for (;;) {
         pollfd wait = {stream.get(), POLLIN, 0};

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "service/file_descriptor.h"
+#include "kit/file_descriptor.h"
 
 namespace service_test {
 
@@ -72,16 +72,16 @@ private:
     std::string directory_;
     std::string socket_;
     std::string status_socket_;
-    Service::FileDescriptor notifications_;
+    Kit::FileDescriptor notifications_;
     pid_t pid_ = -1;
     int exit_status_ = -1;
 };
 
 /** Connects to a UNIX stream socket. */
-Service::FileDescriptor connect_to(std::string const& path);
+Kit::FileDescriptor connect_to(std::string const& path);
 
 /** Reads to the end of the stream; fails the test when that does not come. */
-std::string read_to_end(Service::FileDescriptor const& stream);
+std::string read_to_end(Kit::FileDescriptor const& stream);
 
 /** Pauses between two looks at something that has to come. */
 void pause_shortly();

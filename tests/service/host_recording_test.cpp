@@ -197,7 +197,7 @@ protected:
         });
     }
 
-    Service::FileDescriptor client_;
+    Kit::FileDescriptor client_;
 };
 
 TEST_F(HostFullCardTest, IsToldInTheStatus) {

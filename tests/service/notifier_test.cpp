@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-#include "service/file_descriptor.h"
+#include "kit/file_descriptor.h"
 #include "support/captured_log.h"
 #include "support/private_paths.h"
 
@@ -33,7 +33,7 @@ protected:
         return size > 0 ? std::string(message, static_cast<std::size_t>(size)) : "";
     }
 
-    Service::FileDescriptor manager_;
+    Kit::FileDescriptor manager_;
     Notifier notifier_;
 };
 

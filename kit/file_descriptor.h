@@ -2,13 +2,19 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
-namespace Service {
+namespace Kit {
 
-/** Owns a descriptor and closes it; -1 is none. Moved, not copied. */
+/**
+ * Owns a descriptor of the system and closes it; a negative number is none. Moved, not copied. One
+ * thread at a time. Closing leaves `errno` as it is, so that an error can still be told of after
+ * the descriptor that it came from has gone.
+ */
 class FileDescriptor {
 public:
+    /** Owns `fd` from now on. */
     explicit FileDescriptor(int fd = -1) noexcept : fd_(fd) {}
     ~FileDescriptor() { reset(); }
     FileDescriptor(FileDescriptor&& other) noexcept : fd_(other.release()) {}
@@ -19,6 +25,7 @@ public:
     FileDescriptor(FileDescriptor const&) = delete;
     FileDescriptor& operator=(FileDescriptor const&) = delete;
 
+    /** The descriptor, which stays this object's. */
     int get() const noexcept { return fd_; }
     bool valid() const noexcept { return fd_ >= 0; }
 
@@ -27,12 +34,14 @@ public:
 
     /** Closes the descriptor and owns `fd` in its place. */
     void reset(int fd = -1) noexcept {
-        if (fd_ >= 0) close(fd_);  // there is nothing to do about a failure
+        const int error = errno;
+        if (fd_ >= 0) close(fd_);  // it is gone whatever close answers
         fd_ = fd;
+        errno = error;
     }
 
 private:
     int fd_;
 };
 
-}  // namespace Service
+}  // namespace Kit
