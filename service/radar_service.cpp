@@ -1,6 +1,7 @@
 #include "service/radar_service.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -25,6 +26,8 @@ constexpr int kRecorderWaitMilliseconds = 2;
 constexpr long kReportSeconds = 5;
 /** The key of the one consumer of the frame buffer, the relay. */
 constexpr int kRelayKey = 0;
+/** Descriptors that consumers leave for files, status readers and the device. */
+constexpr rlim_t kOwnDescriptors = 96;
 
 void arm(Radar::Timeout& timer, std::chrono::nanoseconds delay, bool repeat) {
     constexpr long kNanosecondsInSecond = 1000000000;
@@ -39,9 +42,19 @@ int duplicate(int fd) {
     throw std::system_error(errno, std::system_category(), "Failed to duplicate the radar socket");
 }
 
+/** As many as leave the service the descriptors for its own work; at the least half of them all. */
+std::size_t most_consumers() {
+    constexpr rlim_t kMost = 65536;
+    rlimit descriptors = {kMost, kMost};
+    getrlimit(RLIMIT_NOFILE, &descriptors);  // fails for no reason that applies
+    const rlim_t all = std::min(descriptors.rlim_cur, kMost);
+    return static_cast<std::size_t>(std::max(all - std::min(all, kOwnDescriptors), all / 2));
+}
+
 Kit::RelayOptions relay_options(std::string const& path) {
     Kit::RelayOptions options;
     options.socket_path = path;
+    options.most_clients = most_consumers();
     return options;
 }
 
@@ -99,8 +112,9 @@ void RadarService::run() {
 bool RadarService::run_cycle() {
     wait();
     if (signals_.is_triggered()) return false;
-    if (!take_due_frame()) return false;
+    // Before a frame of this cycle kicks the watchdog, which takes back that it ran out.
     look_after_input();
+    if (!take_due_frame()) return false;
     if (report_timer_.is_triggered()) report();
     if (alive_timer_.is_triggered() && !failures_.is_data_missing()) notifier_.alive();
     status_server_.serve([this] { return Kit::status_document(status()); }, Clock::now());

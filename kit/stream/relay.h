@@ -17,6 +17,8 @@ struct RelayOptions {
     /** A client for which frames wait this long without one of them going out whole is dropped;
      * 0 or less: never. */
     std::chrono::milliseconds stuck_after{2000};
+    /** How many clients are connected at a time at most; 0 counts as 1. */
+    std::size_t most_clients = 65536;
 };
 
 /** One connected client. */
@@ -54,9 +56,9 @@ struct RelayCounters {
  *
  * Owns the socket with its file (as ListeningSocket does), the clients' descriptors, and one thread
  * that does all reading and writing; the thread blocks all signals. publish(), relay_from() and
- * counters() may be called from any thread, stop() and the destructor by one thread. When no
- * descriptor is left for a new client, that client waits in the socket's backlog until there is
- * one.
+ * counters() may be called from any thread, stop() and the destructor by one thread. When there are
+ * as many clients as there may be, or no descriptor is left for a new one, that client waits in the
+ * socket's backlog until there is room.
  */
 class Relay {
 public:

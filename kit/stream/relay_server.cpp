@@ -127,7 +127,8 @@ void RelayServer::wait_for_clients() {
 
 void RelayServer::accept_clients() {
     if (stopping) return;
-    for (int i = 0; i < kAcceptsATurn; ++i) {
+    if (is_full()) return accept_again_later("as many as there may be are connected");
+    for (int i = 0; i < kAcceptsATurn && !is_full(); ++i) {
         FileDescriptor client(
             accept4(acceptor.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
         if (client.valid()) {
@@ -136,22 +137,26 @@ void RelayServer::accept_clients() {
         } else if (errno == EAGAIN) {
             break;
         } else if (errno != EINTR && errno != ECONNABORTED) {
-            return accept_again_later();
+            return accept_again_later(std::strerror(errno));
         }
     }
     wait_for_clients();
 }
 
+bool RelayServer::is_full() const {
+    const std::lock_guard<std::mutex> guard(lock);
+    return clients.size() >= std::max<std::size_t>(options.most_clients, 1);
+}
+
 // The client stays in the backlog, where it would wake a plain wait at once and for ever.
-void RelayServer::accept_again_later() {
+void RelayServer::accept_again_later(char const* reason) {
     if (!std::exchange(accept_fails, true)) {
-        Petrel::ilog(1) << options.socket_path
-                        << ": cannot accept a client: " << std::strerror(errno) << "; trying again"
-                        << std::endl;
+        Petrel::ilog(1) << options.socket_path << ": cannot accept a client: " << reason
+                        << "; trying again" << std::endl;
     }
     accept_timer.expires_after(kAcceptAgainAfter);
     accept_timer.async_wait([this](std::error_code const& error) {
-        if (!error) accept_clients();
+        if (!error) wait_for_clients();
     });
 }
 

@@ -49,7 +49,8 @@ private:
 
     void wait_for_clients();
     void accept_clients();
-    void accept_again_later();
+    bool is_full() const;
+    void accept_again_later(char const* reason);
     void add_client(FileDescriptor connection);
     void flush_clients();
     std::vector<std::shared_ptr<RelayClient>> clients_now() const;

@@ -126,6 +126,18 @@ TEST_F(HostStatusTest, MissingDataIsOverWhenDataArriveAgain) {
     });
 }
 
+TEST_F(HostStatusTest, AStopOfTheWholeServiceIsMissingDataAndNoError) {
+    start_scene("WatchdogTimeout=1\n");
+    host_->signal(SIGSTOP);
+    const auto later = std::chrono::steady_clock::now() + std::chrono::milliseconds(1100);
+    while (std::chrono::steady_clock::now() < later) service_test::pause_shortly();
+    host_->signal(SIGCONT);
+    const json status = host_->await_status([](json const& document) {
+        return document["watchdog"]["expirations"] != "0" && !has_failed(document);
+    });
+    EXPECT_EQ(status["log"]["errors"], "0") << status["log"]["last"];
+}
+
 TEST_F(HostStatusTest, AFrameAtItsLimitIsSaturated) {
     start_saturated();
     const json status = host_->await_status(has_failed);

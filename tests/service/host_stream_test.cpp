@@ -162,6 +162,25 @@ TEST_F(HostConsumersTest, FramesThatAConsumerMissesAreCounted) {
     read_until([](auto const& status) { return status["stream"]["frames_dropped"] != "0"; });
 }
 
+TEST_F(HostStreamTest, ConsumersLeaveTheDescriptorsThatFilesAndTheStatusTake) {
+    const std::vector<std::string> limited = {"/bin/sh", "-c", "ulimit -n 80; exec \"$@\"", "sh"};
+    const std::string settings = settings_file("FileWriterMaxFileSize=3000\n");
+    host_ = std::make_unique<service_test::HostProcess>(
+        std::vector<std::string>{"--input", "scene", "--settings", settings},
+        service_test::HostProcess::Environment(), limited);
+    host_->await_ready();
+    std::vector<Kit::FileDescriptor> consumers;
+    for (int i = 0; i < 100; ++i) consumers.push_back(service_test::connect_to(host_->socket()));
+    const auto files = [](auto const& status) {
+        return number(status["recorders"]["objects"]["files_completed"]);
+    };
+    const auto full = host_->await_status(
+        [](auto const& status) { return status["stream"]["clients"].size() == 40; });
+    const auto later =
+        host_->await_status([&](auto const& status) { return files(status) > files(full) + 1; });
+    EXPECT_EQ(later["recorders"]["objects"]["errors"], "0");
+}
+
 TEST_F(HostConsumersTest, AHalfClosedOneStillGetsFrames) {
     const int half_closed = connect_to(host_->socket()).release();
     shutdown(half_closed, SHUT_WR);

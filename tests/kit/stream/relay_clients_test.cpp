@@ -1,30 +1,11 @@
 // Clients that behave badly, and what the others notice of them.
 
-#include <dlfcn.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <thread>
 
-#include "kit/input_error.h"
-#include "kit/stream/unix_address.h"
 #include "relay_fixture.h"
-
-namespace {
-
-std::atomic<int> accepts{0};
-
-}  // namespace
-
-/** Counts how often the relay asks for a client. */
-extern "C" int accept4(int fd, sockaddr* address, socklen_t* size, int flags) {
-    ++accepts;
-    static auto* const real =
-        reinterpret_cast<int (*)(int, sockaddr*, socklen_t*, int)>(dlsym(RTLD_NEXT, "accept4"));
-    return real(fd, address, size, flags);
-}
 
 namespace {
 
@@ -137,86 +118,6 @@ TEST_F(RelayClientsTest, AStuckClientDisturbsNobody) {
     for (uint64_t timestamp = 1; relay->counters().clients_dropped_stuck == 0; ++timestamp) {
         publish(timestamp, timestamp, kLarge);
         ASSERT_EQ(receive(client, 1), numbers(timestamp, timestamp));
-    }
-}
-
-/** Takes all descriptors of the process until it is destroyed. */
-class NoDescriptors {
-public:
-    NoDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &before);
-        const int lowest = dup(0);
-        close(lowest);
-        const rlimit none = {static_cast<rlim_t>(lowest), before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoDescriptors() { give_back(); }
-    NoDescriptors(NoDescriptors const&) = delete;
-    NoDescriptors& operator=(NoDescriptors const&) = delete;
-
-    void give_back() const { setrlimit(RLIMIT_NOFILE, &before); }
-
-private:
-    rlimit before = {};
-};
-
-class RelayWithoutDescriptorsTest : public RelayClientsTest {
-protected:
-    void SetUp() override {
-        RelayClientsTest::SetUp();
-        if (IsSkipped()) return;
-        start();
-        waiting = socket(AF_UNIX, SOCK_STREAM, 0);
-    }
-
-    void TearDown() override {
-        if (waiting >= 0) close(waiting);
-    }
-
-    /** Connects a client for which the relay has no descriptor. */
-    void connect_in_vain() const {
-        ASSERT_TRUE(Kit::connect_to(waiting, Kit::UnixAddress(kPath)));
-        ASSERT_TRUE(eventually([] { return !log().empty(); }));
-    }
-
-    int waiting = -1;
-};
-
-TEST_F(RelayWithoutDescriptorsTest, AClientWaitsUntilThereIsADescriptor) {
-    const NoDescriptors taken;
-    connect_in_vain();
-    taken.give_back();
-    EXPECT_TRUE(eventually([&] { return relay->counters().clients_accepted == 1; }));
-    EXPECT_THAT(log(), ElementsAre("/tmp/radar.sock: cannot accept a client: Too many open files; "
-                                   "trying again\n"));
-}
-
-TEST_F(RelayWithoutDescriptorsTest, TheRelayDoesNotSpin) {
-    const NoDescriptors taken;
-    connect_in_vain();
-    const int before = accepts;
-    const auto begin = std::chrono::steady_clock::now();
-    std::this_thread::sleep_for(40ms);
-    const int calls = accepts - before;
-    EXPECT_LE(calls, 1 + (std::chrono::steady_clock::now() - begin) / 50ms);
-}
-
-TEST_F(RelayWithoutDescriptorsTest, ClientsThatAreThereAreServed) {
-    const Client client = connect();
-    const NoDescriptors taken;
-    connect_in_vain();
-    publish(1, 20);
-    EXPECT_EQ(receive(client, 20), numbers(1, 20));
-}
-
-TEST_F(RelayWithoutDescriptorsTest, NoRelayIsMade) {
-    const NoDescriptors taken;
-    try {
-        const Kit::Relay second(Kit::RelayOptions{"/tmp/second.sock"});
-        FAIL() << "it was made";
-    } catch (Kit::InputError const& error) {
-        EXPECT_THAT(error.what(), testing::StartsWith("/tmp/second.sock: "));
-        EXPECT_THAT(error.what(), testing::EndsWith("Too many open files"));
     }
 }
 
