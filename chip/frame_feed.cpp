@@ -68,6 +68,7 @@ bool FrameFeed::take_next() {
         source_->rewind();
         return source_->next(frame_);
     } catch (Kit::InputError const& error) {
+        failed_ = true;
         report_(error.what());
         return false;
     }

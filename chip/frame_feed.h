@@ -49,6 +49,9 @@ public:
      * ended. */
     std::optional<Clock::time_point> next_due() const;
 
+    /** Whether the source has turned out to be damaged. */
+    bool failed() const { return failed_; }
+
 private:
     void start(Clock::time_point now);
     void measure();
@@ -65,6 +68,7 @@ private:
     RO::RadarObjects frame_;
     bool loaded_ = false;
     bool ended_ = false;
+    bool failed_ = false;
 
     bool started_ = false;
     Clock::time_point start_;

@@ -73,7 +73,9 @@ int run(Chip::Options const& options) {
     }
     // After the command is started: that one has its own idea of a broken pipe.
     std::signal(SIGPIPE, SIG_IGN);
-    return Chip::Simulator(device, feed, command ? &*command : nullptr).run();
+    const int status = Chip::Simulator(device, feed, command ? &*command : nullptr).run();
+    // A command that made the best of a damaged input must not make it look whole.
+    return status == 0 && feed.failed() ? kFailed : status;
 }
 
 }  // namespace

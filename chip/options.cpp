@@ -17,8 +17,8 @@ Examples:
 
 The machine's /dev stays as it is: the command runs in a mount namespace of its own.
 Exit status: the command's; 128 and the signal's number when a signal ended it; 126 or 127 when it
-could not be run; 1 for a problem with the input, 2 for usage, 69 where the machine has no FUSE or
-grants no namespaces.)";
+could not be run; 1 for a problem with the input, also when the command has ended well, 2 for usage,
+69 where the machine has no FUSE or grants no namespaces.)";
 
 constexpr int kHighestRate = 1000000;
 constexpr int kHighestFrameRate = 1000;

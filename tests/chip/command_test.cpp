@@ -21,6 +21,10 @@ using chip_test::Ended;
 using chip_test::Process;
 using chip_test::run;
 
+constexpr char kDamagedLog[] =
+    "frame_index,timestamp_us,rcs,r,rdot,theta,options,snr\n"
+    "0,1000,1,x,3,4,0,5\n";
+
 class CommandTest : public test_support::PrivatePathsTest {
 protected:
     void SetUp() override {
@@ -142,6 +146,21 @@ TEST_F(CommandTest, AnInputThatCannotBeReadStartsNoCommand) {
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.output, "");
     EXPECT_NE(ended.errors.find("/tmp/no-such-log.csv: "), std::string::npos);
+}
+
+TEST_F(CommandTest, AnInputThatIsDamagedFurtherOnShowsInTheStatus) {
+    test_support::write_file("/tmp/walk.csv", kDamagedLog);
+    // Measures, and waits for the end of the input.
+    const std::vector<std::string> steps = {"write:0x0010=1", "await:0x0020=0x0a"};
+    const std::vector<std::string> input = {"--input", "/tmp/walk.csv"};
+    const Ended ended = run(chip_with(chip_test::client(steps), input));
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.errors, "petrelradar-chip: /tmp/walk.csv:2:10: r is not a number: 'x'\n");
+}
+
+TEST_F(CommandTest, ADamagedInputLeavesTheStatusOfACommandThatFailed) {
+    test_support::write_file("/tmp/walk.csv", kDamagedLog);
+    EXPECT_EQ(run(chip_with({"sh", "-c", "exit 7"}, {"--input", "/tmp/walk.csv"})).status, 7);
 }
 
 TEST_F(CommandTest, AnUnknownOptionStartsNoCommand) {

@@ -202,6 +202,14 @@ TEST_F(FrameFeedTest, DamageIsReportedOnceAndEndsTheSource) {
     frames_at(100);
     EXPECT_EQ(problems_, std::vector<std::string>{"log.csv:4:1: not a number"});
     EXPECT_EQ(extract(kInputEnded, chip_.read(kStatus)), 1U);
+    EXPECT_TRUE(feed_->failed());
+}
+
+TEST_F(FrameFeedTest, ASourceThatHasEndedHasNotFailed) {
+    open({0, 10});
+    control(0);
+    frames_at(100);
+    EXPECT_FALSE(feed_->failed());
 }
 
 TEST_F(FrameFeedTest, EverySoManyFramesOneIsDisturbed) {
