@@ -9,6 +9,15 @@ function(petrelradar_target target)
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON)
+    # Installed, programs and libraries find ours wherever the tree is moved to. A program that does
+    # not use libpetrel-shared itself leaves finding it to the library that does.
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL EXECUTABLE)
+        file(RELATIVE_PATH from_programs ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN/${from_programs})
+    else()
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN)
+    endif()
     # Recordings may pass 2 GiB; _TIME_BITS stays alone, because timeval is part of the interface.
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
         target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)

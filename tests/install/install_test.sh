@@ -82,6 +82,14 @@ ProgramBuildsAndRunsWithPkgConfig() {
     run_examples "$work"
 }
 
+InstalledProgramsStart() {
+    [ -d "$prefix/bin" ] || exit 77
+    local program
+    for program in petrelradard petrelradar-chip petrelradar; do
+        "$prefix/bin/$program" --version | grep -q "^$program [0-9]" || fail "$program --version"
+    done
+}
+
 PackageLeaksNoFlagsOfOurs() {
     if grep -rE -- '-Wall|-Werror|-fvisibility|-fsanitize|_FILE_OFFSET_BITS|COMPILE_OPTIONS' "$libdir/cmake" \
         "$libdir/pkgconfig"; then
