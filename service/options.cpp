@@ -62,6 +62,16 @@ void add_options(CLI::App& app, Options& options, Texts& texts) {
     app.footer(kExamples);
 }
 
+/** An empty name is a variable that was not set, and would else stand for the default. */
+void check_names(CLI::App const& app) {
+    for (char const* const name : {"--input", "--settings", "--socket", "--status-socket"}) {
+        CLI::Option const* const option = app.get_option(name);
+        if (option->count() > 0 && option->as<std::string>().empty()) {
+            throw UsageError(std::string(name) + ": the name is empty");
+        }
+    }
+}
+
 void read_rates(Texts const& texts, CLI::App const& app, Options& options) {
     options.rate = texts.rate == "max" ? std::nullopt : positive_number(texts.rate);
     if (!options.rate && texts.rate != "max") {
@@ -108,6 +118,7 @@ std::optional<Options> parse_options(int argc, char const* const* argv, std::ost
     } catch (CLI::ParseError const& error) {
         throw UsageError(error.what());
     }
+    check_names(app);
     read_rates(texts, app, options);
     check_combination(app, options);
     return options;

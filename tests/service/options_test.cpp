@@ -86,6 +86,12 @@ TEST_F(OptionsTest, AnOptionWithoutItsValueIsNamed) {
     EXPECT_THAT(refusal({"--input"}), HasSubstr("--input"));
 }
 
+TEST_F(OptionsTest, AnEmptyNameIsNotTheDefault) {
+    for (char const* const option : {"--input", "--settings", "--socket", "--status-socket"}) {
+        EXPECT_EQ(refusal({option, ""}), std::string(option) + ": the name is empty");
+    }
+}
+
 TEST_F(OptionsTest, ARateForTheChipIsRefused) {
     EXPECT_THAT(refusal({"--rate", "2"}), HasSubstr("--rate"));
 }
