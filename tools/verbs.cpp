@@ -1,6 +1,7 @@
 #include "tools/verbs.h"
 
 #include "tools/cat.h"
+#include "tools/doctor.h"
 #include "tools/info.h"
 #include "tools/listen.h"
 #include "tools/regs.h"
@@ -11,7 +12,15 @@ namespace Tools {
 
 std::vector<Verb> all_verbs() {
     return {
-        cat_verb(), info_verb(), listen_verb(), regs_verb(), settings_verb(), status_verb(),
+        // clang-format off
+        cat_verb(),
+        doctor_verb(),
+        info_verb(),
+        listen_verb(),
+        regs_verb(),
+        settings_verb(),
+        status_verb(),
+        // clang-format on
     };
 }
 

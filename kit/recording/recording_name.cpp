@@ -71,6 +71,18 @@ bool can_be_surplus(std::string_view text) {
     return true;
 }
 
+std::tm time_in(RecordingName const& name) {
+    std::tm time = {};
+    time.tm_year = name.year - 1900;
+    time.tm_mon = name.month - 1;
+    time.tm_mday = name.day;
+    time.tm_hour = name.hour;
+    time.tm_min = name.minute;
+    time.tm_sec = name.second;
+    time.tm_isdst = -1;
+    return time;
+}
+
 }  // namespace
 
 std::optional<RecordingName> parse_recording_name(std::string_view file_name) {
@@ -123,15 +135,13 @@ std::string_view file_name_of(std::string_view path) {
 }
 
 std::int64_t begin_of(RecordingName const& name) {
-    std::tm local = {};
-    local.tm_year = name.year - 1900;
-    local.tm_mon = name.month - 1;
-    local.tm_mday = name.day;
-    local.tm_hour = name.hour;
-    local.tm_min = name.minute;
-    local.tm_sec = name.second;
-    local.tm_isdst = -1;
+    std::tm local = time_in(name);
     return std::mktime(&local);
+}
+
+std::int64_t begin_as_utc(RecordingName const& name) {
+    std::tm time = time_in(name);
+    return timegm(&time);
 }
 
 }  // namespace Kit

@@ -49,4 +49,7 @@ std::string_view file_name_of(std::string_view path);
  */
 std::int64_t begin_of(RecordingName const& name);
 
+/** The time in the name in s since 1970 UTC, if the recorder's time zone is UTC. */
+std::int64_t begin_as_utc(RecordingName const& name);
+
 }  // namespace Kit
