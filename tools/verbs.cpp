@@ -4,6 +4,7 @@
 #include "tools/doctor.h"
 #include "tools/info.h"
 #include "tools/listen.h"
+#include "tools/recover.h"
 #include "tools/regs.h"
 #include "tools/settings.h"
 #include "tools/status.h"
@@ -17,6 +18,7 @@ std::vector<Verb> all_verbs() {
         doctor_verb(),
         info_verb(),
         listen_verb(),
+        recover_verb(),
         regs_verb(),
         settings_verb(),
         status_verb(),
