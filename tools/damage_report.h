@@ -46,6 +46,9 @@ public:
     /** Tells the sum, and that Ctrl-C ended the work early. kDamaged when anything is amiss. */
     ExitStatus finish(FrameInput const& input);
 
+    /** The same where it is for the person to end the work. */
+    ExitStatus finish();
+
 private:
     void note(FrameInput const& input);
     void use(std::string const& file, Kit::Finding const& finding);

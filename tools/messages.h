@@ -21,8 +21,14 @@ public:
     /** Something is wrong, and the work ends. */
     void error(std::string const& text) const;
 
-    /** Writes `text` as it is. */
+    /** Writes `text`, whole lines, as it is. From any thread. */
     static void print(std::string const& text);
+
+    /**
+     * Shows a line that stays below the messages, in place of the one before; empty removes it. For
+     * a terminal that can draw. From any thread.
+     */
+    static void show_line(std::string const& line);
 
 private:
     void say(std::string const& colour, std::string const& text) const;

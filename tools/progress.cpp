@@ -23,7 +23,7 @@ std::string megabytes(double bytes) {
 }  // namespace
 
 ProgressBar::ProgressBar(Use use)
-    : enabled(takes_pictures(STDERR_FILENO) &&
+    : enabled(use != Use::kNever && takes_pictures(STDERR_FILENO) &&
               (use == Use::kWherePossible || isatty(STDOUT_FILENO) == 0)) {}
 
 ProgressBar::~ProgressBar() {

@@ -16,7 +16,9 @@ public:
     enum class Use {
         kWherePossible,
         /** Not when standard output is a terminal, too: data would be printed into the bar. */
-        kNotBesideData
+        kNotBesideData,
+        /** Not at all: the work takes as long as the person wants. */
+        kNever
     };
 
     explicit ProgressBar(Use use);

@@ -4,6 +4,7 @@
 #include "tools/doctor.h"
 #include "tools/info.h"
 #include "tools/listen.h"
+#include "tools/play.h"
 #include "tools/recover.h"
 #include "tools/regs.h"
 #include "tools/settings.h"
@@ -18,6 +19,7 @@ std::vector<Verb> all_verbs() {
         doctor_verb(),
         info_verb(),
         listen_verb(),
+        play_verb(),
         recover_verb(),
         regs_verb(),
         settings_verb(),

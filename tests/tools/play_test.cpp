@@ -1,0 +1,429 @@
+// The verb play.
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <filesystem>
+#include <memory>
+#include <thread>
+
+#include "kit/recording/recording_bytes.h"
+#include "kit/stream/frames.h"
+#include "kit/stream/stream_client.h"
+#include "program.h"
+#include "support/private_paths.h"
+
+namespace {
+
+using Kit::StreamClient;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+using tools_test::Outcome;
+using tools_test::Program;
+using tools_test::run;
+
+constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
+constexpr char kSocket[] = "/tmp/play.sock";
+constexpr uint64_t kBegin = 1747301407000000;
+
+/** A recording of frames that are `step_us` apart, with as many targets as their number says. */
+std::string recording(int frames, uint64_t step_us, int targets = 1) {
+    std::string bytes = test_support::header(static_cast<uint32_t>(frames));
+    for (int i = 0; i < frames; ++i) {
+        bytes += test_support::record(
+            test_support::frame(kBegin + static_cast<uint64_t>(i) * step_us, targets));
+    }
+    return bytes;
+}
+
+class PlayTest : public test_support::PrivatePathsTest {
+protected:
+    static std::vector<std::string> with_defaults(std::vector<std::string> const& options) {
+        std::vector<std::string> arguments = {"play", kRecording, "--socket", kSocket};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return arguments;
+    }
+
+    std::unique_ptr<Program> start(std::vector<std::string> const& options,
+                                   tools_test::Surroundings const& surroundings = {}) const {
+        return std::make_unique<Program>(with_defaults(options), surroundings);
+    }
+
+    /** Connects as soon as the program serves. */
+    static std::unique_ptr<StreamClient> connect() {
+        std::unique_ptr<StreamClient> client;
+        EXPECT_TRUE(stream_test::eventually([&] {
+            try {
+                client = std::make_unique<StreamClient>(kSocket);
+            } catch (std::exception const&) {
+                return false;
+            }
+            return true;
+        }));
+        return client;
+    }
+
+    /** The next frame's time after the recording's begin, in us; none at the end of the stream. */
+    static std::vector<uint64_t> next(StreamClient& client, std::size_t count = 1) {
+        std::vector<uint64_t> times;
+        Kit::StreamFrame frame;
+        while (times.size() < count &&
+               client.next(frame, std::chrono::seconds(30)) == StreamClient::Result::kFrame) {
+            times.push_back(frame.objects.timestamp() - kBegin);
+        }
+        return times;
+    }
+
+    /** Plays to the end for one client and gives the times of its frames. */
+    static std::vector<uint64_t> played(std::vector<std::string> options) {
+        options.insert(options.end(), {"--rate", "max", "--wait"});
+        Program program(with_defaults(options));
+        const auto client = connect();
+        auto times = next(*client, 100000);
+        EXPECT_EQ(program.finish().status, 0);
+        return times;
+    }
+};
+
+TEST_F(PlayTest, AClientGetsThePayloadsByteForByte) {
+    // Not as this project encodes frames: an unknown field, and the timestamp in front.
+    const std::string odd = "\x10\x05\x08\x82\xe2\xed\x0d\x78\x07";
+    test_support::write_file(kRecording, test_support::header(2) +
+                                             test_support::record(test_support::frame(1, 2)) +
+                                             test_support::record("\x08\x82\xe2\xed\x0d" + odd));
+    const auto program = start({"--rate", "max", "--wait"});
+    const auto client = connect();
+    Kit::StreamFrame frame;
+    ASSERT_EQ(client->next(frame, std::chrono::seconds(30)), StreamClient::Result::kFrame);
+    EXPECT_EQ(frame.payload, test_support::frame(1, 2));
+    ASSERT_EQ(client->next(frame, std::chrono::seconds(30)), StreamClient::Result::kFrame);
+    EXPECT_EQ(frame.payload, "\x08\x82\xe2\xed\x0d" + odd);
+    EXPECT_EQ(client->next(frame, std::chrono::seconds(30)), StreamClient::Result::kEnd);
+    EXPECT_EQ(program->finish().status, 0);
+}
+
+TEST_F(PlayTest, TheEndOfTheRecordingIsTheEndOfTheProgramAndItsSocket) {
+    test_support::write_file(kRecording, recording(3, 1000));
+    const Outcome outcome = run(with_defaults({}));
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(test_support::list_directory("/tmp"),
+                ElementsAre(testing::EndsWith("093007_042.data")));
+}
+
+TEST_F(PlayTest, WithoutAClientItPlaysOn) {
+    test_support::write_file(kRecording, recording(4, 100000));
+    const auto program = start({"--rate", "2"});
+    const auto client = connect();
+    const auto times = next(*client, 100);
+    EXPECT_THAT(times, testing::Not(IsEmpty()));
+    EXPECT_EQ(times.back(), 300000U);
+}
+
+TEST_F(PlayTest, FramesComeNotFasterThanTheyWereRecorded) {
+    test_support::write_file(kRecording, recording(3, 30000));
+    const auto program = start({"--wait"});
+    const auto client = connect();
+    next(*client);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(next(*client, 2), ElementsAre(30000, 60000));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(50));
+}
+
+TEST_F(PlayTest, AFastReaderGetsEveryFrameAsFastAsPossible) {
+    test_support::write_file(kRecording, recording(5000, 33333, 20));
+    EXPECT_EQ(played({}).size(), 5000U);
+}
+
+TEST_F(PlayTest, AsFastAsPossibleASlowReaderIsWaitedFor) {
+    test_support::write_file(kRecording, recording(2000, 33333, 60));
+    const auto program = start({"--rate", "max", "--wait"});
+    const auto client = connect();
+    next(*client, 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(40));
+    EXPECT_EQ(next(*client, 5000).size(), 1999U);
+    EXPECT_EQ(program->finish().status, 0);
+}
+
+TEST_F(PlayTest, ALoopBeginsAgainAtTheEnd) {
+    test_support::write_file(kRecording, recording(2, 1000));
+    const auto program = start({"--loop", "--wait"});
+    const auto client = connect();
+    EXPECT_THAT(next(*client, 5), ElementsAre(0, 1000, 0, 1000, 0));
+}
+
+TEST_F(PlayTest, ALoopWithoutFramesEnds) {
+    test_support::write_file(kRecording, test_support::header(0));
+    EXPECT_EQ(run(with_defaults({"--loop"})).status, 0);
+}
+
+TEST_F(PlayTest, OnlyTheSelectedPartIsPlayed) {
+    test_support::write_file(kRecording, recording(10, 100000));
+    EXPECT_THAT(played({"--start", "+250ms", "--end", "-200ms"}),
+                ElementsAre(300000, 400000, 500000, 600000));
+}
+
+TEST_F(PlayTest, ALoopRepeatsTheSelectedPart) {
+    test_support::write_file(kRecording, recording(10, 1000));
+    const auto program = start({"--loop", "--wait", "--frames", "4-5"});
+    const auto client = connect();
+    EXPECT_THAT(next(*client, 4), ElementsAre(4000, 5000, 4000, 5000));
+}
+
+TEST_F(PlayTest, ADirectoryIsOneRecording) {
+    std::filesystem::create_directory("/tmp/a");
+    test_support::write_file("/tmp/a/radar_150525_093007_042.data", recording(2, 1000));
+    test_support::write_file("/tmp/a/radar_150525_093007_999", recording(1, 1000));
+    Program program({"play", "/tmp/a", "--socket", kSocket, "--rate", "max", "--wait"});
+    const auto client = connect();
+    EXPECT_THAT(next(*client, 10), ElementsAre(0, 1000, 0));
+}
+
+TEST_F(PlayTest, DamageIsToldOnceAndPlayedOver) {
+    std::string bytes = recording(3, 1000);
+    bytes.insert(bytes.size() - recording(1, 0).size() + 40, "damage");  // before the last record
+    test_support::write_file(kRecording, bytes);
+    const auto program = start({"--loop", "--rate", "max", "--wait"});
+    const auto client = connect();
+    EXPECT_THAT(next(*client, 6), ElementsAre(0, 1000, 2000, 0, 1000, 2000));
+    program->send_signal(SIGTERM);
+    const Outcome outcome = program->finish();
+    EXPECT_EQ(outcome.status, 3);
+    const std::size_t told = outcome.err.find("offset ");
+    ASSERT_NE(told, std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err.find("offset ", told + 1), std::string::npos) << outcome.err;
+}
+
+class PlaySignalTest : public PlayTest, public testing::WithParamInterface<int> {};
+
+TEST_P(PlaySignalTest, ARequestToEndEndsItWellAndRemovesTheSocket) {
+    test_support::write_file(kRecording, recording(2, 1000));
+    const auto program = start({"--loop", "--wait"});
+    const auto client = connect();
+    next(*client);
+    program->send_signal(GetParam());
+    next(*client, 100000);  // to the end of the stream
+    const Outcome outcome = program->finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_FALSE(std::filesystem::exists(kSocket));
+}
+
+INSTANTIATE_TEST_SUITE_P(, PlaySignalTest, testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         [](auto const& tested) {
+                             return std::string("Signal") + std::to_string(tested.param);
+                         });
+
+TEST_F(PlayTest, ASecondOneOnTheSameSocketIsRefused) {
+    test_support::write_file(kRecording, recording(2, 1000));
+    const auto program = start({"--loop"});
+    connect();
+    const Outcome second = run(with_defaults({}));
+    EXPECT_EQ(second.status, 1);
+    EXPECT_EQ(second.err,
+              "petrelradar play: /tmp/play.sock: already in use by a running service\n");
+}
+
+TEST_F(PlayTest, WhatIsNoSocketIsLeftAlone) {
+    test_support::write_file(kRecording, recording(2, 1000));
+    const Outcome outcome = run({"play", kRecording, "--socket", kRecording});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(test_support::read_file(kRecording), recording(2, 1000));
+}
+
+TEST_F(PlayTest, AClientThatTakesNothingIsDisconnectedAndReported) {
+    test_support::write_file(kRecording, recording(5000, 100, 60));
+    const auto program = start({"--wait", "--rate", "max"});
+    const auto client = connect();
+    const Outcome outcome = program->finish();
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.err, HasSubstr("client 1 took no frame for 2000 ms and was dropped"));
+    EXPECT_THAT(outcome.err, HasSubstr(", 1 client disconnected that took none\n"));
+}
+
+TEST_F(PlayTest, ASlowClientMissesWholeFramesAndThatIsReported) {
+    test_support::write_file(kRecording, recording(3000, 100, 60));
+    const auto program = start({"--wait"});
+    const auto client = connect();
+    // The socket goes first at the end; then there is a second left for what is queued.
+    ASSERT_TRUE(stream_test::eventually([] { return !std::filesystem::exists(kSocket); }));
+    const std::size_t size = next(*client, 10000).size();
+    EXPECT_LT(size, 3000U);
+    const Outcome outcome = program->finish();
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.err, HasSubstr(std::to_string(3000 - size) + " frames not delivered"));
+}
+
+TEST_F(PlayTest, PausedNothingIsSentUntilTheSignal) {
+    test_support::write_file(kRecording, recording(3, 1000));
+    const auto program = start({"--paused"});
+    const auto client = connect();
+    Kit::StreamFrame frame;
+    EXPECT_EQ(client->next(frame, std::chrono::milliseconds(40)), StreamClient::Result::kTimeout);
+    program->send_signal(SIGUSR1);
+    EXPECT_THAT(next(*client, 10), ElementsAre(0, 1000, 2000));
+}
+
+TEST_F(PlayTest, StandardInputIsPlayed) {
+    test_support::write_file(kRecording, recording(3, 1000));
+    const std::string command = std::string(PETRELRADAR_PROGRAM) + " play - --socket " + kSocket +
+                                " --wait --rate max < " + kRecording;
+    std::thread program([&] { EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0); });
+    const auto client = connect();
+    EXPECT_THAT(next(*client, 10), ElementsAre(0, 1000, 2000));
+    program.join();
+}
+
+TEST_F(PlayTest, ALiveStreamIsPassedOn) {
+    test_support::write_file(kRecording, recording(3, 1000));
+    const auto first = start({"--wait", "--rate", "max"});
+    ASSERT_TRUE(stream_test::eventually([] { return std::filesystem::exists(kSocket); }));
+    Program second(
+        {"play", std::string("unix:") + kSocket, "--socket", "/tmp/second.sock", "--paused"});
+    std::unique_ptr<StreamClient> client;
+    ASSERT_TRUE(stream_test::eventually([&] {
+        try {
+            client = std::make_unique<StreamClient>("/tmp/second.sock");
+        } catch (std::exception const&) {
+            return false;
+        }
+        return true;
+    }));
+    second.send_signal(SIGUSR1);
+    EXPECT_THAT(next(*client, 10), ElementsAre(0, 1000, 2000));
+    EXPECT_EQ(second.finish().status, 0);
+}
+
+struct UsageCase {
+    char const* name;
+    std::vector<std::string> arguments;
+    char const* err_begins;
+};
+
+std::ostream& operator<<(std::ostream& os, UsageCase const& tested) {
+    return os << tested.name;
+}
+
+class PlayUsageTest : public PlayTest, public testing::WithParamInterface<UsageCase> {};
+
+TEST_P(PlayUsageTest, IsRefused) {
+    const Outcome outcome = run(GetParam().arguments);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err, StartsWith(GetParam().err_begins));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , PlayUsageTest,
+    testing::Values(
+        UsageCase{"NoSocket", {"play", "x.data"}, "petrelradar play: --socket is required"},
+        UsageCase{"RateZero",
+                  {"play", "x.data", "--socket", "/tmp/s", "--rate", "0"},
+                  "petrelradar play: --rate: '0' is neither a number above 0 nor max\n"},
+        UsageCase{"RateOfLetters",
+                  {"play", "x.data", "--socket", "/tmp/s", "--rate", "fast"},
+                  "petrelradar play: --rate: 'fast' is neither a number above 0 nor max\n"},
+        UsageCase{"LoopOfStandardInput",
+                  {"play", "-", "--socket", "/tmp/s", "--loop"},
+                  "petrelradar play: --loop needs a file or a directory, not -\n"}),
+    [](auto const& tested) { return tested.param.name; });
+
+TEST_F(PlayTest, AMissingFileIsAFailure) {
+    const Outcome outcome = run(with_defaults({}));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              std::string("petrelradar play: ") + kRecording + ": No such file or directory\n");
+}
+
+/** With a person at a terminal. */
+class PlayKeysTest : public PlayTest {
+protected:
+    void SetUp() override {
+        PlayTest::SetUp();
+        if (IsSkipped()) return;
+        test_support::write_file(kRecording, recording(4000, 50000));
+        program = start({"--paused"}, {{}, 120, 24, true});
+        client = connect();
+        EXPECT_TRUE(program->prints("1 client "));
+    }
+
+    std::unique_ptr<Program> program;
+    std::unique_ptr<StreamClient> client;
+};
+
+TEST_F(PlayKeysTest, TheStatusLineTellsStateRateAndClients) {
+    EXPECT_THAT(program->out(), HasSubstr("paused  x1  0:00.0"));
+}
+
+TEST_F(PlayKeysTest, SpaceGoesOn) {
+    program->type(" ");
+    EXPECT_THAT(next(*client, 2), ElementsAre(0, 50000));
+    EXPECT_TRUE(program->prints("playing x1"));
+}
+
+TEST_F(PlayKeysTest, APointSendsOneFrame) {
+    program->type("..");
+    EXPECT_THAT(next(*client, 2), ElementsAre(0, 50000));
+    Kit::StreamFrame frame;
+    EXPECT_EQ(client->next(frame, std::chrono::milliseconds(40)), StreamClient::Result::kTimeout);
+}
+
+TEST_F(PlayKeysTest, ACommaSendsTheFrameBefore) {
+    program->type("...,");
+    EXPECT_THAT(next(*client, 4), ElementsAre(0, 50000, 100000, 50000));
+}
+
+TEST_F(PlayKeysTest, ArrowsGoToAnotherTime) {
+    program->type("\x1b[C.");
+    EXPECT_THAT(next(*client), ElementsAre(10000000));
+    program->type("\x1b[A.");
+    EXPECT_THAT(next(*client), ElementsAre(70000000));
+    program->type("\x1b[D.");
+    EXPECT_THAT(next(*client), ElementsAre(60000000));
+    program->type("\x1b[B.");
+    EXPECT_THAT(next(*client), ElementsAre(0));
+}
+
+TEST_F(PlayKeysTest, HomeGoesToTheFirstFrame) {
+    program->type("...\x1b[H.");
+    EXPECT_THAT(next(*client, 4), ElementsAre(0, 50000, 100000, 0));
+}
+
+TEST_F(PlayKeysTest, BehindTheLastFrameItEnds) {
+    program->type("\x1b[A\x1b[A\x1b[A\x1b[A");
+    EXPECT_EQ(program->finish().status, 0);
+}
+
+TEST_F(PlayKeysTest, TheRateIsChanged) {
+    program->type("++");
+    EXPECT_TRUE(program->prints("x4 "));
+    program->type("---");
+    EXPECT_TRUE(program->prints("x0.5 "));
+    program->type("m");
+    EXPECT_TRUE(program->prints("max "));
+    program->type("1");
+    program->forget_output();
+    EXPECT_TRUE(program->prints("x1 "));
+}
+
+TEST_F(PlayKeysTest, QEndsItAndTheLineGoes) {
+    program->type(".q");
+    const Outcome outcome = program->finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out,
+                testing::EndsWith("\r\x1b[Kpetrelradar play: 1 frame to 1 client\r\n"));
+}
+
+TEST_F(PlayKeysTest, CtrlZGivesTheTerminalBackUntilItGoesOn) {
+    program->type("\x1a");
+    program->wait_until_stopped();
+    program->forget_output();
+    program->send_signal(SIGCONT);
+    EXPECT_TRUE(program->prints("paused  x1"));
+    program->type(".");
+    EXPECT_THAT(next(*client), ElementsAre(0));
+}
+
+}  // namespace
