@@ -45,21 +45,24 @@ std::string exact_text(float value) {
     return std::string(text.data(), write_float(text.data(), value));
 }
 
-FramePrinter::FramePrinter(FrameFormat format_, Output& out_,
+FramePrinter::FramePrinter(FrameFormat format_, Output& out, std::vector<FrameField> const& fields_)
+    : FramePrinter(
+          format_, [&out](std::string_view piece) { out.write(piece); }, fields_) {}
+
+FramePrinter::FramePrinter(FrameFormat format_, TextBuffer::Write write_,
                            std::vector<FrameField> const& fields_)
     : format(format_),
       fields(fields_),
-      out(out_),
+      write(std::move(write_)),
       form(make_form(format, fields)),
-      text([this](std::string_view piece) { out.write(piece); }) {}
+      text(write) {}
 
 void FramePrinter::use_threads() {
     const unsigned threads = std::min(std::thread::hardware_concurrency(), kMostThreads);
     // Debug texts depend on the frame before.
     if (threads < 2 || format == FrameFormat::kText) return;
     workers = std::make_unique<FormWorkers>(
-        threads, [this] { return make_form(format, fields); },
-        [this](std::string_view piece) { out.write(piece); });
+        threads, [this] { return make_form(format, fields); }, write);
     if (!workers->has_threads()) workers.reset();
 }
 

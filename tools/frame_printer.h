@@ -40,6 +40,9 @@ public:
      * @throws UsageError when the format does not have one of the fields.
      */
     FramePrinter(FrameFormat format, Output& out, std::vector<FrameField> const& fields = {});
+    /** The same, into whatever takes the text. */
+    FramePrinter(FrameFormat format, TextBuffer::Write write,
+                 std::vector<FrameField> const& fields = {});
 
     /** From now on has the work done by several threads, where the machine and the format allow. */
     void use_threads();
@@ -59,7 +62,7 @@ public:
 private:
     FrameFormat format;
     std::vector<FrameField> fields;
-    Output& out;
+    TextBuffer::Write write;
     std::unique_ptr<FrameForm> form;
     TextBuffer text;
     std::unique_ptr<FormWorkers> workers;

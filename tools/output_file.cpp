@@ -64,6 +64,12 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::write(std::string_view bytes) {
+    if (bytes.size() >= kPieceSize) {
+        flush();
+        put(written, bytes);
+        written += bytes.size();
+        return;
+    }
     collected += bytes;
     if (collected.size() >= kPieceSize) flush();
 }

@@ -2,6 +2,7 @@
 
 #include "tools/cat.h"
 #include "tools/doctor.h"
+#include "tools/export.h"
 #include "tools/info.h"
 #include "tools/listen.h"
 #include "tools/play.h"
@@ -17,6 +18,7 @@ std::vector<Verb> all_verbs() {
         // clang-format off
         cat_verb(),
         doctor_verb(),
+        export_verb(),
         info_verb(),
         listen_verb(),
         play_verb(),

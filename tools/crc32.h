@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace Tools {
+
+/** The checksum CRC-32 of IEEE 802.3 and zlib, of bytes that come in pieces. */
+class Crc32 {
+public:
+    void add(std::string_view bytes);
+
+    /** Of all bytes so far. */
+    std::uint32_t value() const { return ~state; }
+
+private:
+    std::uint32_t state = 0xFFFFFFFF;
+};
+
+}  // namespace Tools
