@@ -141,7 +141,8 @@ void Scene::move(Body& body) {
 void Scene::see_body(Body const& body, RO::RadarObjects& frame) {
     const double speed = distance(body.x_speed, body.y_speed);
     for (int i = 0; i < body.kind->points; ++i) {
-        const double along = (i - (body.kind->points - 1) / 2) * body.kind->point_distance / speed;
+        const double along =
+            (i - (body.kind->points - 1) / 2.0) * body.kind->point_distance / speed;
         const double x = body.x + along * body.x_speed;
         const double y = body.y + along * body.y_speed;
         if (!in_view(x, y, kFarthest)) continue;
