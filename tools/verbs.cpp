@@ -1,6 +1,7 @@
 #include "tools/verbs.h"
 
 #include "tools/cat.h"
+#include "tools/cut.h"
 #include "tools/doctor.h"
 #include "tools/export.h"
 #include "tools/info.h"
@@ -17,6 +18,7 @@ std::vector<Verb> all_verbs() {
     return {
         // clang-format off
         cat_verb(),
+        cut_verb(),
         doctor_verb(),
         export_verb(),
         info_verb(),
