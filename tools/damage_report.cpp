@@ -34,7 +34,11 @@ bool DamageReport::next_frame(FrameInput& input) {
 bool DamageReport::next(FrameInput& input) {
     const bool goes_on = input.next();
     if (goes_on) {
-        bar.update(input.bytes_done(), input.bytes_total());
+        if (update) {
+            update(bar);
+        } else {
+            bar.update(input.bytes_done(), input.bytes_total());
+        }
         note(input);
     } else {
         check_content(input);

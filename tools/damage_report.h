@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "kit/recording/finding.h"
 #include "tools/exit_status.h"
@@ -37,6 +39,10 @@ public:
     /** For verbs that look at all items: goes on to the next one, and takes note of it. */
     bool next(FrameInput& input);
 
+    /** For one of several inputs: from now on the bar shows the progress that `update_` gives it.
+     */
+    void show_progress(std::function<void(ProgressBar&)> update_) { update = std::move(update_); }
+
     /** Takes note of a loss that the input knows nothing of. `what` is part of a line. */
     void add_loss(std::string const& what);
 
@@ -57,6 +63,7 @@ private:
 
     Messages const& messages;
     ProgressBar& bar;
+    std::function<void(ProgressBar&)> update;
     std::string pending;  // a message that the number of skipped bytes may complete
     std::string first;    // the first message about damage
     bool has_content = false;

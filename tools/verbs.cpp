@@ -6,6 +6,7 @@
 #include "tools/export.h"
 #include "tools/info.h"
 #include "tools/listen.h"
+#include "tools/merge.h"
 #include "tools/play.h"
 #include "tools/recover.h"
 #include "tools/regs.h"
@@ -23,6 +24,7 @@ std::vector<Verb> all_verbs() {
         export_verb(),
         info_verb(),
         listen_verb(),
+        merge_verb(),
         play_verb(),
         recover_verb(),
         regs_verb(),
