@@ -8,6 +8,7 @@
 #include "tools/listen.h"
 #include "tools/merge.h"
 #include "tools/play.h"
+#include "tools/plot.h"
 #include "tools/recover.h"
 #include "tools/regs.h"
 #include "tools/settings.h"
@@ -26,6 +27,7 @@ std::vector<Verb> all_verbs() {
         listen_verb(),
         merge_verb(),
         play_verb(),
+        plot_verb(),
         recover_verb(),
         regs_verb(),
         settings_verb(),
