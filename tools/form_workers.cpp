@@ -64,7 +64,7 @@ void FormWorkers::submit() {
     in_order.push_back(collecting);
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        waiting.push_back(std::exchange(collecting, std::make_shared<Job>()));
+        waiting.push_back(std::exchange(collecting, make_job()));
     }
     changed.notify_all();
     while (in_order.size() > 2 * threads_running.size()) write_oldest();
@@ -79,11 +79,25 @@ void FormWorkers::write_oldest() {
     in_order.pop_front();
     if (job->problem) std::rethrow_exception(job->problem);
     write(job->text);
+    spare.push_back(job);
+}
+
+std::shared_ptr<FormWorkers::Job> FormWorkers::make_job() {
+    if (spare.empty()) return std::make_shared<Job>();
+    std::shared_ptr<Job> job = std::move(spare.back());
+    spare.pop_back();
+    job->frames.clear();
+    job->payloads.clear();
+    job->text.clear();
+    job->done = false;
+    return job;
 }
 
 void FormWorkers::work(FrameForm& form) {
-    while (const std::shared_ptr<Job> job = take_job()) {
-        bring_into_form(form, *job);
+    std::shared_ptr<Job> job;
+    TextBuffer text([&job](std::string_view piece) { job->text += piece; });
+    while ((job = take_job())) {
+        bring_into_form(form, *job, text);
         {
             const std::lock_guard<std::mutex> lock(mutex);
             job->done = true;
@@ -101,9 +115,8 @@ std::shared_ptr<FormWorkers::Job> FormWorkers::take_job() {
     return job;
 }
 
-void FormWorkers::bring_into_form(FrameForm& form, Job& job) {
+void FormWorkers::bring_into_form(FrameForm& form, Job& job, TextBuffer& text) {
     try {
-        TextBuffer text([&job](std::string_view piece) { job.text += piece; });
         std::string_view rest = job.payloads;
         for (InputFrame& frame : job.frames) {
             frame.payload = rest.substr(0, frame.payload.size());

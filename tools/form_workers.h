@@ -62,11 +62,14 @@ private:
 
     void submit();
     void write_oldest();
+    std::shared_ptr<Job> make_job();
     void work(FrameForm& form);
     std::shared_ptr<Job> take_job();
-    static void bring_into_form(FrameForm& form, Job& job);
+    static void bring_into_form(FrameForm& form, Job& job, TextBuffer& text);
 
     Write write;
+    /** Jobs that were written: their memory is used again, for new pages cost time. */
+    std::vector<std::shared_ptr<Job>> spare;
     std::shared_ptr<Job> collecting;
     std::deque<std::shared_ptr<Job>> in_order;  // submitted and not yet written
     std::vector<std::unique_ptr<FrameForm>> forms;

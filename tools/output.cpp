@@ -26,12 +26,21 @@ void wait_until_writable(int fd) {
 Output::Output(int fd) : descriptor(fd) {}
 
 void Output::write(std::string_view data) {
+    if (data.size() >= kPieceSize) {
+        flush();
+        put(data);
+        return;
+    }
     collected += data;
     if (collected.size() >= kPieceSize) flush();
 }
 
 void Output::flush() {
-    std::string_view left = collected;
+    put(collected);
+    collected.clear();
+}
+
+void Output::put(std::string_view left) const {
     while (!left.empty()) {
         const ssize_t written = ::write(descriptor, left.data(), left.size());
         if (written >= 0) {
@@ -44,7 +53,6 @@ void Output::flush() {
             throw Kit::InputError(std::string("standard output: ") + std::strerror(errno));
         }
     }
-    collected.clear();
 }
 
 bool Output::is_terminal() const noexcept {

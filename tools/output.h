@@ -31,6 +31,8 @@ public:
     void check_reader() const;
 
 private:
+    void put(std::string_view left) const;
+
     int descriptor;
     std::string collected;
 };
