@@ -9,7 +9,6 @@
 #include "../kit/recording/recording_bytes.h"
 #include "inside.h"
 #include "support/private_paths.h"
-#include "tools/finding_code.h"
 
 namespace {
 
@@ -280,16 +279,6 @@ TEST_F(DoctorTest, TheInputIsNotChanged) {
     write_file(kName, bytes);
     run_inside({"doctor", kName});
     EXPECT_EQ(test_support::read_file(kName), bytes);
-}
-
-TEST_F(DoctorTest, ThePageListsEveryCodeWithItsSeverityAndAdvice) {
-    const std::string page = test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/doctor.md");
-    for (Tools::FindingCode const& code : Tools::finding_codes()) {
-        const std::string row =
-            "| `" + std::string(code.name) + "` | " + Tools::name_of(code.severity) + " | ";
-        EXPECT_THAT(page, HasSubstr(row));
-        EXPECT_THAT(page, HasSubstr(" | " + std::string(code.advice) + " |"));
-    }
 }
 
 }  // namespace
