@@ -2,6 +2,7 @@
 
 #include "tools/cat.h"
 #include "tools/cut.h"
+#include "tools/diff.h"
 #include "tools/doctor.h"
 #include "tools/export.h"
 #include "tools/info.h"
@@ -21,6 +22,7 @@ std::vector<Verb> all_verbs() {
         // clang-format off
         cat_verb(),
         cut_verb(),
+        diff_verb(),
         doctor_verb(),
         export_verb(),
         info_verb(),
