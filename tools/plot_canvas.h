@@ -91,8 +91,8 @@ public:
 
 private:
     struct Destroy {
-        void operator()(cairo_t* context) const { cairo_destroy(context); }
-        void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+        void operator()(cairo_t* drawing) const { cairo_destroy(drawing); }
+        void operator()(cairo_surface_t* target) const { cairo_surface_destroy(target); }
     };
 
     using Surface = std::unique_ptr<cairo_surface_t, Destroy>;
