@@ -86,7 +86,7 @@ void RecordingAssembly::add(FrameInput const& input,
         throw Kit::InputError(input.file().path + ": offset " + std::to_string(frame.offset) +
                               ": a record with tag " + tag_text(frame_tag) +
                               ", and those before have " + tag_text(tag) +
-                              ": a recording has one recorder's");
+                              ": a recording has one recorder's; recover parts them");
     }
     if (header) compare(input.file().path, *header, report);
     recording->add(tag, frame.payload);

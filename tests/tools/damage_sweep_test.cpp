@@ -126,6 +126,7 @@ INSTANTIATE_TEST_SUITE_P(
     Verbs, BitFlipTest,
     testing::Values(Sweep{"Doctor", {"doctor", kPath}, 0}, Sweep{"Info", {"info", kPath}, 0},
                     Sweep{"Cat", {"cat", kPath}, 0},
+                    Sweep{"Export", {"export", kPath, "-o", "/tmp/saved.csv", "--force"}, 0},
                     Sweep{"Recover", {"recover", kPath, "-o", "/tmp/saved", "--force"}, 3}),
     [](auto const& test) { return test.param.name; });
 

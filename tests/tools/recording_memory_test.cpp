@@ -103,7 +103,11 @@ INSTANTIATE_TEST_SUITE_P(Verbs, RecordingMemoryTest,
                          testing::Values(Verb{"Info", {"info", kPath}},
                                          Verb{"Doctor", {"doctor", kPath}},
                                          Verb{"Recover", {"recover", kPath, "-o", "/tmp/saved"}},
-                                         Verb{"Cat", {"cat", "--format", "csv", kPath}}),
+                                         Verb{"Cat", {"cat", "--format", "csv", kPath}},
+                                         Verb{"Export", {"export", kPath, "-o", "/tmp/o.mcap"}},
+                                         Verb{"Cut", {"cut", kPath, "-o", "/tmp/o"}},
+                                         Verb{"Merge", {"merge", kPath, kPath, "-o", "/tmp/o"}},
+                                         Verb{"Diff", {"diff", kPath, kPath}}),
                          [](auto const& test) { return test.param.name; });
 
 }  // namespace
