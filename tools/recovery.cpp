@@ -69,6 +69,7 @@ void Recovery::add(FrameInput const& input) {
             end_part();
             file = input.file();
             is_first_part = true;
+            is_raw = false;
             break;
         case FrameInput::Item::kHeader:
             end_part();
@@ -79,7 +80,10 @@ void Recovery::add(FrameInput const& input) {
             add_frame(input.frame());
             break;
         case FrameInput::Item::kFinding:
-        case FrameInput::Item::kNote:
+            if (input.finding().kind == Kit::FindingKind::kRawData) is_raw = true;
+            break;
+        case FrameInput::Item::kNote:  // also that one of a directory's files is passed over
+            if (file.raw) is_raw = true;
             break;
     }
 }
@@ -174,7 +178,11 @@ void Recovery::end_part() {
     held.reset();
     is_begun = false;
     is_first_part = false;
-    complete(main);
+    if (is_raw && main.output->records() == 0) {
+        main.output.reset();  // raw data: its header alone is no recording of frames
+    } else {
+        complete(main);
+    }
     if (suspect.output) complete(suspect);
 }
 

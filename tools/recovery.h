@@ -90,6 +90,7 @@ private:
     Kit::RecordingFile file;
     bool is_first_part = false;  // of the file, whose name it gets
     bool is_begun = false;
+    bool is_raw = false;  // no record is right behind the header: raw data, unless one follows
     Kit::RecordingHeader header;
     SavedRecording::Header header_origin = SavedRecording::Header::kKept;
     Part main;

@@ -111,6 +111,27 @@ TEST_F(RecoverTest, WithNothingToSaveNothingIsWritten) {
                                ": cut off inside the header: 39 of 40 bytes\n");
 }
 
+TEST_F(RecoverTest, OfRawDataNothingIsSaved) {
+    EXPECT_EQ(saved(header(2) + "what the chip sent"), "nothing");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("nothing can be saved: "));
+}
+
+TEST_F(RecoverTest, RawDataInADirectoryIsPassedOver) {
+    mkdir("/tmp/card", 0700);
+    write_file("/tmp/card/radar_150525_093007_042.data", header(3) + records(3));
+    write_file("/tmp/card/raw_150525_093007_042.data", header(2) + "what the chip sent");
+    recover("/tmp/card");
+    EXPECT_THAT(list_directory("/tmp/saved"), ElementsAre(kName));
+    EXPECT_THAT(outcome.err, HasSubstr("raw_150525_093007_042.data: passed over: "));
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(RecoverTest, RecordsBehindADamagedFirstRecordAreKept) {
+    EXPECT_EQ(saved(header(4) + "damage" + records(3, 1)), header(3) + records(3, 1));
+    EXPECT_EQ(outcome.status, 3);
+}
+
 TEST_F(RecoverTest, AHeaderIsRepairedWhenOnlyItsMagicIsDamaged) {
     EXPECT_EQ(saved("P" + header(3).substr(1) + records(3)), header(3) + records(3));
     EXPECT_THAT(outcome.out, HasSubstr("magic and version of the header are made right"));
