@@ -67,11 +67,12 @@ protected:
 };
 
 TEST_P(RecordingMemoryTest, IsBoundedWhateverTheFilesSize) {
-    constexpr std::uint32_t kFrames = 60000;
+    constexpr std::uint32_t kFrames = 24000;
+    const std::string unknown = "\x22\x80\x10" + std::string(2048, 'x');  // a field of 2 KiB
     std::ofstream file(kPath, std::ios::binary);
     file << header(kFrames);
     for (std::uint64_t i = 0; i < kFrames; ++i) {
-        file << record(frame(1747301407000000 + i * 33333, 170));
+        file << record(frame(1747301407000000 + i * 33333, 10) + unknown);
     }
     file.close();
     EXPECT_LT(memory_of(GetParam().arguments), kMostKib);
