@@ -49,21 +49,19 @@ Run declare(CLI::App& parser) {
 }  // namespace
 
 Verb cut_verb() {
-    return {
-        "cut",
-        "Make a recording of a part of another",
-        {{"cut --start +60s --end +90s radar_150525_093007_042.data -o walk.data",
-          "half a minute of a recording"},
-         {"cut --start 2025-05-15T09:30:00Z --end 2025-05-15T09:31:00Z /tmp -o walk.data",
-          "what the recordings in /tmp have of a minute"},
-         {"cut --frames 100-199 radar_150525_093007_042.data -o part.data", "a hundred frames"}},
-        "Frames are kept byte for byte. The header is that of the first frame's file; its\n"
-        "start moves to that frame where the frame's time tells it. Where another file's\n"
-        "height, tilt or sensitivity differ, that is told, and the exit status is 3.\n"
-        "\n"
-        "TIME is +10s after the first frame, -5s before the last, a date and time such as\n"
-        "2025-05-15T09:30:07Z, or seconds or microseconds since 1970.",
-        declare};
+    return {"cut",
+            "Make a recording of a part of another",
+            {{"cut --start +60s --end +90s day.data -o walk.data", "half a minute of a recording"},
+             {"cut --start 2025-05-15T09:30Z --end 2025-05-15T09:31Z /tmp -o a.data",
+              "what the recordings in /tmp have of a minute"},
+             {"cut --frames 100-199 day.data -o part.data", "a hundred frames"}},
+            "Frames are kept byte for byte. The header is that of the first frame's file; its\n"
+            "start moves to that frame where the frame's time tells it. Where another file's\n"
+            "height, tilt or sensitivity differ, that is told, and the exit status is 3.\n"
+            "\n"
+            "TIME is +10s after the first frame, -5s before the last, a date and time such as\n"
+            "2025-05-15T09:30:07Z, or seconds or microseconds since 1970.",
+            declare};
 }
 
 }  // namespace Tools

@@ -197,8 +197,8 @@ Verb diff_verb() {
               "what differs by more than 0.001, or 5 % of the signal-to-noise ratio"},
              {"diff --brief --format json before.data after.data", "how much, for programs"}},
             "Frames of one time are compared, so that a frame that is missing makes no other\n"
-            "differ. The exit status is 0 when there is no difference and 3 when there is one,\n"
-            "or something is damaged; standard error says which.",
+            "differ. The exit status is 0 when there is no difference and 3 when there is\n"
+            "one, or something is damaged; standard error says which.",
             declare};
 }
 

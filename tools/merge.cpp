@@ -175,14 +175,13 @@ Run declare(CLI::App& parser) {
 Verb merge_verb() {
     return {"merge",
             "Make one recording of several",
-            {{"merge radar_150525_093007_042.data radar_150525_094507_043.data -o walk.data",
-              "two recordings, in order of time"},
+            {{"merge morning.data evening.data -o day.data", "two recordings, in order of time"},
              {"merge --once /media/card1 /media/card2 -o all.data",
               "two copies of a card, neither of which is complete"}},
             "Frames are kept byte for byte, in order of their times; frames of one time in\n"
-            "order of the sources. The header is that of the earliest frame's recording. Where\n"
-            "another one's height, tilt or sensitivity differ, that is told, and the exit\n"
-            "status is 3. The records have to be one recorder's.",
+            "order of the sources. The header is that of the earliest frame's recording.\n"
+            "Where another one's height, tilt or sensitivity differ, that is told, and the\n"
+            "exit status is 3. The records have to be one recorder's.",
             declare};
 }
 

@@ -4,6 +4,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
 #include "../kit/recording/recording_bytes.h"
 #include "program.h"
 #include "support/private_paths.h"
@@ -38,6 +42,17 @@ std::string at(std::uint32_t second) {
 class CutTest : public test_support::PrivatePathsTest {
 protected:
     CutTest() { write_file(kRecording, header(4) + at(0) + at(1) + at(2) + at(3)); }
+
+    /** Waits until another process has made a file in "/tmp". */
+    static void wait_for_file(std::string const& name) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (std::chrono::steady_clock::now() < deadline) {
+            const auto names = test_support::list_directory("/tmp");
+            if (std::find(names.begin(), names.end(), name) != names.end()) return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        FAIL() << "there is no " << name;
+    }
 
     static Outcome cut(std::vector<std::string> options, std::string const& source = kRecording) {
         options.insert(options.begin(), {"cut", source, "-o", kPart});
@@ -115,6 +130,20 @@ TEST_F(CutTest, FramesWithoutAHeaderGetOneThatSaysWhatWithoutSettingsIsTrue) {
                                        "tilt 0, sensitivity 1"));
     EXPECT_EQ(read_file(kPart), word(0xBADABADA) + word(5) + word(kStart) + word(0xFFFFFFFF) +
                                     std::string(16, '\0') + word(1) + word(2) + at(0) + at(1));
+}
+
+TEST_F(CutTest, AStreamIsRecordedUnderAHeaderThatIsMadeUp) {
+    const std::string payload = frame(kStart * std::uint64_t{1000000}, 2);
+    write_file(kRecording, header(2) + record(payload) + record(payload));
+    tools_test::Program radar(
+        {"play", kRecording, "--socket", "/tmp/radar.sock", "--rate", "max", "--wait"});
+    wait_for_file("radar.sock");
+    const Outcome outcome = cut({}, "unix:/tmp/radar.sock");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, HasSubstr("unix:/tmp/radar.sock: the frames have no header"));
+    EXPECT_EQ(read_file(kPart), word(0xBADABADA) + word(5) + word(kStart) + word(0xFFFFFFFF) +
+                                    std::string(16, '\0') + word(1) + word(2) +
+                                    record(payload, 0xFEED0000) + record(payload, 0xFEED0000));
 }
 
 TEST_F(CutTest, TheInputIsNotReplacedEvenByForce) {
