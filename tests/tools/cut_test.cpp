@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -43,20 +42,20 @@ class CutTest : public test_support::PrivatePathsTest {
 protected:
     CutTest() { write_file(kRecording, header(4) + at(0) + at(1) + at(2) + at(3)); }
 
-    /** Waits until another process has made a file in "/tmp". */
-    static void wait_for_file(std::string const& name) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (std::chrono::steady_clock::now() < deadline) {
-            const auto names = test_support::list_directory("/tmp");
-            if (std::find(names.begin(), names.end(), name) != names.end()) return;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        FAIL() << "there is no " << name;
-    }
-
     static Outcome cut(std::vector<std::string> options, std::string const& source = kRecording) {
         options.insert(options.begin(), {"cut", source, "-o", kPart});
         return run(options);
+    }
+
+    /** Tries again until the process that serves the stream listens. */
+    static Outcome cut_stream(std::string const& path) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        Outcome outcome = cut({}, "unix:" + path);
+        while (outcome.status == 1 && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            outcome = cut({}, "unix:" + path);
+        }
+        return outcome;
     }
 };
 
@@ -137,8 +136,7 @@ TEST_F(CutTest, AStreamIsRecordedUnderAHeaderThatIsMadeUp) {
     write_file(kRecording, header(2) + record(payload) + record(payload));
     tools_test::Program radar(
         {"play", kRecording, "--socket", "/tmp/radar.sock", "--rate", "max", "--wait"});
-    wait_for_file("radar.sock");
-    const Outcome outcome = cut({}, "unix:/tmp/radar.sock");
+    const Outcome outcome = cut_stream("/tmp/radar.sock");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.err, HasSubstr("unix:/tmp/radar.sock: the frames have no header"));
     EXPECT_EQ(read_file(kPart), word(0xBADABADA) + word(5) + word(kStart) + word(0xFFFFFFFF) +
