@@ -43,10 +43,6 @@ void on_pause_signal(int) {
     pause_toggled = true;
 }
 
-std::chrono::microseconds longest_gap(PlayOptions const& options) {
-    return options.keeps_gaps ? std::chrono::hours(24 * 365) : std::chrono::seconds(1);
-}
-
 void check(PlayOptions const& options, PlaySource const& source) {
     if (options.loop && !source.can_rewind()) {
         throw UsageError("--loop needs a file or a directory, not " + options.input.source);
@@ -63,7 +59,7 @@ Player::Player(PlayOptions options_, Console& console_)
     : options(std::move(options_)),
       console(console_),
       waiting(options.waits_for_client),
-      clock(options.rate, longest_gap(options)),
+      clock(options.rate, options.skips_gaps ? Kit::kSkipGaps : Kit::kKeepGaps),
       source(
           [this] {
               InputOptions input = options.input;
@@ -78,6 +74,7 @@ Player::Player(PlayOptions options_, Console& console_)
     Kit::RelayOptions relay_options;
     relay_options.socket_path = options.socket;
     relay_options.queue_frames = kQueueFrames;
+    relay_options.queue_bytes = 2 * kQueueBytes;
     relay = std::make_unique<Kit::Relay>(relay_options);
     draws = takes_pictures(STDERR_FILENO) && keyboard.is_there();
     if (draws) watch_terminal_signals();

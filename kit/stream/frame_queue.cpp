@@ -5,12 +5,14 @@
 
 namespace Kit {
 
-FrameQueue::FrameQueue(std::size_t limit_) : limit(std::max<std::size_t>(limit_, 1)) {}
+FrameQueue::FrameQueue(std::size_t limit_, std::size_t byte_limit_)
+    : limit(std::max<std::size_t>(limit_, 1)), byte_limit(byte_limit_) {}
 
 void FrameQueue::push(SharedFrame frame, Clock::time_point now) {
     if (frames.empty()) since = now;
+    bytes += frame->size();
     frames.push_back(std::move(frame));
-    drop_above_limit();
+    drop_above_limits();
 }
 
 FrameQueue::Turn FrameQueue::begin_turn(std::size_t max_frames) {
@@ -19,24 +21,37 @@ FrameQueue::Turn FrameQueue::begin_turn(std::size_t max_frames) {
     return {std::vector<SharedFrame>(frames.begin(), end), first_taken};
 }
 
-void FrameQueue::end_turn(std::size_t bytes, Clock::time_point now) {
-    sent_bytes += bytes;
-    first_taken += bytes;
+void FrameQueue::end_turn(std::size_t taken, Clock::time_point now) {
+    sent_bytes += taken;
+    first_taken += taken;
     while (!frames.empty() && first_taken >= frames.front()->size()) {
         first_taken -= frames.front()->size();
+        bytes -= frames.front()->size();
         frames.pop_front();
         ++sent;
         since = now;
     }
     held = first_taken > 0 ? 1 : 0;
-    drop_above_limit();
+    drop_above_limits();
 }
 
-void FrameQueue::drop_above_limit() {
-    while (frames.size() - held > limit) {
-        frames.erase(frames.begin() + static_cast<std::ptrdiff_t>(held));
-        ++dropped;
-    }
+void FrameQueue::drop_above_limits() {
+    while (frames.size() - held > limit) drop(held);
+    const std::size_t outgoing = std::max<std::size_t>(held, 1);
+    while (frames.size() > outgoing + 1 && bytes_behind(outgoing) > byte_limit) drop(outgoing);
+}
+
+void FrameQueue::drop(std::size_t index) {
+    const auto frame = frames.begin() + static_cast<std::ptrdiff_t>(index);
+    bytes -= (*frame)->size();
+    frames.erase(frame);
+    ++dropped;
+}
+
+std::size_t FrameQueue::bytes_behind(std::size_t count) const {
+    std::size_t behind = bytes;
+    for (std::size_t i = 0; i < count; ++i) behind -= frames[i]->size();
+    return behind;
 }
 
 bool FrameQueue::empty() const noexcept {

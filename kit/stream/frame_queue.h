@@ -14,9 +14,13 @@ namespace Kit {
 using SharedFrame = std::shared_ptr<std::string const>;
 
 /**
- * The frames that wait for one client, and how much of them the client has got. At most `limit`
- * frames wait; the frame that the client has got a part of is not counted, and never dropped, since
- * the client would lose the frame boundary.
+ * The frames that wait for one client, and how much of them the client has got. Their number and
+ * their bytes are limited; above a limit the oldest frame that waits is dropped, whole. The frame
+ * that the client has got a part of is not counted, and never dropped, since the client would lose
+ * the frame boundary.
+ *
+ * Two frames stay whatever their size: the one that is next to go out, so that a frame above the
+ * limit of bytes reaches a client for which nothing waits, and the newest.
  *
  * A client is written to in turns: begin_turn() says what to write, end_turn() how much of it was
  * taken. Between the two push() may be called, from another thread when the caller orders all calls
@@ -32,17 +36,21 @@ public:
         std::size_t skipped = 0;
     };
 
-    /** A queue in which at most `limit` frames wait; 0 counts as 1. */
-    explicit FrameQueue(std::size_t limit);
+    /**
+     * @param limit how many frames wait at most; 0 counts as 1.
+     * @param byte_limit the bytes of the frames behind the one that goes out, at most; 0 lets one
+     *        frame wait there.
+     */
+    FrameQueue(std::size_t limit, std::size_t byte_limit);
 
-    /** Appends a frame. When `limit` frames wait already, the oldest of them is dropped. */
+    /** Appends a frame. What is above a limit then is dropped, the oldest first. */
     void push(SharedFrame frame, Clock::time_point now);
 
     /** What to write next: no more than `max_frames` frames, none when no frame waits. */
     Turn begin_turn(std::size_t max_frames);
 
-    /** Ends the turn in which the client took `bytes` bytes, or none. */
-    void end_turn(std::size_t bytes, Clock::time_point now);
+    /** Ends the turn in which the client took `taken` bytes, or none. */
+    void end_turn(std::size_t taken, Clock::time_point now);
 
     bool empty() const noexcept;
     /** The number of frames that the client has not got whole. */
@@ -57,10 +65,14 @@ public:
     uint64_t frames_dropped() const noexcept;
 
 private:
-    void drop_above_limit();
+    void drop_above_limits();
+    void drop(std::size_t index);
+    std::size_t bytes_behind(std::size_t count) const;
 
     std::size_t limit;
+    std::size_t byte_limit;
     std::deque<SharedFrame> frames;
+    std::size_t bytes = 0;        // of all frames
     std::size_t held = 0;         // frames at the front that are being written and stay
     std::size_t first_taken = 0;  // bytes of the front frame that the client has got
     Clock::time_point since;

@@ -19,6 +19,9 @@ struct RelayOptions {
     std::chrono::milliseconds stuck_after{2000};
     /** How many clients are connected at a time at most; 0 counts as 1. */
     std::size_t most_clients = 65536;
+    /** The bytes of the frames that wait for one client behind the one that goes out, at most. A
+     * frame is queued whatever its size when nothing else waits there. */
+    std::size_t queue_bytes = 8 * 1024 * 1024;
 };
 
 /** One connected client. */
@@ -49,10 +52,10 @@ struct RelayCounters {
  * producer or another client.
  *
  * Every client gets whole frames, from the first frame that is published after it was accepted. For
- * a client that reads too slowly a bounded queue of frames is kept; when it is full the oldest
- * frame that waits is dropped, whole, so that such a client sees recent frames, and counted. A
- * client that is stuck is disconnected, with a log line. A client may shut down its sending side
- * and still gets frames; what clients send is read and discarded.
+ * a client that reads too slowly a queue of frames is kept, bounded in number and in bytes; when it
+ * is full the oldest frames that wait are dropped, whole, so that such a client sees recent frames,
+ * and counted. A client that is stuck is disconnected, with a log line. A client may shut down its
+ * sending side and still gets frames; what clients send is read and discarded.
  *
  * Owns the socket with its file (as ListeningSocket does), the clients' descriptors, and one thread
  * that does all reading and writing; the thread blocks all signals. publish(), relay_from() and

@@ -42,7 +42,7 @@ RelayClient::RelayClient(asio::io_context& context_, std::mutex& lock_, RelayOpt
       owner(owner_),
       socket(context_),
       stuck_timer(context_),
-      queue(options.queue_frames) {}
+      queue(options.queue_frames, options.queue_bytes) {}
 
 bool RelayClient::start(FileDescriptor connection) {
     std::error_code error;

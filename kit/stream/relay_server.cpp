@@ -183,7 +183,8 @@ std::vector<std::shared_ptr<RelayClient>> RelayServer::clients_now() const {
 }
 
 void RelayServer::flush_clients() {
-    unflushed = 0;
+    unflushed_frames = 0;
+    unflushed_bytes = 0;
     for (auto const& client : clients_now()) client->flush();
 }
 
@@ -215,15 +216,20 @@ void RelayServer::client_left(uint64_t id, RelayClient::Departure departure) {
 
 // Clients are written to before a piece that holds many frames could fill a queue.
 void RelayServer::source_frame(std::string stream_frame) {
+    ++unflushed_frames;
+    unflushed_bytes += stream_frame.size();
     {
         const std::lock_guard<std::mutex> guard(lock);
         queue_frame(std::move(stream_frame));
     }
-    if (++unflushed >= std::max<std::size_t>(options.queue_frames / 2, 1)) flush_clients();
+    if (unflushed_frames >= std::max<std::size_t>(options.queue_frames / 2, 1) ||
+        unflushed_bytes >= options.queue_bytes / 2) {
+        flush_clients();
+    }
 }
 
 void RelayServer::source_pause() {
-    if (unflushed > 0) flush_clients();
+    if (unflushed_frames > 0) flush_clients();
 }
 
 void RelayServer::source_fault(std::string const& reason) {

@@ -74,7 +74,9 @@ private:
     asio::steady_timer accept_timer{context};
     asio::steady_timer grace_timer{context};
     std::vector<std::shared_ptr<RelaySource>> sources;
-    std::size_t unflushed = 0;  // frames queued by sources since clients were flushed
+    // Queued by sources since clients were flushed.
+    std::size_t unflushed_frames = 0;
+    std::size_t unflushed_bytes = 0;
     bool accept_fails = false;
     bool stopping = false;
     std::thread thread;

@@ -8,6 +8,7 @@ using Kit::FrameQueue;
 using testing::IsEmpty;
 
 const FrameQueue::Clock::time_point kStart{};
+constexpr std::size_t kManyBytes = 1000;
 
 FrameQueue::Clock::time_point after_ms(int ms) {
     return kStart + std::chrono::milliseconds(ms);
@@ -35,7 +36,7 @@ protected:
         queue.end_turn(bytes, after_ms(at_ms));
     }
 
-    FrameQueue queue{3};
+    FrameQueue queue{3, kManyBytes};
 };
 
 TEST_F(FrameQueueTest, FramesAreWrittenInTheOrderInWhichTheyCame) {
@@ -114,9 +115,71 @@ TEST_F(FrameQueueTest, APartOfAFrameDoesNotEndTheWaiting) {
 }
 
 TEST_F(FrameQueueTest, ALimitOfNoneCountsAsOne) {
-    queue = FrameQueue(0);
+    queue = FrameQueue(0, kManyBytes);
     push("ab");
     EXPECT_EQ(waiting(), "b");
+}
+
+/** A queue with room for many frames, but not for their bytes. */
+class FrameQueueOfFewBytesTest : public FrameQueueTest {
+protected:
+    FrameQueueOfFewBytesTest() { queue = FrameQueue(100, 25); }
+
+    void push_large(char letter) {
+        queue.push(std::make_shared<std::string const>(1000, letter), kStart);
+    }
+};
+
+TEST_F(FrameQueueOfFewBytesTest, TheOldestFramesBehindTheOutgoingOneAreDropped) {
+    push("abcdef");
+    EXPECT_EQ(waiting(), "aef");
+    EXPECT_EQ(queue.frames_dropped(), 3U);
+}
+
+TEST_F(FrameQueueOfFewBytesTest, AsManyBytesAsThereMayBeStay) {
+    queue = FrameQueue(100, 20);
+    push("abc");
+    EXPECT_EQ(waiting(), "abc");
+}
+
+TEST_F(FrameQueueOfFewBytesTest, AFrameThatIsPartlyWrittenIsNotCounted) {
+    push_large('A');
+    write(999);
+    push("bc");
+    EXPECT_EQ(waiting(), "Abc");
+}
+
+TEST_F(FrameQueueOfFewBytesTest, ALargeFrameInAnEmptyQueueGoesOut) {
+    push_large('A');
+    push("bcd");
+    EXPECT_EQ(waiting(), "Acd");
+}
+
+TEST_F(FrameQueueOfFewBytesTest, TheNewestFrameStaysWhateverItsSize) {
+    push("abc");
+    push_large('D');
+    EXPECT_EQ(waiting(), "aD");
+}
+
+TEST_F(FrameQueueOfFewBytesTest, OfLargeFramesTheOutgoingAndTheNewestStay) {
+    for (const char letter : {'A', 'B', 'C', 'D'}) push_large(letter);
+    EXPECT_EQ(waiting(), "AD");
+}
+
+TEST_F(FrameQueueOfFewBytesTest, WhatWasWrittenMakesRoom) {
+    push("abc");
+    write(20);
+    push("de");
+    EXPECT_EQ(waiting(), "cde");
+    EXPECT_EQ(queue.frames_dropped(), 0U);
+}
+
+TEST_F(FrameQueueOfFewBytesTest, WhatATurnLeavesAboveTheLimitIsDropped) {
+    push("ab");
+    queue.begin_turn(100);
+    push("cd");
+    queue.end_turn(0, kStart);
+    EXPECT_EQ(waiting(), "acd");
 }
 
 TEST_F(FrameQueueTest, AnEmptyQueueHasNothingToWrite) {

@@ -73,6 +73,16 @@ TEST_F(RelaySourceTest, FramesOfTheLibraryReachAClient) {
     EXPECT_EQ(receive(client, 20), numbers(1, 20));
 }
 
+TEST_F(RelaySourceTest, FramesThatComeAtOnceAreDeliveredBeforeTheirBytesFillAQueue) {
+    Kit::RelayOptions options{kPath};
+    options.queue_bytes = frame(1).size();
+    relay = std::make_unique<Kit::Relay>(options);
+    relay->relay_from(reading);
+    const Client client = connect();
+    write(frames(1, 20));
+    EXPECT_EQ(receive(client, 20), numbers(1, 20));
+}
+
 TEST_F(RelaySourceTest, FramesAreDeliveredByteForByte) {
     start();
     const Client client = connect();

@@ -121,6 +121,27 @@ TEST_F(RelayTest, TheQueueOfAClientThatDoesNotReadIsBounded) {
     }
 }
 
+TEST_F(RelayTest, TheBytesInTheQueueOfAClientThatDoesNotReadAreBounded) {
+    Kit::RelayOptions options{kPath, 1000, kNever};
+    options.queue_bytes = 4 * frame(1, kLarge).size();
+    relay = std::make_unique<Kit::Relay>(options);
+    const Client client = connect();
+    for (uint64_t timestamp = 1; timestamp <= 200; ++timestamp) {
+        publish(timestamp, timestamp, kLarge);
+        // 4 frames that wait, and the outgoing one with those that are being written at the moment
+        ASSERT_LE(only_client().queued, 4U + 1U + 4U);
+    }
+}
+
+TEST_F(RelayTest, AFrameAboveTheLimitOfBytesReachesItsClient) {
+    Kit::RelayOptions options{kPath, 64, kNever};
+    options.queue_bytes = 100;
+    relay = std::make_unique<Kit::Relay>(options);
+    const Client client = connect();
+    publish(1, 1, 100 * kLarge);
+    EXPECT_EQ(receive(client, 1), numbers(1, 1));
+}
+
 TEST_F(RelayTest, DroppedFramesStayCountedWhenTheirClientHasLeft) {
     start(1);
     Client client = connect();
