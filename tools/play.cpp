@@ -53,9 +53,8 @@ Run declare(CLI::App& parser) {
     parser.add_flag("--paused", options->begins_paused,
                     "Begin paused; the space key or SIGUSR1 goes on");
     parser.add_flag("--wait", options->waits_for_client, "Begin when the first client is there");
-    parser.add_flag("--gaps", options->keeps_gaps,
-                    "Keep times of more than a second without a frame; without it, they are left "
-                    "out");
+    parser.add_flag("--skip-gaps", options->skips_gaps,
+                    "Leave out times of more than a second without a frame");
     return [options](Console& console) { return Player(*options, console).run(); };
 }
 

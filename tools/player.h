@@ -23,7 +23,7 @@ struct PlayOptions {
     bool loop = false;
     bool begins_paused = false;
     bool waits_for_client = false;  // the first frame is for the first client
-    bool keeps_gaps = false;        // of more than a second
+    bool skips_gaps = false;        // of more than a second
 };
 
 /**

@@ -5,6 +5,11 @@
 
 namespace Kit {
 
+/** The longest step between two frames that a replay keeps: any that is in a recording, or, where
+ * the gaps are to be left out, those within one recording of a running radar. */
+constexpr std::chrono::microseconds kKeepGaps = std::chrono::hours(24 * 365);
+constexpr std::chrono::microseconds kSkipGaps = std::chrono::seconds(1);
+
 /**
  * Says when each frame of a source is due, from the frames' timestamps. Has no clock: the caller
  * waits. One thread at a time.
@@ -20,8 +25,7 @@ public:
      * @param longest_gap the longest step between two frames that is kept.
      * @throws InputError when `rate` is 0, negative or not a number.
      */
-    explicit Pacer(double rate,
-                   std::chrono::microseconds longest_gap = std::chrono::microseconds(1000000));
+    explicit Pacer(double rate, std::chrono::microseconds longest_gap = kKeepGaps);
 
     /**
      * How long after the first frame this one, the next, is due; 0 for the first. Never shrinks,

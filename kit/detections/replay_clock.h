@@ -26,8 +26,8 @@ public:
      * @param longest_gap the longest step between two frames that is kept.
      * @throws InputError when the rate is 0, negative or not a number.
      */
-    explicit ReplayClock(std::optional<double> rate, std::chrono::microseconds longest_gap =
-                                                         std::chrono::microseconds(1000000));
+    explicit ReplayClock(std::optional<double> rate,
+                         std::chrono::microseconds longest_gap = kKeepGaps);
 
     /** Plans the next frame, to be called at the moment `now` when the one before is done with. */
     void plan(std::uint64_t timestamp_us, Clock::time_point now);

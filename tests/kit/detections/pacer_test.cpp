@@ -37,8 +37,13 @@ TEST(PacerTest, AnInfiniteRateMakesEveryFrameDueAtOnce) {
                 testing::ElementsAre(0, 0, 0));
 }
 
-TEST(PacerTest, ALongStepCountsAsTheMeanOfThoseBefore) {
-    EXPECT_THAT(due(Kit::Pacer(1), {0, 10000, 40000, 60000000, 60001000}),
+TEST(PacerTest, ALongStepIsKept) {
+    EXPECT_THAT(due(Kit::Pacer(1), {0, 10000, 3600010000, 3600020000}),
+                testing::ElementsAre(0, 10000000, 3600010000000, 3600020000000));
+}
+
+TEST(PacerTest, ALongStepThatIsToBeSkippedCountsAsTheMeanOfThoseBefore) {
+    EXPECT_THAT(due(Kit::Pacer(1, Kit::kSkipGaps), {0, 10000, 40000, 60000000, 60001000}),
                 testing::ElementsAre(0, 10000000, 40000000, 60000000, 61000000));
 }
 
@@ -47,8 +52,9 @@ TEST(PacerTest, AStepBackCountsAsTheMeanOfThoseBefore) {
                 testing::ElementsAre(0, 2000000, 4000000, 6000000));
 }
 
-TEST(PacerTest, ALongStepWithNoneBeforeCountsAsAThirtiethOfASecond) {
-    EXPECT_THAT(due(Kit::Pacer(1), {0, 9000000}), testing::ElementsAre(0, 33333333));
+TEST(PacerTest, ASkippedStepWithNoneBeforeCountsAsAThirtiethOfASecond) {
+    EXPECT_THAT(due(Kit::Pacer(1, Kit::kSkipGaps), {0, 9000000}),
+                testing::ElementsAre(0, 33333333));
 }
 
 TEST(PacerTest, AStepAsLongAsTheLongestGapIsKept) {

@@ -45,16 +45,16 @@ TEST_F(ReplayClockTest, WithoutARateEveryFrameIsDueAtOnce) {
     EXPECT_EQ(wait_for(fast, 5900000), milliseconds(0));
 }
 
-TEST_F(ReplayClockTest, ALongGapIsShortened) {
+TEST_F(ReplayClockTest, ALongGapIsKept) {
     wait_for(clock, 5000000);
-    wait_for(clock, 5040000);
-    EXPECT_EQ(wait_for(clock, 95040000), milliseconds(80));
+    EXPECT_EQ(wait_for(clock, 95000000), milliseconds(90000));
 }
 
-TEST_F(ReplayClockTest, ALongGapThatIsToBeKeptIsKept) {
-    ReplayClock patient(1.0, std::chrono::hours(1));
-    wait_for(patient, 5000000);
-    EXPECT_EQ(wait_for(patient, 95000000), milliseconds(90000));
+TEST_F(ReplayClockTest, ALongGapThatIsToBeSkippedIsShortened) {
+    ReplayClock skipping(1.0, Kit::kSkipGaps);
+    wait_for(skipping, 5000000);
+    wait_for(skipping, 5040000);
+    EXPECT_EQ(wait_for(skipping, 95040000), milliseconds(80));
 }
 
 TEST_F(ReplayClockTest, AnotherRateCountsFromWhereTheReplayIs) {
