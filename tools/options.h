@@ -13,6 +13,9 @@ namespace Tools {
 CLI::Option* add_choice(CLI::App& parser, std::string const& name, std::string& value,
                         std::vector<std::string> const& choices, std::string const& description);
 
+/** The values that an option of add_choice() can have; none for other options. */
+std::vector<std::string> choices_of(CLI::Option& option);
+
 /** An option NAME N whose value is a whole number above 0. */
 CLI::Option* add_count(CLI::App& parser, std::string const& name, uint64_t& value,
                        std::string const& description);

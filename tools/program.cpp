@@ -22,15 +22,6 @@ constexpr char kDetails[] =
     "Exit status: 0 all well; 1 failed; 2 usage; 3 finished, but something was lost,\n"
     "skipped or damaged.";
 
-/** The examples of the program itself: the first one of each verb. */
-std::vector<Verb::Example> first_examples(std::vector<Verb> const& verbs) {
-    std::vector<Verb::Example> examples;
-    for (Verb const& verb : verbs) {
-        if (!verb.examples.empty()) examples.push_back(verb.examples.front());
-    }
-    return examples;
-}
-
 /** Adds a verb to the verbs of `parent`, whose own name, with a blank behind it, is `before`. */
 void add_verb(Verb const& verb, CLI::App& parent, std::string const& before, CommandLine& line) {
     CLI::App& parser = *parent.add_subcommand(verb.name, verb.summary);
@@ -98,6 +89,14 @@ ExitStatus finish(std::string const& verb, Work work) {
 }
 
 }  // namespace
+
+std::vector<Verb::Example> first_examples(std::vector<Verb> const& verbs) {
+    std::vector<Verb::Example> examples;
+    for (Verb const& verb : verbs) {
+        if (!verb.examples.empty()) examples.push_back(verb.examples.front());
+    }
+    return examples;
+}
 
 CommandLine make_command_line(std::vector<Verb> const& verbs) {
     CommandLine line;

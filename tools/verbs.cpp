@@ -1,6 +1,7 @@
 #include "tools/verbs.h"
 
 #include "tools/cat.h"
+#include "tools/completion.h"
 #include "tools/cut.h"
 #include "tools/diff.h"
 #include "tools/doctor.h"
@@ -21,6 +22,7 @@ std::vector<Verb> all_verbs() {
     return {
         // clang-format off
         cat_verb(),
+        completion_verb(),
         cut_verb(),
         diff_verb(),
         doctor_verb(),

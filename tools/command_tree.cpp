@@ -1,0 +1,65 @@
+#include "tools/command_tree.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iterator>
+
+#include "tools/options.h"
+#include "tools/program.h"
+
+namespace Tools {
+
+namespace {
+
+CommandOption read_option(CLI::Option& option) {
+    CommandOption result;
+    result.description = option.get_description();
+    result.choices = choices_of(option);
+    if (option.get_positional()) {
+        result.names = {option.get_name()};
+        result.value = option.get_name();
+        return result;
+    }
+    for (std::string const& name : option.get_snames()) result.names.push_back("-" + name);
+    for (std::string const& name : option.get_lnames()) result.names.push_back("--" + name);
+    if (option.get_type_size() > 0) result.value = option.get_type_name();
+    return result;
+}
+
+Command read_command(CLI::App& parser, std::string const& path) {
+    Command command{parser.get_name(), path, parser.get_description(), {}, {}, {}};
+    for (CLI::Option* const option : parser.get_options()) {
+        auto& list = option->get_positional() ? command.arguments : command.options;
+        list.push_back(read_option(*option));
+    }
+    for (CLI::App* const verb : parser.get_subcommands([](CLI::App*) { return true; })) {
+        const std::string before = path.empty() ? "" : path + " ";
+        command.verbs.push_back(read_command(*verb, before + verb->get_name()));
+    }
+    return command;
+}
+
+void collect(Command const& command, std::vector<Command const*>& all) {
+    all.push_back(&command);
+    for (Command const& verb : command.verbs) collect(verb, all);
+}
+
+}  // namespace
+
+bool CommandOption::takes_file() const {
+    constexpr char const* kFiles[] = {"SOURCE", "FILE", "DIR", "PATH", "A", "B"};
+    const std::string word = value.substr(0, value.find("..."));
+    return std::find(std::begin(kFiles), std::end(kFiles), word) != std::end(kFiles);
+}
+
+Command command_tree(std::vector<Verb> const& verbs) {
+    return read_command(*make_command_line(verbs).parser, "");
+}
+
+std::vector<Command const*> all_commands(Command const& root) {
+    std::vector<Command const*> all;
+    collect(root, all);
+    return all;
+}
+
+}  // namespace Tools

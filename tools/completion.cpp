@@ -1,0 +1,41 @@
+#include "tools/completion.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "tools/options.h"
+#include "tools/verbs.h"
+
+namespace Tools {
+
+namespace {
+
+ExitStatus print_completion(std::string const& shell, Console& console) {
+    const Command program = command_tree(all_verbs());
+    if (shell == "bash") console.out.write(bash_completion(program));
+    if (shell == "zsh") console.out.write(zsh_completion(program));
+    if (shell == "fish") console.out.write(fish_completion(program));
+    return ExitStatus::kOk;
+}
+
+Run declare(CLI::App& parser) {
+    const auto shell = std::make_shared<std::string>();
+    add_choice(parser, "SHELL", *shell, {"bash", "zsh", "fish"}, "The shell")->required();
+    return [shell](Console& console) { return print_completion(*shell, console); };
+}
+
+}  // namespace
+
+Verb completion_verb() {
+    return {"completion",
+            "Print what makes a shell complete this program's command line",
+            {{"completion bash > ~/.local/share/bash-completion/completions/petrelradar",
+              "for bash, from its next start on"},
+             {"completion zsh > ~/.zfunc/_petrelradar",
+              "for zsh, where ~/.zfunc is in its fpath before compinit runs"},
+             {"completion fish > ~/.config/fish/completions/petrelradar.fish", "for fish"}},
+            "An installed program brings these files along.",
+            declare};
+}
+
+}  // namespace Tools

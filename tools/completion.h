@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+#include "tools/command_tree.h"
+#include "tools/verb.h"
+
+namespace Tools {
+
+// Scripts with which a shell completes the verbs, options and values of a program.
+
+/** For bash 4.4 or newer. */
+std::string bash_completion(Command const& program);
+
+/** For zsh: a file "_petrelradar" of its function path. */
+std::string zsh_completion(Command const& program);
+
+/** For fish 3 or newer. */
+std::string fish_completion(Command const& program);
+
+/** Prints such a script. */
+Verb completion_verb();
+
+}  // namespace Tools
