@@ -29,6 +29,14 @@ function(petrelradar_target target)
     endif()
 endfunction()
 
+# petrelradar_precompile(<target> <headers>): others' large headers that many of the target's sources
+# include, compiled once where that was asked for.
+function(petrelradar_precompile target)
+    if(PETRELRADAR_PRECOMPILE)
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()
+
 # petrelradar_shared_library(<target> <version script>): a shared object that exports what the
 # version script lists, in which every undefined symbol is an error at link time.
 function(petrelradar_shared_library target version_script)
