@@ -20,7 +20,11 @@ FrameFeed::FrameFeed(std::unique_ptr<Kit::FrameSource> source, RadarChip& chip,
       chip_(chip),
       settings_(settings),
       report_(std::move(report)),
-      pacer_(settings.rate) {}
+      pacer_(pacer_of(settings)) {}
+
+Kit::Pacer FrameFeed::pacer_of(Settings const& settings) {
+    return Kit::Pacer(settings.rate, settings.skip_gaps ? Kit::kSkipGaps : Kit::kKeepGaps);
+}
 
 void FrameFeed::advance(Clock::time_point now) {
     if (!chip_.running()) {
@@ -40,7 +44,7 @@ void FrameFeed::start(Clock::time_point now) {
     started_ = true;
     start_ = now;
     host_rate_ = chip_.frame_rate();
-    pacer_ = Kit::Pacer(settings_.rate);
+    pacer_ = pacer_of(settings_);
     frames_since_start_ = 0;
     if (!loaded_) load();
     if (loaded_) due_ = start_ + due_after_start();

@@ -32,6 +32,8 @@ public:
         std::optional<double> frame_rate;
         /** Whether a source that has ended begins again; one without frames does not. */
         bool loop = false;
+        /** Whether times of more than a second without a frame are left out. */
+        bool skip_gaps = false;
         /** Every so many frames one is disturbed; 0 is never. */
         int interference_every = 0;
         int saturation_every = 0;
@@ -53,6 +55,7 @@ public:
     bool failed() const { return failed_; }
 
 private:
+    static Kit::Pacer pacer_of(Settings const& settings);
     void start(Clock::time_point now);
     void measure();
     void load();

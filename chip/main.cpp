@@ -60,6 +60,7 @@ int run(Chip::Options const& options) {
     settings.rate = options.rate;
     settings.frame_rate = options.frame_rate;
     settings.loop = options.loop;
+    settings.skip_gaps = options.skip_gaps;
     settings.interference_every = options.interference_every;
     settings.saturation_every = options.saturation_every;
     Chip::FrameFeed feed(std::move(source), chip, settings, report);

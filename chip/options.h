@@ -26,6 +26,8 @@ struct Options {
     std::optional<double> frame_rate;
     /** Whether an input that has ended begins again. */
     bool loop = false;
+    /** Whether times of more than a second without a frame are left out of the input. */
+    bool skip_gaps = false;
     /** First byte of a write frame that the chip answers to. */
     int command_byte = Kit::DemoChip::kCommandByte;
     /** Every so many frames one is disturbed by interference, or by saturation; 0 is never. */

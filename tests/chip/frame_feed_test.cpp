@@ -116,6 +116,23 @@ TEST_F(FrameFeedTest, FramesKeepTheirOwnPace) {
     EXPECT_EQ(frames_at(40), Times{40});
 }
 
+TEST_F(FrameFeedTest, AGapIsKept) {
+    open({0, 10, 90000});
+    control(0);
+    frames_at(0);
+    frames_at(10);
+    EXPECT_EQ(feed_->next_due(), time(90000));
+}
+
+TEST_F(FrameFeedTest, AGapThatIsToBeSkippedCountsAsOneFrame) {
+    settings_.skip_gaps = true;
+    open({0, 10, 90000});
+    control(0);
+    frames_at(0);
+    frames_at(10);
+    EXPECT_EQ(feed_->next_due(), time(20));
+}
+
 TEST_F(FrameFeedTest, ALateLookFindsEveryFrameThatWasDue) {
     open({0, 10, 20, 90});
     control(0);

@@ -38,6 +38,7 @@ TEST_F(ChipOptionsTest, WithoutAnyTheInputIsASceneAtItsOwnPace) {
     EXPECT_EQ(options.rate, 1);
     EXPECT_EQ(options.frame_rate, std::nullopt);
     EXPECT_FALSE(options.loop);
+    EXPECT_FALSE(options.skip_gaps);
     EXPECT_EQ(options.command_byte, 0x20);
     EXPECT_TRUE(options.command.empty());
 }
@@ -45,12 +46,13 @@ TEST_F(ChipOptionsTest, WithoutAnyTheInputIsASceneAtItsOwnPace) {
 TEST_F(ChipOptionsTest, EveryOptionIsTaken) {
     const Chip::Options options =
         parse({"--input", "walk.csv", "--rate", "2.5", "--frame-rate", "25", "--loop",
-               "--command-byte", "0x40", "--interference", "7", "--saturation", "9"})
+               "--skip-gaps", "--command-byte", "0x40", "--interference", "7", "--saturation", "9"})
             .value();
     EXPECT_EQ(options.input, "walk.csv");
     EXPECT_EQ(options.rate, 2.5);
     EXPECT_EQ(options.frame_rate, 25);
     EXPECT_TRUE(options.loop);
+    EXPECT_TRUE(options.skip_gaps);
     EXPECT_EQ(options.command_byte, 0x40);
     EXPECT_EQ(options.interference_every, 7);
     EXPECT_EQ(options.saturation_every, 9);
@@ -73,6 +75,10 @@ TEST_F(ChipOptionsTest, ARateThatIsNotAboveZeroIsRefused) {
 TEST_F(ChipOptionsTest, AFrameRateAbove1000IsRefused) {
     EXPECT_EQ(usage_error({"--frame-rate", "1001"}),
               "--frame-rate: \"1001\" is not a number above 0 and up to 1000");
+}
+
+TEST_F(ChipOptionsTest, AnEmptyInputIsRefused) {
+    EXPECT_EQ(usage_error({"--input", ""}), "--input: the name is empty");
 }
 
 TEST_F(ChipOptionsTest, AnOddCommandByteIsRefused) {
@@ -112,7 +118,7 @@ TEST_F(ChipOptionsTest, ThePageExplainsEveryOptionOfTheHelp) {
 TEST_F(ChipOptionsTest, HelpNamesEveryOption) {
     EXPECT_EQ(parse({"--help"}), std::nullopt);
     for (std::string const& option :
-         Arguments{"--input", "--rate", "--frame-rate", "--loop", "--command-byte",
+         Arguments{"--input", "--rate", "--frame-rate", "--loop", "--skip-gaps", "--command-byte",
                    "--interference", "--saturation", "--print-map", "--version", "COMMAND"}) {
         EXPECT_NE(out_.str().find(option), std::string::npos) << option;
     }
