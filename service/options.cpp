@@ -48,6 +48,8 @@ void add_options(CLI::App& app, Options& options, Texts& texts) {
                    "play a scene, a log or a recording X times as fast, or as fast as possible")
         ->option_text("X|max [1]");
     app.add_flag("--loop", options.loop, "begin again when the input has ended");
+    app.add_flag("--skip-gaps", options.skip_gaps,
+                 "leave out times of more than a second without a frame");
     app.add_option("--frame-rate", texts.frame_rate, "frames a second of a chip or a scene")
         ->option_text("HZ");
     app.add_option("--settings", options.settings_file, "the settings file")
@@ -91,6 +93,8 @@ void check_combination(CLI::App const& app, Options const& options) {
     if (chip && app.count("--rate") > 0) {
         throw UsageError("--rate: the chip has a pace of its own; see --frame-rate");
     }
+    if (chip && options.loop) throw UsageError("--loop: a chip does not begin again");
+    if (chip && options.skip_gaps) throw UsageError("--skip-gaps: a chip has a pace of its own");
     if (options.frame_rate && chip &&
         (*options.frame_rate > 255 || *options.frame_rate != std::floor(*options.frame_rate))) {
         throw UsageError("--frame-rate: the chip takes whole numbers up to 255");

@@ -21,6 +21,8 @@ struct Options {
     std::optional<double> rate = 1.0;
     /** Whether an input that has ended begins again. */
     bool loop = false;
+    /** Whether times of more than a second without a frame are left out of a log or recording. */
+    bool skip_gaps = false;
     /** Frames a second of a chip or a scene; none is the input's own choice. */
     std::optional<double> frame_rate;
     /** The settings file; empty for the one that the process has read already. */

@@ -2,10 +2,10 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <utility>
 
 #include "kit/detections/scene.h"
 #include "kit/input_error.h"
@@ -13,10 +13,6 @@
 namespace Service {
 
 namespace {
-
-/** Longer than a service runs, and short enough to be added to a point in time. */
-constexpr std::chrono::hours kLongestReplay(24 * 3650);
-constexpr std::chrono::seconds kLongestDelay(1);
 
 uint64_t system_time_us() {
     const auto now = std::chrono::system_clock::now().time_since_epoch();
@@ -64,17 +60,19 @@ ReplayInput::ReplayInput(Options const& options)
       is_scene_(names_scene(options.input)),
       loop_(options.loop),
       source_(open_source(options)),
-      started_(Clock::now()),
-      due_(started_) {
-    if (options.rate) pacer_.emplace(*options.rate);
+      clock_(options.rate, options.skip_gaps ? Kit::kSkipGaps : Kit::kKeepGaps) {
     if (!read_frame()) throw Kit::InputError(name_ + ": no frames");
-    plan();
+}
+
+/** The first frame, the end and a failure are due at once. */
+Input::Clock::time_point ReplayInput::due() const {
+    return !started_ || ended_ || failure_ ? Clock::time_point() : clock_.due();
 }
 
 Input::Result ReplayInput::next(RO::RadarObjects& frame, FrameConditions& conditions) {
     if (failure_) std::rethrow_exception(failure_);
     if (ended_) return Result::kEnd;
-    if (frames_++ == 0) started_ = Clock::now();
+    if (!std::exchange(started_, true)) clock_.plan(ahead_.timestamp(), Clock::now());
     frame.Swap(&ahead_);
     if (is_scene_) frame.set_timestamp(system_time_us());
     conditions = FrameConditions();
@@ -86,10 +84,9 @@ Input::Result ReplayInput::next(RO::RadarObjects& frame, FrameConditions& condit
 void ReplayInput::read_ahead() {
     try {
         ended_ = !read_frame();
-        plan();
+        if (!ended_) clock_.plan(ahead_.timestamp(), Clock::now());
     } catch (Kit::InputError const&) {
         failure_ = std::current_exception();
-        due_ = Clock::now();
     }
 }
 
@@ -98,17 +95,6 @@ bool ReplayInput::read_frame() {
     if (!loop_) return false;
     source_->rewind();
     return source_->next(ahead_);
-}
-
-void ReplayInput::plan() {
-    const Clock::time_point now = Clock::now();
-    due_ = now;
-    if (!pacer_ || ended_) return;
-    due_ = started_ + std::min<Clock::duration>(pacer_->due(ahead_.timestamp()), kLongestReplay);
-    // After a long stop the frames go on at their pace; they do not come all at once.
-    if (now - due_ <= kLongestDelay) return;
-    started_ += now - due_;
-    due_ = now;
 }
 
 Kit::InputStatus ReplayInput::status() const {

@@ -3,10 +3,9 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
-#include <optional>
 #include <string>
 
-#include "kit/detections/pacer.h"
+#include "kit/detections/replay_clock.h"
 #include "kit/frame_source.h"
 #include "service/input.h"
 
@@ -24,31 +23,27 @@ public:
     /** Reads the first frame. @throws Kit::InputError when there is none. */
     explicit ReplayInput(Options const& options);
 
-    Clock::time_point due() const override { return due_; }
+    Clock::time_point due() const override;
     Result next(RO::RadarObjects& frame, FrameConditions& conditions) override;
-    bool can_wait() const override { return !pacer_; }
+    bool can_wait() const override { return !clock_.rate(); }
     Kit::InputStatus status() const override;
 
 private:
     void read_ahead();
     bool read_frame();
-    void plan();
 
     std::string name_;
     bool is_scene_;
     bool loop_;
     std::unique_ptr<Kit::FrameSource> source_;
-    /** None plays as fast as possible. */
-    std::optional<Kit::Pacer> pacer_;
 
     /** The frame read ahead, unless the source has ended or failed. */
     RO::RadarObjects ahead_;
     bool ended_ = false;
     std::exception_ptr failure_;
-    /** Frames taken, and when the first one was, moved by what was lost in long stops. */
-    uint64_t frames_ = 0;
-    Clock::time_point started_;
-    Clock::time_point due_;
+    /** Runs from the moment in which the first frame is taken. */
+    Kit::ReplayClock clock_;
+    bool started_ = false;
 };
 
 }  // namespace Service

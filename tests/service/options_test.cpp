@@ -63,8 +63,9 @@ TEST_F(OptionsTest, HelpIsPrintedWithExamplesAndIsAllThereIs) {
 
 TEST_F(OptionsTest, HelpNamesEveryOption) {
     parse({"--help"});
-    for (char const* const option : {"--input", "--rate", "--loop", "--settings", "--socket",
-                                     "--status-socket", "--frame-rate", "--version", "--help"}) {
+    for (char const* const option :
+         {"--input", "--rate", "--loop", "--skip-gaps", "--settings", "--socket", "--status-socket",
+          "--frame-rate", "--version", "--help"}) {
         EXPECT_THAT(output_.str(), HasSubstr(option));
     }
 }
@@ -94,6 +95,20 @@ TEST_F(OptionsTest, AnEmptyNameIsNotTheDefault) {
 
 TEST_F(OptionsTest, ARateForTheChipIsRefused) {
     EXPECT_THAT(refusal({"--rate", "2"}), HasSubstr("--rate"));
+}
+
+TEST_F(OptionsTest, ALoopOfTheChipIsRefused) {
+    EXPECT_EQ(refusal({"--loop"}), "--loop: a chip does not begin again");
+    EXPECT_EQ(refusal({"--input", "chip", "--loop"}), "--loop: a chip does not begin again");
+}
+
+TEST_F(OptionsTest, SkippingGapsOfTheChipIsRefused) {
+    EXPECT_EQ(refusal({"--skip-gaps"}), "--skip-gaps: a chip has a pace of its own");
+}
+
+TEST_F(OptionsTest, GapsAreKeptUnlessTheyAreToBeSkipped) {
+    EXPECT_FALSE(parse({"--input", "a.csv"})->skip_gaps);
+    EXPECT_TRUE(parse({"--input", "a.csv", "--skip-gaps"})->skip_gaps);
 }
 
 TEST_F(OptionsTest, AFrameRateForALogIsRefused) {

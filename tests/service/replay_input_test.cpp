@@ -84,6 +84,21 @@ TEST_F(ReplayInputTest, AFrameIsDueAsLongAfterTheFirstAsItWasMeasured) {
     EXPECT_LE(input_->due(), Clock::now() + std::chrono::milliseconds(500));
 }
 
+TEST_F(ReplayInputTest, AGapOfTheLogIsKept) {
+    open(service_test::log_of(service_test::frames_of(2, 3600000000)));
+    const auto before = Clock::now();
+    next();
+    EXPECT_GE(input_->due(), before + std::chrono::hours(1));
+    EXPECT_LE(input_->due(), Clock::now() + std::chrono::hours(1));
+}
+
+TEST_F(ReplayInputTest, AGapThatIsToBeSkippedCountsAsOneFrame) {
+    options_.skip_gaps = true;
+    open(service_test::log_of(service_test::frames_of(2, 3600000000)));
+    next();
+    EXPECT_LE(input_->due(), Clock::now() + std::chrono::milliseconds(34));
+}
+
 TEST_F(ReplayInputTest, AtTwiceTheRateAFrameIsDueAfterHalfTheTime) {
     options_.rate = 2;
     open(service_test::log_of(service_test::frames_of(2, 500000)));
