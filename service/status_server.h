@@ -26,6 +26,8 @@ public:
     static constexpr std::chrono::seconds kReaderTime{2};
     /** Readers that are being served at one time; more are disconnected without a document. */
     static constexpr std::size_t kMostReaders = 32;
+    /** How often the socket's file is looked after: where it is gone it is made anew. */
+    static constexpr std::chrono::seconds kLookAfterEvery{5};
 
     /** Listens at `path` and has `block` watch. @throws Kit::InputError when it cannot be served.
      */
@@ -35,7 +37,7 @@ public:
 
     /**
      * Does what the block's current cycle has to do: takes at most one connection and answers it
-     * with what `document` returns, and goes on with those before.
+     * with what `document` returns, goes on with those before, and looks after the socket's file.
      */
     void serve(std::function<std::string()> const& document, Clock::time_point now);
 
@@ -59,6 +61,7 @@ private:
     Kit::FileDescriptor spare_;
     Petrel::FDPort* port_;
     std::list<Reader> readers_;
+    Clock::time_point look_after_due_;
 };
 
 }  // namespace Service

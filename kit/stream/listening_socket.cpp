@@ -12,6 +12,7 @@
 
 #include "kit/input_error.h"
 #include "kit/stream/unix_address.h"
+#include "log/ilog.h"
 
 namespace Kit {
 
@@ -59,7 +60,7 @@ bool names_file(std::string const& path, FileDescriptor const& file) noexcept {
 ListeningSocket::ListeningSocket(std::string path)
     : socket_path(std::move(path)), lock_path(socket_path + ".lock") {
     const UnixAddress checked(socket_path);
-    take_lock();
+    lock_file = take_lock();
     try {
         replace_stale_socket();
         listen_at_path();
@@ -88,15 +89,16 @@ std::string const& ListeningSocket::path() const noexcept {
 
 // The holder of the lock removes its file, so a lock counts only while the path still names the
 // file that was locked.
-void ListeningSocket::take_lock() {
+FileDescriptor ListeningSocket::take_lock() const {
     for (;;) {
-        lock_file.reset(open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-        if (!lock_file.valid()) throw system_failure(socket_path, "cannot create " + lock_path);
-        if (flock(lock_file.get(), LOCK_EX | LOCK_NB) != 0) {
+        FileDescriptor file(
+            open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (!file.valid()) throw system_failure(socket_path, "cannot create " + lock_path);
+        if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
             if (errno == EWOULDBLOCK) throw failure(socket_path, kInUse);
             throw system_failure(socket_path, "cannot lock " + lock_path);
         }
-        if (names_file(lock_path, lock_file)) return;
+        if (names_file(lock_path, file)) return file;
     }
 }
 
@@ -113,25 +115,57 @@ void ListeningSocket::replace_stale_socket() const {
     }
 }
 
+bool ListeningSocket::look_after() {
+    try {
+        if (!listen_again()) {
+            lost = false;
+            return false;
+        }
+        Petrel::ilog(1) << socket_path << ": was deleted; listening there again" << std::endl;
+        lost = false;
+        return true;
+    } catch (InputError const& error) {
+        if (!lost) Petrel::ilog(1) << error.what() << "; clients cannot connect" << std::endl;
+        lost = true;
+        return false;
+    }
+}
+
+/** Returns whether it was necessary. */
+bool ListeningSocket::listen_again() {
+    struct stat status = {};
+    if (lstat(socket_path.c_str(), &status) == 0) {
+        if (is_same_file(status, device, inode)) return false;
+        throw failure(socket_path, "was replaced by somebody else's");
+    }
+    if (errno != ENOENT) throw system_failure(socket_path, "cannot be examined");
+    if (!names_file(lock_path, lock_file)) lock_file = take_lock();
+    listen_at_path();
+    return true;
+}
+
+// An earlier descriptor keeps its number, by which its users know it.
 void ListeningSocket::listen_at_path() {
     const UnixAddress address(socket_path);
-    listening = open_socket();
-    if (!listening.valid()) throw system_failure(socket_path, "cannot open a socket");
-    if (bind(listening.get(), address.get(), address.size()) != 0) {
+    FileDescriptor fresh = open_socket();
+    if (!fresh.valid()) throw system_failure(socket_path, "cannot open a socket");
+    if (bind(fresh.get(), address.get(), address.size()) != 0) {
         throw system_failure(socket_path, "cannot listen");
     }
     struct stat status = {};
-    if (listen(listening.get(), SOMAXCONN) != 0 || lstat(socket_path.c_str(), &status) != 0) {
+    if (listen(fresh.get(), SOMAXCONN) != 0 || lstat(socket_path.c_str(), &status) != 0 ||
+        (listening.valid() && dup3(fresh.get(), listening.get(), O_CLOEXEC) < 0)) {
         const InputError failed = system_failure(socket_path, "cannot listen");
         unlink(socket_path.c_str());
         throw failed;
     }
+    if (!listening.valid()) listening = std::move(fresh);
     device = status.st_dev;
     inode = status.st_ino;
 }
 
 void ListeningSocket::release_lock() noexcept {
-    unlink(lock_path.c_str());
+    if (names_file(lock_path, lock_file)) unlink(lock_path.c_str());
     lock_file.reset();
 }
 

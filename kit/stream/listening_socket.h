@@ -36,17 +36,29 @@ public:
 
     std::string const& path() const noexcept;
 
+    /**
+     * Listens at the path again when the socket file is gone, as after a clean-up of its directory;
+     * to be called now and then by one thread at a time. Clients that are connected stay. A file
+     * that somebody else has put there stays too: then, and when the path cannot be served, that is
+     * logged, once until the path is this object's again.
+     *
+     * @return whether there is another socket behind fd(), which keeps its number.
+     */
+    bool look_after();
+
 private:
-    void take_lock();
+    FileDescriptor take_lock() const;
     void replace_stale_socket() const;
     void listen_at_path();
+    bool listen_again();
     void release_lock() noexcept;
 
     std::string socket_path;
     std::string lock_path;
     FileDescriptor lock_file;
     FileDescriptor listening;
-    dev_t device = 0;  // of the socket file, with `inode` its identity
+    bool lost = false;  // the path, and that was logged
+    dev_t device = 0;   // of the socket file, with `inode` its identity
     ino_t inode = 0;
 };
 

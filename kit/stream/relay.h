@@ -22,6 +22,9 @@ struct RelayOptions {
     /** The bytes of the frames that wait for one client behind the one that goes out, at most. A
      * frame is queued whatever its size when nothing else waits there. */
     std::size_t queue_bytes = 8 * 1024 * 1024;
+    /** How often the socket's file is looked after: where it is gone it is made anew. 0 or less:
+     * never. */
+    std::chrono::milliseconds look_after_every{5000};
 };
 
 /** One connected client. */

@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <asio/post.hpp>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
+#include "kit/stream/signals_blocked.h"
 #include "kit/stream/stream_format.h"
 #include "log/ilog.h"
 
@@ -26,22 +26,6 @@ constexpr int kAcceptsATurn = 16;
  */
 constexpr std::chrono::milliseconds kAcceptAgainAfter{50};
 
-/** Blocks all signals for the calling thread, and so for the threads that it starts. */
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
-    SignalsBlocked(SignalsBlocked const&) = delete;
-    SignalsBlocked& operator=(SignalsBlocked const&) = delete;
-
-private:
-    sigset_t before = {};
-};
-
 FileDescriptor duplicate(int fd, std::string const& purpose) {
     FileDescriptor copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
     if (copy.valid()) return copy;
@@ -52,8 +36,8 @@ FileDescriptor duplicate(int fd, std::string const& purpose) {
 
 RelayServer::RelayServer(RelayOptions relay_options)
     : options(std::move(relay_options)), socket(options.socket_path) {
-    acceptor.assign(duplicate(socket->fd(), "Failed to listen").release());
-    wait_for_clients();
+    listen();
+    look_after_socket();
     const SignalsBlocked signals_blocked;
     thread = std::thread([this] { context.run(); });
 }
@@ -116,6 +100,29 @@ void RelayServer::stop(std::chrono::milliseconds grace) {
     }
     asio::post(context, [this, grace] { begin_stop(grace); });
     thread.join();
+}
+
+void RelayServer::listen() {
+    acceptor.assign(duplicate(socket->fd(), "Failed to listen").release());
+    wait_for_clients();
+}
+
+void RelayServer::look_after_socket() {
+    if (options.look_after_every.count() <= 0) return;
+    look_after_timer.expires_after(options.look_after_every);
+    look_after_timer.async_wait([this](std::error_code const& error) {
+        if (error || stopping) return;
+        if (socket->look_after()) {
+            accept_timer.cancel();
+            acceptor.close();
+        }
+        try {
+            if (!acceptor.is_open()) listen();
+        } catch (std::system_error const& failure) {
+            accept_again_later(failure.what());  // to be listened to at the next look
+        }
+        look_after_socket();
+    });
 }
 
 void RelayServer::wait_for_clients() {
@@ -248,6 +255,7 @@ void RelayServer::source_ended(RelaySource& source) {
 void RelayServer::begin_stop(std::chrono::milliseconds grace) {
     stopping = true;
     accept_timer.cancel();
+    look_after_timer.cancel();
     acceptor.close();
     socket.reset();
     for (auto const& source : std::exchange(sources, {})) source->finish();

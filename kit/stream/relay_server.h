@@ -47,6 +47,8 @@ private:
     void source_fault(std::string const& reason) override;
     void source_ended(RelaySource& source) override;
 
+    void listen();
+    void look_after_socket();
     void wait_for_clients();
     void accept_clients();
     bool is_full() const;
@@ -72,6 +74,7 @@ private:
     std::optional<ListeningSocket> socket;
     asio::posix::stream_descriptor acceptor{context};  // a duplicate of the socket's descriptor
     asio::steady_timer accept_timer{context};
+    asio::steady_timer look_after_timer{context};
     asio::steady_timer grace_timer{context};
     std::vector<std::shared_ptr<RelaySource>> sources;
     // Queued by sources since clients were flushed.

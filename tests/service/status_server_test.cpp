@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <vector>
 
@@ -115,6 +116,15 @@ TEST_F(StatusServerTest, WithoutDescriptorsAReaderIsDisconnectedAndDoesNotWait) 
     setrlimit(RLIMIT_NOFILE, &old);
     EXPECT_EQ(read_to_end(reader), "");
     EXPECT_EQ(block_.poll(0), 0);
+}
+
+TEST_F(StatusServerTest, ADeletedSocketIsMadeAnewInTime) {
+    serve();
+    unlink(kPath);
+    serve("late", Service::StatusServer::kLookAfterEvery);
+    const auto reader = connect_to(kPath);
+    serve("hello");
+    EXPECT_EQ(read_to_end(reader), "hello");
 }
 
 }  // namespace

@@ -8,11 +8,13 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
 #include <memory>
 #include <thread>
 
 #include "kit/input_error.h"
 #include "kit/stream/unix_address.h"
+#include "support/captured_log.h"
 #include "support/private_paths.h"
 #include "support/system_calls.h"
 
@@ -164,6 +166,97 @@ TEST_F(ListeningSocketTest, ASocketThatSomebodyElsePutAtThePathStays) {
     leave_stale_socket();
     socket.reset();
     EXPECT_THAT(files(), ElementsAre("radar.sock"));
+}
+
+/** A socket whose file is looked after. */
+class ListeningSocketAgainTest : public ListeningSocketTest {
+protected:
+    void SetUp() override {
+        ListeningSocketTest::SetUp();
+        if (!IsSkipped()) listening = std::make_unique<ListeningSocket>(kPath);
+    }
+
+    static bool can_connect() {
+        const Kit::FileDescriptor client(::socket(AF_UNIX, SOCK_STREAM, 0));
+        return Kit::connect_to(client.get(), Kit::UnixAddress(kPath));
+    }
+
+    static std::vector<std::string> log() {
+        std::vector<std::string> texts;
+        for (auto const& line : test_support::captured_log()) texts.push_back(line.text);
+        return texts;
+    }
+
+    std::unique_ptr<ListeningSocket> listening;
+};
+
+TEST_F(ListeningSocketAgainTest, ASocketThatIsThereStays) {
+    EXPECT_FALSE(listening->look_after());
+    EXPECT_TRUE(can_connect());
+    EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(ListeningSocketAgainTest, ADeletedSocketIsMadeAnewBehindTheSameDescriptor) {
+    const int before = listening->fd();
+    unlink(kPath);
+    EXPECT_TRUE(listening->look_after());
+    EXPECT_EQ(listening->fd(), before);
+    EXPECT_TRUE(can_connect());
+    EXPECT_THAT(log(), ElementsAre("/tmp/run/radar.sock: was deleted; listening there again\n"));
+}
+
+TEST_F(ListeningSocketAgainTest, ADeletedLockIsTakenAgain) {
+    unlink(kPath);
+    unlink("/tmp/run/radar.sock.lock");
+    EXPECT_TRUE(listening->look_after());
+    EXPECT_EQ(failure_at(kPath), "/tmp/run/radar.sock: already in use by a running service");
+}
+
+TEST_F(ListeningSocketAgainTest, ASocketThatWasMadeAnewIsRemovedAtTheEnd) {
+    unlink(kPath);
+    listening->look_after();
+    listening.reset();
+    EXPECT_THAT(files(), IsEmpty());
+}
+
+TEST_F(ListeningSocketAgainTest, WhatSomebodyElseHasPutThereStaysAndIsLoggedOnce) {
+    unlink(kPath);
+    test_support::write_file(kPath, "theirs");
+    EXPECT_FALSE(listening->look_after());
+    EXPECT_FALSE(listening->look_after());
+    EXPECT_EQ(test_support::read_file(kPath), "theirs");
+    EXPECT_THAT(log(), ElementsAre("/tmp/run/radar.sock: was replaced by somebody else's; clients "
+                                   "cannot connect\n"));
+}
+
+TEST_F(ListeningSocketAgainTest, AnotherServiceThatHasTakenThePathKeepsItAndItsLock) {
+    unlink(kPath);
+    unlink("/tmp/run/radar.sock.lock");
+    const ListeningSocket other(kPath);
+    EXPECT_FALSE(listening->look_after());
+    listening.reset();
+    EXPECT_EQ(files().size(), 2U);
+    EXPECT_EQ(failure_at(kPath), "/tmp/run/radar.sock: already in use by a running service");
+}
+
+TEST_F(ListeningSocketAgainTest, ALockThatAnotherServiceHasTakenIsRespected) {
+    unlink(kPath);
+    unlink("/tmp/run/radar.sock.lock");
+    const ListeningSocket other(kPath);
+    unlink(kPath);
+    EXPECT_FALSE(listening->look_after());
+    EXPECT_FALSE(listening->look_after());
+    EXPECT_THAT(files(), ElementsAre("radar.sock.lock"));
+}
+
+TEST_F(ListeningSocketAgainTest, AMissingDirectoryIsLoggedOnceAndServedWhenItIsBack) {
+    std::filesystem::remove_all("/tmp/run");
+    EXPECT_FALSE(listening->look_after());
+    EXPECT_FALSE(listening->look_after());
+    EXPECT_EQ(log().size(), 1U);
+    mkdir("/tmp/run", 0700);
+    EXPECT_TRUE(listening->look_after());
+    EXPECT_TRUE(can_connect());
 }
 
 TEST_F(ListeningSocketTest, APathIsFreeAgainAfterItsServiceWasKilled) {

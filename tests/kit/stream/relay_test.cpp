@@ -1,6 +1,7 @@
 #include "kit/stream/relay.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <thread>
@@ -161,6 +162,19 @@ TEST_F(RelayTest, ASecondRelayAtThePathIsRefused) {
     } catch (Kit::InputError const& error) {
         EXPECT_STREQ(error.what(), "/tmp/radar.sock: already in use by a running service");
     }
+}
+
+TEST_F(RelayTest, AfterItsSocketWasDeletedNewClientsAreServedBesideThoseThatAreThere) {
+    Kit::RelayOptions options{kPath, 64, kNever};
+    options.look_after_every = 5ms;
+    relay = std::make_unique<Kit::Relay>(options);
+    const Client before = connect();
+    unlink(kPath);
+    ASSERT_TRUE(eventually([] { return !log().empty(); }));
+    const Client after = connect();
+    publish(1, 20);
+    EXPECT_EQ(receive(before, 20), numbers(1, 20));
+    EXPECT_EQ(receive(after, 20), numbers(1, 20));
 }
 
 TEST_F(RelayTest, SignalsOfTheProcessAreNotTheRelaysThread) {
