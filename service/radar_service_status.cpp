@@ -69,8 +69,9 @@ void RadarService::register_status_items() {
                                       : std::string("none");
     });
     registry.set_radar_status_callback("recording", [this] {
-        const std::string file = recorders_.status()["objects"].file;
-        return file.empty() ? std::string("off") : file;
+        const Kit::RecorderStatus objects = recorders_.status()["objects"];
+        if (!objects.file.empty()) return objects.file;
+        return std::string(objects.enabled ? "no file yet" : "off");
     });
     registry.set_radar_status_callback("watchdog", [this] {
         return std::string(failures_.is_data_missing() ? "expired" : "armed");

@@ -17,6 +17,10 @@ bool has_frames(json const& status) {
     return number(status["counters"]["frames"]) > 0;
 }
 
+bool has_file(json const& status) {
+    return status["items"]["recording"] != "no file yet";
+}
+
 bool has_failed(json const& status) {
     return status["failure"]["flag"].get<bool>();
 }
@@ -64,7 +68,7 @@ TEST_F(HostStatusTest, TheInputIsTold) {
 
 TEST_F(HostStatusTest, TheItemsOfTheRegistryAreTold) {
     start_scene();
-    const json items = host_->await_status(has_frames)["items"];
+    const json items = host_->await_status(has_file)["items"];
     EXPECT_THAT(items["input"].get<std::string>(), StartsWith("scene:1, "));
     EXPECT_EQ(items["failure"], "none");
     EXPECT_EQ(items["watchdog"], "armed");
