@@ -1,17 +1,10 @@
 // The verb play.
 
-#include <gmock/gmock.h>
-
 #include <csignal>
 #include <filesystem>
-#include <memory>
 #include <thread>
 
-#include "kit/recording/recording_bytes.h"
-#include "kit/stream/frames.h"
-#include "kit/stream/stream_client.h"
-#include "program.h"
-#include "support/private_paths.h"
+#include "play_fixture.h"
 
 namespace {
 
@@ -21,72 +14,15 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
+using tools_test::kBegin;
+using tools_test::kRecording;
+using tools_test::kSocket;
 using tools_test::Outcome;
 using tools_test::Program;
+using tools_test::recording;
 using tools_test::run;
 
-constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
-constexpr char kSocket[] = "/tmp/play.sock";
-constexpr uint64_t kBegin = 1747301407000000;
-
-/** A recording of frames that are `step_us` apart, with as many targets as their number says. */
-std::string recording(int frames, uint64_t step_us, int targets = 1) {
-    std::string bytes = test_support::header(static_cast<uint32_t>(frames));
-    for (int i = 0; i < frames; ++i) {
-        bytes += test_support::record(
-            test_support::frame(kBegin + static_cast<uint64_t>(i) * step_us, targets));
-    }
-    return bytes;
-}
-
-class PlayTest : public test_support::PrivatePathsTest {
-protected:
-    static std::vector<std::string> with_defaults(std::vector<std::string> const& options) {
-        std::vector<std::string> arguments = {"play", kRecording, "--socket", kSocket};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        return arguments;
-    }
-
-    std::unique_ptr<Program> start(std::vector<std::string> const& options,
-                                   tools_test::Surroundings const& surroundings = {}) const {
-        return std::make_unique<Program>(with_defaults(options), surroundings);
-    }
-
-    /** Connects as soon as the program serves. */
-    static std::unique_ptr<StreamClient> connect() {
-        std::unique_ptr<StreamClient> client;
-        EXPECT_TRUE(stream_test::eventually([&] {
-            try {
-                client = std::make_unique<StreamClient>(kSocket);
-            } catch (std::exception const&) {
-                return false;
-            }
-            return true;
-        }));
-        return client;
-    }
-
-    /** The next frame's time after the recording's begin, in us; none at the end of the stream. */
-    static std::vector<uint64_t> next(StreamClient& client, std::size_t count = 1) {
-        std::vector<uint64_t> times;
-        Kit::StreamFrame frame;
-        while (times.size() < count &&
-               client.next(frame, std::chrono::seconds(30)) == StreamClient::Result::kFrame) {
-            times.push_back(frame.objects.timestamp() - kBegin);
-        }
-        return times;
-    }
-
-    /** Plays to the end for one client and gives the times of its frames. */
-    static std::vector<uint64_t> played(std::vector<std::string> options) {
-        options.insert(options.end(), {"--rate", "max", "--wait"});
-        Program program(with_defaults(options));
-        const auto client = connect();
-        auto times = next(*client, 100000);
-        EXPECT_EQ(program.finish().status, 0);
-        return times;
-    }
-};
+class PlayTest : public tools_test::PlayTest {};
 
 TEST_F(PlayTest, AClientGetsThePayloadsByteForByte) {
     // Not as this project encodes frames: an unknown field, and the timestamp in front.
@@ -131,6 +67,23 @@ TEST_F(PlayTest, FramesComeNotFasterThanTheyWereRecorded) {
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_THAT(next(*client, 2), ElementsAre(30000, 60000));
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(50));
+}
+
+TEST_F(PlayTest, AGapOfTheRecordingIsKept) {
+    test_support::write_file(kRecording, recording(2, 4000000));
+    const auto program = start({"--wait", "--rate", "100"});
+    const auto client = connect();
+    next(*client);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(next(*client), ElementsAre(4000000));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(30));
+}
+
+TEST_F(PlayTest, AGapThatIsToBeSkippedIsLeftOut) {
+    test_support::write_file(kRecording, recording(2, 3600000000));
+    const auto program = start({"--wait", "--skip-gaps"});
+    const auto client = connect();
+    EXPECT_THAT(next(*client, 2), ElementsAre(0, 3600000000));
 }
 
 TEST_F(PlayTest, AFastReaderGetsEveryFrameAsFastAsPossible) {
@@ -335,95 +288,6 @@ TEST_F(PlayTest, AMissingFileIsAFailure) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
               std::string("petrelradar play: ") + kRecording + ": No such file or directory\n");
-}
-
-/** With a person at a terminal. */
-class PlayKeysTest : public PlayTest {
-protected:
-    void SetUp() override {
-        PlayTest::SetUp();
-        if (IsSkipped()) return;
-        test_support::write_file(kRecording, recording(4000, 50000));
-        program = start({"--paused"}, {{}, 120, 24, true});
-        client = connect();
-        EXPECT_TRUE(program->prints("1 client "));
-    }
-
-    std::unique_ptr<Program> program;
-    std::unique_ptr<StreamClient> client;
-};
-
-TEST_F(PlayKeysTest, TheStatusLineTellsStateRateAndClients) {
-    EXPECT_THAT(program->out(), HasSubstr("paused  x1  0:00.0"));
-}
-
-TEST_F(PlayKeysTest, SpaceGoesOn) {
-    program->type(" ");
-    EXPECT_THAT(next(*client, 2), ElementsAre(0, 50000));
-    EXPECT_TRUE(program->prints("playing x1"));
-}
-
-TEST_F(PlayKeysTest, APointSendsOneFrame) {
-    program->type("..");
-    EXPECT_THAT(next(*client, 2), ElementsAre(0, 50000));
-    Kit::StreamFrame frame;
-    EXPECT_EQ(client->next(frame, std::chrono::milliseconds(40)), StreamClient::Result::kTimeout);
-}
-
-TEST_F(PlayKeysTest, ACommaSendsTheFrameBefore) {
-    program->type("...,");
-    EXPECT_THAT(next(*client, 4), ElementsAre(0, 50000, 100000, 50000));
-}
-
-TEST_F(PlayKeysTest, ArrowsGoToAnotherTime) {
-    program->type("\x1b[C.");
-    EXPECT_THAT(next(*client), ElementsAre(10000000));
-    program->type("\x1b[A.");
-    EXPECT_THAT(next(*client), ElementsAre(70000000));
-    program->type("\x1b[D.");
-    EXPECT_THAT(next(*client), ElementsAre(60000000));
-    program->type("\x1b[B.");
-    EXPECT_THAT(next(*client), ElementsAre(0));
-}
-
-TEST_F(PlayKeysTest, HomeGoesToTheFirstFrame) {
-    program->type("...\x1b[H.");
-    EXPECT_THAT(next(*client, 4), ElementsAre(0, 50000, 100000, 0));
-}
-
-TEST_F(PlayKeysTest, BehindTheLastFrameItEnds) {
-    program->type("\x1b[A\x1b[A\x1b[A\x1b[A");
-    EXPECT_EQ(program->finish().status, 0);
-}
-
-TEST_F(PlayKeysTest, TheRateIsChanged) {
-    program->type("++");
-    EXPECT_TRUE(program->prints("x4 "));
-    program->type("---");
-    EXPECT_TRUE(program->prints("x0.5 "));
-    program->type("m");
-    EXPECT_TRUE(program->prints("max "));
-    program->type("1");
-    program->forget_output();
-    EXPECT_TRUE(program->prints("x1 "));
-}
-
-TEST_F(PlayKeysTest, QEndsItAndTheLineGoes) {
-    program->type(".q");
-    const Outcome outcome = program->finish();
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.out,
-                testing::EndsWith("\r\x1b[Kpetrelradar play: 1 frame to 1 client\r\n"));
-}
-
-TEST_F(PlayKeysTest, CtrlZGivesTheTerminalBackUntilItGoesOn) {
-    program->type("\x1a");
-    program->wait_until_stopped();
-    program->forget_output();
-    program->send_signal(SIGCONT);
-    EXPECT_TRUE(program->prints("paused  x1"));
-    program->type(".");
-    EXPECT_THAT(next(*client), ElementsAre(0));
 }
 
 }  // namespace
