@@ -4,7 +4,7 @@ namespace Tools {
 
 namespace {
 
-std::string quoted(std::string const& text) {
+std::string in_quotes(std::string const& text) {
     std::string result = "'";
     for (const char c : text) {
         if (c == '\'' || c == '\\') result += '\\';
@@ -24,8 +24,8 @@ std::string verb_function(std::string const& program, std::vector<Command const*
     for (Command const* const command : commands) {
         if (command->path.empty()) continue;
         const bool outer = command->path == command->name;
-        text += "            case " + quoted((outer ? " " : "") + command->path) +
-                "\n                set verb " + quoted(command->path) + "\n";
+        text += "            case " + in_quotes((outer ? " " : "") + command->path) +
+                "\n                set verb " + in_quotes(command->path) + "\n";
     }
     return text +
            "        end\n"
@@ -42,11 +42,11 @@ std::string option_line(std::string const& begin, CommandOption const& option) {
     if (!option.choices.empty()) {
         std::string words;
         for (std::string const& word : option.choices) words += (words.empty() ? "" : " ") + word;
-        text += " -x -a " + quoted(words);
+        text += " -x -a " + in_quotes(words);
     } else if (!option.value.empty()) {
         text += option.takes_file() ? " -r -F" : " -x";
     }
-    return text + " -d " + quoted(option.description) + "\n";
+    return text + " -d " + in_quotes(option.description) + "\n";
 }
 
 }  // namespace
@@ -58,9 +58,9 @@ std::string fish_completion(Command const& program) {
     text += "complete -c " + program.name + " -f\n";
     for (Command const* const command : commands) {
         const std::string begin = "complete -c " + program.name + " -n \"__" + program.name +
-                                  "_at " + quoted(command->path) + "\"";
+                                  "_at " + in_quotes(command->path) + "\"";
         for (Command const& verb : command->verbs) {
-            text += begin + " -a " + verb.name + " -d " + quoted(verb.summary) + "\n";
+            text += begin + " -a " + verb.name + " -d " + in_quotes(verb.summary) + "\n";
         }
         for (CommandOption const& option : command->options) text += option_line(begin, option);
         for (CommandOption const& argument : command->arguments) {

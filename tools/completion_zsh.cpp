@@ -5,7 +5,7 @@ namespace Tools {
 namespace {
 
 /** A text between single quotes, in which the characters that _arguments reads are not special. */
-std::string quoted(std::string const& text) {
+std::string in_quotes(std::string const& text) {
     std::string result;
     for (const char c : text) {
         if (c == '\'') {
@@ -38,8 +38,8 @@ std::string option_specs(Command const& command) {
     std::string text;
     for (CommandOption const& option : command.options) {
         for (std::string const& name : option.names) {
-            text += " \\\n        '" + name + "[" + quoted(option.description) + "]";
-            if (!option.value.empty()) text += ":" + quoted(option.value) + ":" + action(option);
+            text += " \\\n        '" + name + "[" + in_quotes(option.description) + "]";
+            if (!option.value.empty()) text += ":" + in_quotes(option.value) + ":" + action(option);
             text += "'";
         }
     }
@@ -49,7 +49,7 @@ std::string option_specs(Command const& command) {
 std::string argument_specs(Command const& command) {
     std::string text;
     for (CommandOption const& argument : command.arguments) {
-        text += " \\\n        '*:" + quoted(argument.value) + ":" + action(argument) + "'";
+        text += " \\\n        '*:" + in_quotes(argument.value) + ":" + action(argument) + "'";
         break;  // what is true of a verb's first argument is so of the others
     }
     return text;
@@ -68,7 +68,7 @@ std::string verbs_function(std::string const& program, Command const& command) {
                        "        verb)\n"
                        "            local -a verbs=(";
     for (Command const& verb : command.verbs) {
-        text += "\n                '" + verb.name + ":" + quoted(verb.summary) + "'";
+        text += "\n                '" + verb.name + ":" + in_quotes(verb.summary) + "'";
     }
     text +=
         ")\n            _describe verb verbs ;;\n        argument)\n            case $line[1] in\n";
