@@ -82,15 +82,6 @@ void keep(fs::path const& root, fs::path const& path) {
     bind_mount(path, target);
 }
 
-/** Whether the source or build folder was kept below this entry of a private directory. */
-bool leads_to_the_build(fs::path const& entry) {
-    const std::string below = entry.string() + "/";
-    const auto holds = [&](char const* folder) {
-        return (std::string(folder) + "/").rfind(below, 0) == 0;
-    };
-    return holds(PETRELRADAR_SOURCE_DIR) || holds(PETRELRADAR_BINARY_DIR);
-}
-
 void fill_root(fs::path const& root) {
     for (fs::directory_entry const& entry : fs::directory_iterator("/")) {
         const fs::path name = entry.path().filename();
@@ -167,6 +158,14 @@ std::string read_file(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << "cannot read " << path;
     return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+bool leads_to_the_build(std::string const& path) {
+    const std::string below = path + "/";
+    const auto holds = [&](char const* folder) {
+        return (std::string(folder) + "/").rfind(below, 0) == 0;
+    };
+    return holds(PETRELRADAR_SOURCE_DIR) || holds(PETRELRADAR_BINARY_DIR);
 }
 
 std::vector<std::string> list_directory(std::string const& path) {

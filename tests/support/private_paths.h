@@ -24,6 +24,9 @@ void write_file(std::string const& path, std::string const& content);
 /** The content of a file, as bytes; fails the test when there is none. */
 std::string read_file(std::string const& path);
 
+/** Whether the source or the build folder, kept in "/tmp" where it lies there, is below `path`. */
+bool leads_to_the_build(std::string const& path);
+
 /**
  * The names in a directory, sorted; none when there is no directory. A build folder that lies in
  * "/tmp" is left out.
