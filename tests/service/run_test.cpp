@@ -94,6 +94,14 @@ TEST_F(RunTest, AfterItsSecondsItEndsAndLeavesNothingButTheRecording) {
     EXPECT_EQ(left("petrelradar-run-").size(), 0U);
 }
 
+TEST_F(RunTest, WhereNobodyReadsItsOutputItEndsAndLeavesNothing) {
+    const std::string command = PETRELRADAR_SOURCE_DIR "/run --build " PETRELRADAR_BINARY_DIR
+                                                       " 2>/tmp/errors | head -n 1 >/dev/null";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    EXPECT_EQ(left("petrelradar-run-").size(), 0U);
+    EXPECT_EQ(left("radar_").size(), 1U);
+}
+
 TEST_F(RunTest, WithoutAPlaceForAChipItSaysSoAndPlaysTheInput) {
     write_log(30);
     std::filesystem::remove("/dev/fuse");
