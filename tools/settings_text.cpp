@@ -59,6 +59,20 @@ std::string_view key_of(std::string_view line) {
     return trimmed(inside.substr(0, sign));
 }
 
+/**
+ * Where the value that begins there ends. A key file has comments on lines of their own only, but
+ * an integer is read up to the first blank, so that people write them behind it.
+ */
+std::size_t end_of_value(std::string const& line, std::size_t begin) {
+    const std::size_t end = std::min(line.find_first_of("\r\n", begin), line.size());
+    std::size_t sign = line.find('#', begin);
+    while (sign > begin && sign < end && line[sign - 1] != ' ' && line[sign - 1] != '\t') {
+        sign = line.find('#', sign + 1);
+    }
+    if (sign == begin) return begin;
+    return sign < end ? line.find_last_not_of(" \t", sign - 1) + 1 : end;
+}
+
 std::string line_number(std::size_t index) {
     return "line " + std::to_string(index + 1);
 }
@@ -181,8 +195,9 @@ void SettingsText::set(std::string const& key, int32_t new_value) {
         std::string& line = lines[places.back()].text;
         const std::size_t sign = line.find('=') + 1;
         const std::size_t begin = std::min(line.find_first_not_of(" \t\f\v", sign), line.size());
-        const std::size_t end = std::min(line.find_first_of("\r\n", begin), line.size());
-        line.replace(begin, end - begin, value_text);
+        const std::size_t end = end_of_value(line, begin);
+        const bool touches_comment = end < line.size() && line[end] == '#';
+        line.replace(begin, end - begin, value_text + (touches_comment ? " " : ""));
     }
     take_values();
 }

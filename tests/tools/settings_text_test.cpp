@@ -61,6 +61,10 @@ const Edit kEdits[] = {
     {"AddedWithTheGroup", "# only\n[X]\nA=1", "# only\n[X]\nA=1\n\n[Radar]\nA=7\n"},
     {"AddedWithTheFilesLineEnds", "[Radar]\r\nB=1\r\n", "[Radar]\r\nB=1\r\nA=7\r\n"},
     {"OtherCaseIsAnotherKey", "[Radar]\na=1\n", "[Radar]\na=1\nA=7\n"},
+    {"CommentBehindTheValueStays", "[Radar]\nA=1  # why\nB=2\n", "[Radar]\nA=7  # why\nB=2\n"},
+    {"CommentBehindAValueThatWasNoInteger", "[Radar]\nA=x # why\r\n", "[Radar]\nA=7 # why\r\n"},
+    {"CommentInThePlaceOfAValueStays", "[Radar]\nA= # why\n", "[Radar]\nA= 7 # why\n"},
+    {"OtherWordsBehindTheValueGo", "[Radar]\nA=1 2#3 #4\n", "[Radar]\nA=7 #4\n"},
     {"ValueThatWasNoInteger", "[Radar]\nA=abc\n", "[Radar]\nA=7\n"},
 };
 
