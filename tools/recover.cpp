@@ -50,8 +50,9 @@ public:
         : console(console_),
           report(options.format, options.input.source, console.out),
           findings([this](DoctorFinding const& finding) { use(finding); }),
+          is_text(options.format == "text"),
           recovery(options.directory, options.force,
-                   [this](SavedRecording const& saved) { report.add(saved); }) {}
+                   [this](SavedRecording const& saved) { add(saved); }) {}
 
     ExitStatus run(FrameInput& input) {
         while (input.next()) {
@@ -69,6 +70,12 @@ public:
     }
 
 private:
+    /** What has been saved is there, and told, whatever goes wrong later. */
+    void add(SavedRecording const& saved) {
+        report.add(saved);
+        if (is_text) console.out.flush();
+    }
+
     void use(DoctorFinding const& finding) {
         sum.add(finding);
         report.add(finding);
@@ -89,6 +96,7 @@ private:
     ProgressBar bar{ProgressBar::Use::kNotBesideData};
     RecoverReport report;
     DoctorFindings findings;
+    bool is_text;
     Recovery recovery;
     FindingSum sum;
     std::string first_error;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "../kit/recording/recording_bytes.h"
@@ -224,6 +225,18 @@ TEST_F(RecoverTest, AFailedFlushIsAFailureAndLeavesNoFile) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
               std::string("petrelradar recover: ") + kSaved + ": Input/output error\n");
+}
+
+TEST_F(RecoverTest, WhatWasKeptBeforeAFailureIsTold) {
+    std::filesystem::create_directories("/tmp/saved");
+    std::filesystem::create_directories("/tmp/card");
+    write_file("/tmp/card/radar_150525_093007_042.data", header(2) + records(2));
+    write_file("/tmp/card/radar_150525_093007_142.data", header(2) + records(2, 2));
+    write_file("/tmp/saved/radar_150525_093007_142.data", "dear");
+    recover("/tmp/card");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.out, StartsWith("kept      /tmp/card/radar_150525_093007_042.data: "));
+    EXPECT_EQ(read_file(kSaved), header(2) + records(2));
 }
 
 TEST_F(RecoverTest, AnOutputThatIsNoDirectoryIsAFailure) {
