@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include "kit/input_error.h"
@@ -15,10 +16,20 @@ namespace {
 
 constexpr std::size_t kPieceSize = 65536;
 
+constexpr int kPatienceMilliseconds = 500;
+
 /** Waits until a descriptor that somebody else made non-blocking takes more. */
 void wait_until_writable(int fd) {
     pollfd wait = {fd, POLLOUT, 0};
     poll(&wait, 1, -1);
+}
+
+/** What can be written at once without the program being held up when it has to end. */
+std::string_view next_piece(int fd, std::string_view left) {
+    if (!was_interrupted()) return left;
+    pollfd wait = {fd, POLLOUT, 0};
+    if (poll(&wait, 1, kPatienceMilliseconds) == 0) throw OutputStuck();
+    return left.substr(0, PIPE_BUF);  // so much a pipe takes that takes anything
 }
 
 }  // namespace
@@ -42,10 +53,11 @@ void Output::flush() {
 
 void Output::put(std::string_view left) const {
     while (!left.empty()) {
-        const ssize_t written = ::write(descriptor, left.data(), left.size());
+        const std::string_view piece = next_piece(descriptor, left);
+        const ssize_t written = ::write(descriptor, piece.data(), piece.size());
         if (written >= 0) {
             left.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno == EPIPE || (errno == EINTR && was_interrupted())) {
+        } else if (errno == EPIPE) {
             throw OutputClosed();
         } else if (errno == EAGAIN) {
             wait_until_writable(descriptor);

@@ -5,16 +5,20 @@
 
 namespace Tools {
 
-/** Whoever read standard output has gone, or the person at the terminal ended the program. */
+/** Whoever read standard output has gone. */
 struct OutputClosed {};
+
+/** The person at the terminal ended the program, and whoever reads standard output does not. */
+struct OutputStuck : OutputClosed {};
 
 /**
  * Standard output: collects data and hands it over in large pieces, or when it is told to. What was
  * not flushed is lost when the object is destroyed. One thread at a time.
  *
  * write() and flush() throw OutputClosed when nobody reads any more (the program then ends quietly:
- * "petrelradar ... | head"), and Kit::InputError when the system refuses the data ("standard
- * output: No space left on device").
+ * "petrelradar ... | head"), OutputStuck when a reader takes nothing for half a second after the
+ * program was interrupted, and Kit::InputError when the system refuses the data ("standard output:
+ * No space left on device").
  */
 class Output {
 public:

@@ -78,6 +78,9 @@ ExitStatus finish(std::string const& verb, Work work) {
         const ExitStatus status = work(console);
         console.out.flush();
         return status;
+    } catch (OutputStuck const&) {
+        console.messages.warn("interrupted; nobody took what was left for standard output");
+        return ExitStatus::kDamaged;
     } catch (OutputClosed const&) {
         return ExitStatus::kOk;
     } catch (UsageError const& error) {

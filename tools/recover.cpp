@@ -50,7 +50,6 @@ public:
         : console(console_),
           report(options.format, options.input.source, console.out),
           findings([this](DoctorFinding const& finding) { use(finding); }),
-          is_text(options.format == "text"),
           recovery(options.directory, options.force,
                    [this](SavedRecording const& saved) { add(saved); }) {}
 
@@ -73,7 +72,7 @@ private:
     /** What has been saved is there, and told, whatever goes wrong later. */
     void add(SavedRecording const& saved) {
         report.add(saved);
-        if (is_text) console.out.flush();
+        report.hand_over();
     }
 
     void use(DoctorFinding const& finding) {
@@ -96,7 +95,6 @@ private:
     ProgressBar bar{ProgressBar::Use::kNotBesideData};
     RecoverReport report;
     DoctorFindings findings;
-    bool is_text;
     Recovery recovery;
     FindingSum sum;
     std::string first_error;

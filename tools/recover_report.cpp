@@ -71,6 +71,15 @@ void RecoverReport::write(std::string const& text) {
     }
 }
 
+void RecoverReport::hand_over() {
+    if (is_json || reader_has_gone) return;
+    try {
+        out.flush();
+    } catch (OutputClosed const&) {
+        reader_has_gone = true;
+    }
+}
+
 void RecoverReport::print(Result const& result) {
     if (is_json) {
         print_json(result);

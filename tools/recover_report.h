@@ -20,6 +20,9 @@ public:
     void add(SavedRecording const& saved);
     void finish(bool interrupted);
 
+    /** Of a report as text, prints what there is so far. */
+    void hand_over();
+
     std::uint64_t recordings() const { return recording_count; }
     std::uint64_t records() const { return record_count; }
     std::uint64_t suspects() const { return suspect_count; }

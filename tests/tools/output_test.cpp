@@ -1,0 +1,65 @@
+// Standard output with readers that take their time, or leave.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "chip/chip_process.h"
+#include "recorded_frames.h"
+#include "support/private_paths.h"
+
+namespace {
+
+using chip_test::Ended;
+using test_support::write_file;
+
+/** With a recording of which more is to be printed than a pipe holds. */
+class SlowReaderTest : public test_support::PrivatePathsTest {
+protected:
+    void SetUp() override {
+        PrivatePathsTest::SetUp();
+        if (IsSkipped()) return;
+        write_file("/tmp/large.data", tools_test::steady_recording(20000, 50000));
+    }
+
+    /**
+     * Begins to print into a pipe that is open for reading, and goes on with `script`, in which
+     * "$P" is the program's process.
+     */
+    static Ended print_to_a_pipe(std::string const& arguments, std::string const& script) {
+        return chip_test::run(
+            {"sh", "-c",
+             "rm -f /tmp/pipe; mkfifo /tmp/pipe; exec 3<>/tmp/pipe; " PETRELRADAR_PROGRAM " " +
+                 arguments +
+                 " > /tmp/pipe 3>&- & P=$!; "
+                 "dd bs=1 count=1 <&3 >/dev/null 2>&1; " +
+                 script});
+    }
+};
+
+TEST_F(SlowReaderTest, AnInterruptedProgramEndsAlthoughNobodyReads) {
+    for (char const* const format : {"text", "csv"}) {
+        const Ended ended = print_to_a_pipe(
+            std::string("cat --format ") + format + " /tmp/large.data", "kill -TERM $P; wait $P");
+        EXPECT_EQ(ended.status, 3) << format;
+        EXPECT_EQ(ended.errors,
+                  "petrelradar cat: interrupted; nobody took what was left for standard output\n");
+    }
+}
+
+TEST_F(SlowReaderTest, ARecoveryGoesOnWhenTheReaderOfItsReportHasLeft) {
+    std::filesystem::create_directory("/tmp/card");
+    for (char const* const name :
+         {"radar_150525_093007_042.data", "radar_150525_093007_142.data"}) {
+        write_file(std::string("/tmp/card/") + name, tools_test::steady_recording(2, 50000));
+    }
+    const Ended ended =
+        chip_test::run({"sh", "-c",
+                        "mkfifo /tmp/pipe; exec 3<>/tmp/pipe 4>/tmp/pipe 3>&-; " PETRELRADAR_PROGRAM
+                        " recover /tmp/card -o /tmp/saved >&4"});
+    EXPECT_EQ(ended.errors, "");
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(test_support::list_directory("/tmp/saved").size(), 2U);
+}
+
+}  // namespace
