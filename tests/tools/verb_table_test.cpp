@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -16,9 +15,8 @@
 #include <thread>
 
 #include "program.h"
-#include "recorded_frames.h"
-#include "support/private_paths.h"
 #include "tools/verbs.h"
+#include "verb_rows.h"
 
 namespace {
 
@@ -32,65 +30,17 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using tools_test::kBegin;
+using tools_test::command;
+using tools_test::good_frame;
+using tools_test::good_recording;
+using tools_test::kFrames;
+using tools_test::kVerbs;
 using tools_test::Outcome;
 using tools_test::run;
-
-// In the arguments of a verb, in the place of what is read.
-constexpr char kSource[] = "SOURCE";
-constexpr char kGood[] = "/tmp/in/good.data";
-constexpr char kLater[] = "/tmp/in/later.data";
-constexpr int kFrames = 6;
-
-struct VerbRow {
-    std::string name;
-    std::vector<std::string> arguments;
-    std::string output;   // what it writes below /tmp/out; empty: nothing
-    bool prints = false;  // whether it has data for standard output
-    /** A file that is in the way of the output, where that is a folder. */
-    std::string obstacle = {};
-    /** Where it tells what is wrong with a file, no file is too wrong for it. */
-    int status_without_frames = 1;
-    /** What it says of a file that is being written, since there may be more of it later. */
-    std::string note_while_written = {};
-};
-
-std::ostream& operator<<(std::ostream& os, VerbRow const& verb) {
-    return os << verb.name;
-}
-
-const VerbRow kVerbs[] = {
-    {"cat", {kSource}, "", true},
-    {"cut", {kSource, "-o", "/tmp/out/part.data"}, "part.data"},
-    {"diff", {kSource, kGood}, "", true},
-    {"doctor", {kSource}, "", true, "", 3},
-    {"export", {kSource, "-o", "/tmp/out/all.mcap"}, "all.mcap"},
-    {"info", {kSource}, "", true},
-    {"merge", {kSource, kLater, "-o", "/tmp/out/both.data"}, "both.data"},
-    {"play", {kSource, "--socket", "/tmp/play.sock", "--rate", "max"}, ""},
-    {"plot", {kSource, "-o", "/tmp/out/walk.svg"}, "walk.svg"},
-    {"recover",
-     {kSource, "-o", "/tmp/out/saved"},
-     "saved",
-     true,
-     "saved/radar_150525_093007_042.data",
-     1,
-     "is being written: what is there so far is kept"},
-};
+using tools_test::VerbRow;
 
 /** Verbs that only read sockets, or have no source. They have tests of their own. */
 const std::set<std::string> kOthers = {"completion", "listen", "regs", "settings", "status"};
-
-std::string good_frame(int number) {
-    return tools_test::frame(kBegin + static_cast<std::uint64_t>(number) * 50000, {{2, 0.5F, 0}});
-}
-
-/** A recording of the frames from `first` to before `end`. */
-std::string good_recording(int first = 0, int end = kFrames) {
-    std::vector<std::string> frames;
-    for (int i = first; i < end; ++i) frames.push_back(good_frame(i));
-    return tools_test::recording(frames);
-}
 
 std::string damaged_recording() {
     std::string bytes = good_recording();
@@ -196,27 +146,7 @@ std::map<std::string, Trace> traces(std::string const& directory) {
     return all;
 }
 
-std::vector<std::string> command(VerbRow const& verb, std::string const& source) {
-    std::vector<std::string> words = {verb.name};
-    for (std::string const& word : verb.arguments) words.push_back(word == kSource ? source : word);
-    return words;
-}
-
-class VerbTest : public test_support::PrivatePathsTest {
-protected:
-    void SetUp() override {
-        PrivatePathsTest::SetUp();
-        if (IsSkipped()) return;
-        for (char const* const folder : {"/tmp/in", "/tmp/out"}) {
-            fs::remove_all(folder);
-            fs::create_directory(folder);
-        }
-        write_file(kGood, good_recording());
-        write_file(kLater, good_recording(kFrames, kFrames + 2));
-    }
-};
-
-class VerbOnSourceTest : public VerbTest,
+class VerbOnSourceTest : public tools_test::VerbTest,
                          public testing::WithParamInterface<std::tuple<VerbRow, SourceRow>> {
 protected:
     static VerbRow const& verb() { return std::get<0>(GetParam()); }
@@ -313,60 +243,6 @@ std::string name_of(testing::TestParamInfo<std::tuple<VerbRow, SourceRow>> const
 INSTANTIATE_TEST_SUITE_P(, VerbOnSourceTest,
                          testing::Combine(testing::ValuesIn(kVerbs), testing::ValuesIn(kSources)),
                          name_of);
-
-std::vector<VerbRow> verbs_with_output() {
-    std::vector<VerbRow> found;
-    for (VerbRow const& verb : kVerbs) {
-        if (!verb.output.empty()) found.push_back(verb);
-    }
-    return found;
-}
-
-class VerbWithOutputTest : public VerbTest, public testing::WithParamInterface<VerbRow> {
-protected:
-    /** Puts a file in the place of what the verb will write. */
-    void SetUp() override {
-        VerbTest::SetUp();
-        if (IsSkipped()) return;
-        write_file(kPath, good_recording());
-        obstacle_ =
-            "/tmp/out/" + (GetParam().obstacle.empty() ? GetParam().output : GetParam().obstacle);
-        fs::create_directories(fs::path(obstacle_).parent_path());
-        write_file(obstacle_, "dear");
-    }
-
-    std::string obstacle_;
-};
-
-TEST_P(VerbWithOutputTest, AFileThatIsThereStays) {
-    const Outcome outcome = run(command(GetParam(), kPath));
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err, "petrelradar " + GetParam().name + ": " + obstacle_ +
-                               ": is there; --force replaces it\n");
-    EXPECT_EQ(read_file(obstacle_), "dear");
-}
-
-TEST_P(VerbWithOutputTest, AFileThatIsThereIsReplacedByForce) {
-    std::vector<std::string> words = command(GetParam(), kPath);
-    words.emplace_back("--force");
-    const Outcome outcome = run(words);
-    EXPECT_EQ(outcome.err, "");
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_NE(read_file(obstacle_), "dear");
-}
-
-TEST_P(VerbWithOutputTest, AForcedFileStaysWhenTheSourceIsNone) {
-    write_file(kPath, "RIFF, a song of 1999");
-    std::vector<std::string> words = command(GetParam(), kPath);
-    words.emplace_back("--force");
-    EXPECT_EQ(run(words).status, 1);
-    EXPECT_EQ(read_file(obstacle_), "dear");
-    EXPECT_THAT(list_directory(fs::path(obstacle_).parent_path()),
-                ElementsAre(fs::path(obstacle_).filename()));
-}
-
-INSTANTIATE_TEST_SUITE_P(, VerbWithOutputTest, testing::ValuesIn(verbs_with_output()),
-                         [](auto const& test) { return test.param.name; });
 
 TEST(VerbTableTest, EveryVerbWithASourceIsInTheTable) {
     std::multiset<std::string> names(kOthers.begin(), kOthers.end());
