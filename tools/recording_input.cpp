@@ -3,6 +3,7 @@
 #include <poll.h>
 
 #include <filesystem>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -22,8 +23,13 @@ constexpr int kTickMs = 50;
 /** In how many ticks a directory is looked through for a file that the recorder has begun. */
 constexpr unsigned kTicksPerLook = 5;
 
-/** Ctrl-C came while the input had nothing to read. */
+/** Ctrl-C came while the input had nothing to read, or nothing but damage. */
 struct WaitInterrupted {};
+
+/** So that Ctrl-C ends also the search for a record in a file that has none for a long way. */
+void check_interruption(int /*fd*/) {
+    if (was_interrupted()) throw WaitInterrupted();
+}
 
 /** Waits until `fd` has something to read, or has ended. */
 void wait_for(int fd, std::function<void()> const& idle) {
@@ -123,7 +129,11 @@ void RecordingInput::open_file(Kit::RecordingFile file) {
 std::unique_ptr<RecordingScanner> RecordingInput::open_scanner(std::string const& path,
                                                                bool waits) const {
     auto input = std::make_unique<Kit::BlockReader>(path);
-    if (waits) input->set_wait([this](int fd) { wait_for(fd, idle); });
+    if (waits) {
+        input->set_wait([this](int fd) { wait_for(fd, idle); });
+    } else {
+        input->set_wait(check_interruption);
+    }
     return std::make_unique<RecordingScanner>(
         std::move(input),
         growing ? RecordingScanner::Tail::kGrowing : RecordingScanner::Tail::kComplete);
@@ -253,13 +263,17 @@ std::uint64_t find_last_timestamp(SourceName const& source, InputOptions const& 
     for (auto file = files.files().rbegin(); file != files.files().rend(); ++file) {
         std::optional<std::uint64_t> last;
         try {
-            RecordingScanner scanner(current_path(file->path));
+            auto input = std::make_unique<Kit::BlockReader>(current_path(file->path));
+            input->set_wait(check_interruption);
+            RecordingScanner scanner(std::move(input));
             for (auto item = scanner.next(); item != RecordingScanner::Item::kEnd;
                  item = scanner.next()) {
                 if (item == RecordingScanner::Item::kRecord)
                     last = scanner.record().frame.timestamp;
                 if (was_interrupted()) return 0;
             }
+        } catch (WaitInterrupted const&) {
+            return 0;
         } catch (Kit::InputError const&) {
             // The reading that follows tells what is the matter.
         }

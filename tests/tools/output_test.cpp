@@ -1,6 +1,7 @@
-// Standard output with readers that take their time, or leave.
+// Programs that are interrupted, and standard output with readers that take their time, or leave.
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -12,6 +13,7 @@ namespace {
 
 using chip_test::Ended;
 using test_support::write_file;
+using testing::HasSubstr;
 
 /** With a recording of which more is to be printed than a pipe holds. */
 class SlowReaderTest : public test_support::PrivatePathsTest {
@@ -60,6 +62,23 @@ TEST_F(SlowReaderTest, ARecoveryGoesOnWhenTheReaderOfItsReportHasLeft) {
     EXPECT_EQ(ended.errors, "");
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(test_support::list_directory("/tmp/saved").size(), 2U);
+}
+
+class EndlessDamageTest : public test_support::PrivatePathsTest {};
+
+TEST_F(EndlessDamageTest, IsLeftWhenTheProgramIsInterrupted) {
+    write_file("/tmp/large.data", tools_test::steady_recording(3, 50000));
+    ASSERT_EQ(truncate("/tmp/large.data", off_t{1} << 42), 0);  // an hour of zeros
+    for (char const* const arguments : {"info", "doctor", "cat --start -1s"}) {
+        const Ended ended = chip_test::run(
+            {"sh", "-c",
+             std::string(PETRELRADAR_PROGRAM " ") + arguments +
+                 " /tmp/large.data & P=$!; until cat /proc/$P/fdinfo/* 2>/dev/null | "
+                 "awk '/^pos/ && $2 > 10000000 { far = 1 } END { exit !far }'; do :; done; "
+                 "kill -TERM $P; wait $P"});
+        EXPECT_EQ(ended.status, 3) << arguments;
+        EXPECT_THAT(ended.errors, HasSubstr(": interrupted after "));
+    }
 }
 
 }  // namespace
