@@ -73,6 +73,10 @@ Program::Program(std::vector<std::string> const& arguments, Surroundings const& 
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> environment = surroundings.environment;  // the first of a name counts
     environment.insert(environment.end(), {"TERM=xterm", "PATH=/usr/bin:/bin"});
+    for (char const* const sanitizer : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+        char const* const options = getenv(sanitizer);
+        if (options != nullptr) environment.push_back(std::string(sanitizer) + "=" + options);
+    }
     const auto argv = pointers(words);
     const auto env = pointers(environment);
     const bool on_terminal = surroundings.columns > 0;

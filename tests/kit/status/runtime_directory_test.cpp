@@ -49,8 +49,10 @@ TEST_F(RuntimeDirectoryTest, RootHasADirectoryInRun) {
 }
 
 TEST_F(RuntimeDirectoryTest, EverybodyElseHasADirectoryInTmp) {
-    if (geteuid() == 0 && seteuid(65534) != 0) GTEST_SKIP() << "cannot be anybody else";
+    const uid_t user = geteuid();
+    if (user == 0 && seteuid(65534) != 0) GTEST_SKIP() << "cannot be anybody else";
     EXPECT_EQ(Kit::runtime_directory(), "/tmp/petrelradar-" + std::to_string(geteuid()));
+    ASSERT_EQ(seteuid(user), 0);
 }
 
 TEST_F(RuntimeDirectoryTest, TheDirectoryIsMadeForItsOwnerAlone) {
