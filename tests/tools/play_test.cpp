@@ -235,7 +235,7 @@ TEST_F(PlayTest, ALiveStreamIsPassedOn) {
     const auto first = start({"--wait", "--rate", "max"});
     ASSERT_TRUE(stream_test::eventually([] { return std::filesystem::exists(kSocket); }));
     Program second(
-        {"play", std::string("unix:") + kSocket, "--socket", "/tmp/second.sock", "--paused"});
+        {"play", std::string("unix:") + kSocket, "--socket", "/tmp/second.sock", "--wait"});
     std::unique_ptr<StreamClient> client;
     ASSERT_TRUE(stream_test::eventually([&] {
         try {
@@ -245,7 +245,6 @@ TEST_F(PlayTest, ALiveStreamIsPassedOn) {
         }
         return true;
     }));
-    second.send_signal(SIGUSR1);
     EXPECT_THAT(next(*client, 10), ElementsAre(0, 1000, 2000));
     EXPECT_EQ(second.finish().status, 0);
 }
