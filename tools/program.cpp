@@ -74,15 +74,16 @@ ExitStatus usage_failure(std::string const& verb, std::string const& text) {
 template <typename Work>
 ExitStatus finish(std::string const& verb, Work work) {
     Console console{Output(STDOUT_FILENO), Messages(verb)};
+    ExitStatus status = ExitStatus::kOk;
     try {
-        const ExitStatus status = work(console);
+        status = work(console);
         console.out.flush();
         return status;
     } catch (OutputStuck const&) {
         console.messages.warn("interrupted; nobody took what was left for standard output");
         return ExitStatus::kDamaged;
     } catch (OutputClosed const&) {
-        return ExitStatus::kOk;
+        return status;  // of the work, if that was done; a reader that leaves is all well
     } catch (UsageError const& error) {
         return usage_failure(verb, error.what());
     } catch (std::exception const& error) {
