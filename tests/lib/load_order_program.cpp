@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -48,14 +49,34 @@ bool is_the_library_s_own(void* object, void (*destructor)(void*)) {
     return !is_default_message && !is(destructor, "_ZNSt8ios_base4InitD1Ev");
 }
 
+/**
+ * Whether the object is a text. With hardened containers its destructor is a copy in the library,
+ * which has no name, so that a text is known by its layout: it points into itself when it is short.
+ */
+bool is_text(void* object, void (*destructor)(void*)) {
+    if (is(destructor, "_ZNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEED1Ev")) return true;
+    struct {
+        char const* data;
+        std::size_t size;
+        char own_bytes[16];  // the capacity, when they are not the text
+    } text = {};
+    static_assert(sizeof(text) == sizeof(std::string));
+    std::memcpy(&text, object, sizeof(text));
+    if (text.data == static_cast<char*>(object) + offsetof(decltype(text), own_bytes)) {
+        return text.size < sizeof(text.own_bytes);
+    }
+    std::size_t capacity = 0;
+    std::memcpy(&capacity, text.own_bytes, sizeof(capacity));
+    return text.data != nullptr && text.size > 0 && text.size <= capacity &&
+           text.data[text.size] == '\0';
+}
+
 /** What the library's static object is; empty for objects of others. */
 std::string name_of(void* object, void (*destructor)(void*)) {
     if (object == Radar::RadarStatusInterface::instance) return "registry";
     if (object == Radar::Configuration::instance) return "settings";
     if (!is_the_library_s_own(object, destructor)) return "";
-    if (is(destructor, "_ZNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEED1Ev")) {
-        return "text " + *static_cast<std::string*>(object);
-    }
+    if (is_text(object, destructor)) return "text " + *static_cast<std::string*>(object);
     return "unexpected object";
 }
 
