@@ -24,6 +24,9 @@ inline std::string frame(uint64_t timestamp, int targets = 2) {
     return Kit::stream_frame(payload(timestamp, targets));
 }
 
+/** So many targets that a socket does not hold their frame, however much it has sent before. */
+constexpr int kMoreThanASocketHolds = 35000;
+
 /** The stream frames with the timestamps `first` to `last`, one behind the other. */
 inline std::string frames(uint64_t first, uint64_t last) {
     std::string bytes;

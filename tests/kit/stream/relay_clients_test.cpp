@@ -11,6 +11,7 @@ namespace {
 
 using stream_test::eventually;
 using stream_test::frame;
+using stream_test::kMoreThanASocketHolds;
 using stream_test::numbers;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -68,7 +69,7 @@ TEST_F(RelayClientsTest, AHalfClosedClientThatClosesIsForgottenAlthoughNothingIs
 TEST_F(RelayClientsTest, AClientThatDiesInsideAFrameIsForgotten) {
     start();
     Client client = connect();
-    publish(1, 64, kLarge);
+    publish(1, 2, kMoreThanASocketHolds);
     ASSERT_TRUE(eventually([&] { return read_some(client, 20) == 20; }));
     client.reset();
     EXPECT_TRUE(eventually_no_clients());
@@ -77,7 +78,7 @@ TEST_F(RelayClientsTest, AClientThatDiesInsideAFrameIsForgotten) {
 TEST_F(RelayClientsTest, AStuckClientIsDroppedWithALogLine) {
     start(4, 20ms);
     const Client client = connect();
-    publish(1, 64, kLarge);
+    publish(1, 2, kMoreThanASocketHolds);
     EXPECT_TRUE(eventually_no_clients());
     EXPECT_EQ(relay->counters().clients_dropped_stuck, 1U);
     EXPECT_THAT(log(), ElementsAre("/tmp/radar.sock: client 1 took no frame for 20 ms and was "
@@ -87,7 +88,7 @@ TEST_F(RelayClientsTest, AStuckClientIsDroppedWithALogLine) {
 TEST_F(RelayClientsTest, AClientThatReadsAByteNowAndThenIsStuck) {
     start(4, 20ms);
     const Client client = connect();
-    publish(1, 64, kLarge);
+    publish(1, 2, kMoreThanASocketHolds);
     EXPECT_TRUE(eventually([&] {
         read_some(client, 1);
         return relay->counters().clients_dropped_stuck == 1;
@@ -106,7 +107,7 @@ TEST_F(RelayClientsTest, AClientForWhichNothingWaitsIsNotStuck) {
 TEST_F(RelayClientsTest, WithoutALimitAClientIsNeverStuck) {
     start(4, 0ms);
     const Client client = connect();
-    publish(1, 64, kLarge);
+    publish(1, 2, kMoreThanASocketHolds);
     std::this_thread::sleep_for(20ms);
     EXPECT_EQ(relay->counters().clients.size(), 1U);
 }

@@ -211,7 +211,7 @@ TEST_F(RelayTest, StopReturnsAtOnceWhenNothingIsQueued) {
 TEST_F(RelayTest, StopEndsAfterItsGraceAndSaysWhatWasNotDelivered) {
     start(4);
     const Client client = connect();
-    publish(1, 64, kLarge);
+    publish(1, 16, stream_test::kMoreThanASocketHolds);
     relay->stop(5ms);
     ASSERT_EQ(log().size(), 1U);
     EXPECT_THAT(log().front(), testing::MatchesRegex("/tmp/radar.sock: [45] frames were not "
