@@ -212,7 +212,7 @@ TEST_F(PlayTest, ASlowClientMissesWholeFramesAndThatIsReported) {
 
 TEST_F(PlayTest, PausedNothingIsSentUntilTheSignal) {
     test_support::write_file(kRecording, recording(3, 1000));
-    const auto program = start({"--paused"});
+    const auto program = start({"--paused", "--wait"});
     const auto client = connect();
     Kit::StreamFrame frame;
     EXPECT_EQ(client->next(frame, std::chrono::milliseconds(40)), StreamClient::Result::kTimeout);
