@@ -150,7 +150,7 @@ protected:
     /** What a zsh in a terminal makes of a line after the tab key, between < and >. */
     static std::string complete(std::string const& line) {
         test_support::write_file("/tmp/.zshrc",
-                                 "mkdir /tmp/work; cd /tmp/work; : > radar_1.data; PS1='READY '\n"
+                                 "mkdir /tmp/desk; cd /tmp/desk; : > radar_1.data; PS1='READY '\n"
                                  "autoload -U compinit; compinit -u -D; . /tmp/completion\n"
                                  "show() { print -r -- \"<$BUFFER>\" }; zle -N show\n"
                                  "bindkey '^Xq' show\n");

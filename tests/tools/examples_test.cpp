@@ -103,9 +103,9 @@ int status_of(std::string const& command) {
  * path, or else what it prints. None for other commands.
  */
 std::optional<std::string> sign_of_endless(std::string const& command) {
-    if (begins(command, "petrelradar export unix:")) return "/tmp/work/.live.ndjson.";
+    if (begins(command, "petrelradar export unix:")) return "/tmp/desk/.live.ndjson.";
     if (holds(command, " --loop") || holds(command, " --wait")) return "/tmp/radar.sock";
-    if (holds(command, " --count 60 > changes.ndjson")) return "/tmp/work/changes.ndjson";
+    if (holds(command, " --count 60 > changes.ndjson")) return "/tmp/desk/changes.ndjson";
     const bool prints = command == "petrelradar listen" || holds(command, " --follow") ||
                         holds(command, " --watch") || begins(command, "petrelradar regs watch");
     return prints ? std::optional<std::string>("") : std::nullopt;
@@ -123,17 +123,17 @@ std::string recording(int count, std::uint64_t step_us, std::uint64_t begin = kB
 
 /** The files that the examples speak of. */
 void make_files() {
-    for (char const* const path : {"/tmp/work", "/tmp/home", "/tmp/bin", "/tmp/pid"}) {
+    for (char const* const path : {"/tmp/desk", "/tmp/home", "/tmp/bin", "/tmp/pid"}) {
         fs::remove_all(path);
     }
     const std::string walk = recording(6, 50000);
     const std::string cut = walk.substr(0, walk.size() - 9);
     for (char const* const path :
-         {"/tmp/", "/tmp/work/", "/var/spool/storage/SD_DISK/", "/media/card1/", "/media/card2/"}) {
+         {"/tmp/", "/tmp/desk/", "/var/spool/storage/SD_DISK/", "/media/card1/", "/media/card2/"}) {
         fs::create_directories(path);
         write_file(std::string(path) + "radar_150525_093007_042.data", walk);
     }
-    fs::current_path("/tmp/work");
+    fs::current_path("/tmp/desk");
     write_file("radar_150525_093007_042", cut);
     write_file("FSCK0000.REC", cut);
     write_file("before.data", walk);
@@ -216,7 +216,7 @@ protected:
 
     /** The command in a shell, beside a chip if it needs one. It tells its process in a file. */
     static std::vector<std::string> shell() {
-        std::string script = "cd /tmp/work; export PATH=/tmp/bin:$PATH HOME=/tmp/home TERM=dumb; ";
+        std::string script = "cd /tmp/desk; export PATH=/tmp/bin:$PATH HOME=/tmp/home TERM=dumb; ";
         if (needs_chip()) {
             script +=
                 "petrelradar regs dump > before.txt 2> notes && "
@@ -236,7 +236,7 @@ protected:
             for (std::string const& name : test_support::list_directory(folder)) {
                 const std::string path = folder + "/" + name;
                 // An empty one is the shell's, before the program has begun.
-                const bool is_shells = path == "/tmp/work/changes.ndjson" && fs::is_empty(path);
+                const bool is_shells = path == "/tmp/desk/changes.ndjson" && fs::is_empty(path);
                 if (begins(path, beginning) && !is_shells) return true;
             }
             return false;
