@@ -111,16 +111,16 @@ void DamageReport::check_content(FrameInput const& input) {
 ExitStatus DamageReport::finish(FrameInput const& input) {
     const ExitStatus status = finish();
     if (!input.was_cut_short() || input.is_endless()) return status;
-    messages.warn("interrupted after " + counted(frames, "frame"));
+    messages.warn(source + "interrupted after " + counted(frames, "frame"));
     return ExitStatus::kDamaged;
 }
 
 ExitStatus DamageReport::finish() {
     tell_pending();
     bar.clear();
-    if (untold > 0) messages.warn("and " + counted(untold, "place") + " more");
+    if (untold > 0) messages.warn(source + "and " + counted(untold, "place") + " more");
     if (places > 1 || untold > 0) {
-        messages.warn(counted(places, "damaged place") + ", " + counted(skipped, "byte") +
+        messages.warn(source + counted(places, "damaged place") + ", " + counted(skipped, "byte") +
                       " skipped");
     }
     return places > 0 ? ExitStatus::kDamaged : ExitStatus::kOk;

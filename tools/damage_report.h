@@ -39,9 +39,14 @@ public:
     /** For verbs that look at all items: goes on to the next one, and takes note of it. */
     bool next(FrameInput& input);
 
-    /** For one of several inputs: from now on the bar shows the progress that `update_` gives it.
+    /**
+     * For one of several inputs: the sum names `source_`, and from now on the bar shows the
+     * progress that `update_` gives it.
      */
-    void show_progress(std::function<void(ProgressBar&)> update_) { update = std::move(update_); }
+    void is_one_of_several(std::string const& source_, std::function<void(ProgressBar&)> update_) {
+        source = source_ + ": ";
+        update = std::move(update_);
+    }
 
     /** Takes note of a loss that the input knows nothing of. `what` is part of a line. */
     void add_loss(std::string const& what);
@@ -63,6 +68,7 @@ private:
 
     Messages const& messages;
     ProgressBar& bar;
+    std::string source;  // what the lines of the sum begin with
     std::function<void(ProgressBar&)> update;
     std::string pending;  // a message that the number of skipped bytes may complete
     std::string first;    // the first message about damage

@@ -74,12 +74,12 @@ public:
           report(options.format == "json"
                      ? make_json_diff_report(console.out, options.a, options.b, options.brief)
                      : make_text_diff_report(console.out, options.a, options.b, options.brief)) {
-        for (Side* const side : {&a, &b}) {
-            side->damage.show_progress([this](ProgressBar& shown) {
-                shown.update(a.input->bytes_done() + b.input->bytes_done(),
-                             a.input->bytes_total() + b.input->bytes_total());
-            });
-        }
+        const auto show = [this](ProgressBar& shown) {
+            shown.update(a.input->bytes_done() + b.input->bytes_done(),
+                         a.input->bytes_total() + b.input->bytes_total());
+        };
+        a.damage.is_one_of_several(options.a, show);
+        b.damage.is_one_of_several(options.b, show);
     }
 
     ExitStatus run() {

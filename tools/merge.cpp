@@ -45,7 +45,8 @@ public:
         for (std::string const& source : options.sources) {
             input.source = source;
             sources.push_back(std::make_unique<MergeSource>(input, messages, bar));
-            sources.back()->report().show_progress([this](ProgressBar& shown) { show(shown); });
+            sources.back()->report().is_one_of_several(source,
+                                                       [this](ProgressBar& shown) { show(shown); });
         }
         result = std::make_unique<RecordingAssembly>(options.output, messages);
     }

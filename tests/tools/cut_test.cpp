@@ -108,6 +108,14 @@ TEST_F(CutTest, RecordsOfTwoRecordersAreRefused) {
     EXPECT_THAT(test_support::list_directory("/tmp"), testing::SizeIs(1));
 }
 
+TEST_F(CutTest, ARecordWithADamagedTagIsLeftOutAndTold) {
+    write_file(kRecording, header(4) + at(0) + at(1) + record(frame(5), 0xFEED0008) + at(3));
+    const Outcome outcome = cut({});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.err, HasSubstr("tag 0xFEED0008 in place of 0xFEED0007"));
+    EXPECT_EQ(read_file(kPart), header(3) + at(0) + at(1) + at(3));
+}
+
 TEST_F(CutTest, APartWithoutFramesGivesNoFile) {
     const Outcome outcome = cut({"--frames", "7-9"});
     EXPECT_EQ(outcome.status, 1);

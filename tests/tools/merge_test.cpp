@@ -115,6 +115,13 @@ TEST_F(MergeTest, RecordsOfTwoRecordersAreRefused) {
     EXPECT_THAT(test_support::list_directory("/tmp"), testing::ElementsAre("a", "b"));
 }
 
+TEST_F(MergeTest, ADamagedTagCostsItsRecordOnly) {
+    write_recording("/tmp/a", {10, 20});
+    write_file("/tmp/b", header(3) + frames({30, 40}) + record(frame(50), 0xFEED0008));
+    EXPECT_EQ(merge({"/tmp/a", "/tmp/b"}).status, 3);
+    EXPECT_EQ(read_file(kResult), header(4) + frames({10, 20, 30, 40}));
+}
+
 TEST_F(MergeTest, TimeThatGoesBackIsNoted) {
     write_recording("/tmp/a", {10, 5, 20});
     const Outcome outcome = merge({"/tmp/a"});
@@ -130,6 +137,13 @@ TEST_F(MergeTest, DamageIsToldWithItsSource) {
     EXPECT_EQ(outcome.status, 3);
     EXPECT_THAT(outcome.err, HasSubstr("/tmp/b: offset "));
     EXPECT_EQ(read_file(kResult), header(2) + frames({10, 20}));
+}
+
+TEST_F(MergeTest, TheSumOfTheDamageNamesTheSource) {
+    write_recording("/tmp/a", {10});
+    write_file("/tmp/b", header(2) + frames({20}) + "one" + frames({30}) + "another");
+    EXPECT_THAT(merge({"/tmp/a", "/tmp/b"}).err,
+                HasSubstr("petrelradar merge: /tmp/b: 2 damaged places, 10 bytes skipped\n"));
 }
 
 TEST_F(MergeTest, ASourceThatIsNotThereIsAFailure) {
