@@ -142,7 +142,7 @@ Ended run(std::vector<std::string> const& arguments, Surroundings const& with) {
 
 std::vector<std::string> chip_with(std::vector<std::string> const& command,
                                    std::vector<std::string> const& options) {
-    std::vector<std::string> arguments = {PETRELRADAR_CHIP};
+    std::vector<std::string> arguments = {PETRELRADAR_CHIP_PROGRAM};
     arguments.insert(arguments.end(), options.begin(), options.end());
     arguments.push_back("--");
     arguments.insert(arguments.end(), command.begin(), command.end());
@@ -150,7 +150,7 @@ std::vector<std::string> chip_with(std::vector<std::string> const& command,
 }
 
 std::vector<std::string> client(std::vector<std::string> const& steps) {
-    std::vector<std::string> arguments = {CHIP_CLIENT};
+    std::vector<std::string> arguments = {CHIP_CLIENT_PROGRAM};
     arguments.insert(arguments.end(), steps.begin(), steps.end());
     return arguments;
 }

@@ -63,7 +63,7 @@ protected:
             GTEST_SKIP() << "no device file in the private /dev";
         }
         std::filesystem::rename("/dev/fuse.public", "/dev/fuse");
-        const Ended ended = as_user({PETRELRADAR_CHIP, "--version"});
+        const Ended ended = as_user({PETRELRADAR_CHIP_PROGRAM, "--version"});
         if (ended.status != 0) GTEST_SKIP() << "the build folder is not open to other users";
         const Ended trial = as_user(chip_with({"true"}));
         if (trial.status == 69) GTEST_SKIP() << trial.errors;
@@ -157,7 +157,7 @@ TEST_F(DeviceTest, AProgramOfAnotherUserMayNotOpenTheDevice) {
 }
 
 TEST_F(DeviceTest, WithoutACommandItSaysHowItIsReached) {
-    Process chip({PETRELRADAR_CHIP});
+    Process chip({PETRELRADAR_CHIP_PROGRAM});
     ASSERT_TRUE(chip.await_output("COMMAND\n"));
     const std::size_t begin = chip.output().find("nsenter");
     const std::size_t end = chip.output().find("COMMAND");

@@ -17,7 +17,7 @@ protected:
     void start_chip(std::string const& input) {
         host_ = std::make_unique<service_test::HostProcess>(
             std::vector<std::string>{"--input", "chip"}, service_test::HostProcess::Environment{},
-            std::vector<std::string>{PETRELRADAR_CHIP, "--input", input, "--"});
+            std::vector<std::string>{PETRELRADAR_CHIP_PROGRAM, "--input", input, "--"});
         if (host_->await_notification("READY=1").empty() && host_->wait() == kUnavailable) {
             GTEST_SKIP() << host_->errors();
         }

@@ -54,7 +54,7 @@ HostProcess::HostProcess(std::vector<std::string> arguments, Environment const& 
       socket_(directory_ + "/targets.sock"),
       status_socket_(directory_ + "/status.sock"),
       notifications_(listen_for_notifications(directory_ + "/notify.sock")) {
-    arguments.insert(arguments.begin(), PETRELRADARD);
+    arguments.insert(arguments.begin(), PETRELRADARD_PROGRAM);
     const auto add_default = [&](std::string const& option, std::string const& value) {
         if (environment.count("RUNTIME_DIRECTORY") != 0) return;
         for (std::string const& argument : arguments) {

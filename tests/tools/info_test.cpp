@@ -1,53 +1,28 @@
-// The verb info.
+// The verb info: what it tells.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "kit/stream/frames.h"
-#include "kit/stream/relay.h"
-#include "program.h"
-#include "recorded_frames.h"
-#include "support/private_paths.h"
+#include "info_fixture.h"
 
 namespace {
 
 using Json = nlohmann::json;
 using test_support::header;
 using test_support::read_file;
-using test_support::record;
 using test_support::word;
 using test_support::write_file;
 using testing::HasSubstr;
 using testing::Not;
 using tools_test::frame;
+using tools_test::InfoTest;
 using tools_test::kBegin;
+using tools_test::kRecording;
 using tools_test::Outcome;
 using tools_test::recording;
-using tools_test::run;
 using tools_test::steady_recording;
-
-constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
-constexpr char kUnfinished[] = "/tmp/radar_150525_093007_042";
-
-class InfoTest : public test_support::PrivatePathsTest {
-protected:
-    static Outcome info(std::string const& source = kRecording) { return run({"info", source}); }
-
-    static Json json(std::string const& source = kRecording, int status = 0) {
-        const Outcome outcome = run({"info", "--format", "json", source});
-        EXPECT_EQ(outcome.status, status) << outcome.err;
-        return Json::parse(outcome.out, nullptr, false);
-    }
-
-    /** Three frames with no, two and one target. */
-    static std::string golden() {
-        return read_file(PETRELRADAR_SOURCE_DIR "/tests/data/object_recording.data");
-    }
-};
 
 TEST_F(InfoTest, TheTextTellsEverything) {
     write_file(kRecording,
@@ -199,67 +174,6 @@ TEST_F(InfoTest, DamageIsCounted) {
     EXPECT_EQ(all["records"], "3");
 }
 
-TEST_F(InfoTest, ACompleteFileIsCalledSo) {
-    write_file(kRecording, steady_recording(1, 0));
-    EXPECT_EQ(json()["files"][0]["state"], "complete");
-}
-
-TEST_F(InfoTest, AFileThatARecorderLeftBehindIsUnfinished) {
-    write_file(kUnfinished, steady_recording(1, 0));
-    EXPECT_EQ(json(kUnfinished)["files"][0]["state"], "unfinished");
-}
-
-TEST_F(InfoTest, AFileThatARecorderHasOpenIsBeingWritten) {
-    write_file(kUnfinished, steady_recording(2, 1000) + "\x07");
-    const int recorder = open(kUnfinished, O_WRONLY | O_CLOEXEC);
-    const Json file = json(kUnfinished)["files"][0];
-    close(recorder);
-    EXPECT_EQ(file["state"], "being-written");
-    EXPECT_EQ(file["frame_count_agrees"], nullptr);
-    EXPECT_EQ(file["records"], "2");
-}
-
-TEST_F(InfoTest, AFileWithAnotherNameIsUnknown) {
-    write_file("/tmp/copy.bin", steady_recording(1, 0));
-    EXPECT_EQ(json("/tmp/copy.bin")["files"][0]["state"], "unknown");
-    EXPECT_THAT(info("/tmp/copy.bin").out, HasSubstr("condition     no recorder's name\n"));
-}
-
-TEST_F(InfoTest, ADirectoryIsOneRecordingOfSeveralFiles) {
-    write_file("/tmp/radar_150525_093007_042.data", steady_recording(2, 1000));
-    write_file("/tmp/radar_150525_093007_900", steady_recording(3, 1000));
-    const Json all = json("/tmp");
-    EXPECT_EQ(all["kind"], "directory");
-    EXPECT_EQ(all["records"], "5");
-    ASSERT_EQ(all["files"].size(), 2U);
-    EXPECT_EQ(all["files"][0]["path"], "/tmp/radar_150525_093007_042.data");
-    EXPECT_EQ(all["files"][1]["records"], "3");
-    EXPECT_THAT(info("/tmp").out,
-                HasSubstr("file          /tmp/radar_150525_093007_900: 3 records, unfinished\n"));
-}
-
-TEST_F(InfoTest, StandardInputIsRead) {
-    write_file(kRecording, steady_recording(2, 1000));
-    const std::string command = std::string("cat ") + kRecording + " | " + PETRELRADAR_PROGRAM +
-                                " info --format json - > /tmp/out";
-    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
-    const Json all = Json::parse(read_file("/tmp/out"));
-    EXPECT_EQ(all["kind"], "standard-input");
-    EXPECT_EQ(all["records"], "2");
-}
-
-TEST_F(InfoTest, ALiveStreamIsToldAboutAtItsEnd) {
-    Kit::Relay relay(Kit::RelayOptions{"/tmp/radar.sock"});
-    tools_test::Program program({"info", "--format", "json", "unix:/tmp/radar.sock"});
-    ASSERT_TRUE(stream_test::eventually([&] { return !relay.counters().clients.empty(); }));
-    relay.publish(Kit::stream_frame(frame(kBegin, {{1, 0, 0}})));
-    relay.stop(std::chrono::seconds(30));
-    const Json all = Json::parse(program.finish().out);
-    EXPECT_EQ(all["kind"], "stream");
-    EXPECT_EQ(all["records"], "1");
-    EXPECT_EQ(all["tags"], Json::array());
-}
-
 TEST_F(InfoTest, WithoutRecordsWhatThereIsNotIsNull) {
     write_file(kRecording, header(0));
     const Json all = json();
@@ -275,17 +189,6 @@ TEST_F(InfoTest, RawDataIsToldAndLeavesStatus3) {
     const Outcome outcome = info();
     EXPECT_EQ(outcome.status, 3);
     EXPECT_THAT(outcome.err, HasSubstr("raw data"));
-}
-
-TEST_F(InfoTest, AnEmptyFileIsAFailure) {
-    write_file(kRecording, "");
-    const Outcome outcome = info();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.out, "");
-}
-
-TEST_F(InfoTest, AMissingFileIsAFailure) {
-    EXPECT_EQ(info().status, 1);
 }
 
 TEST_F(InfoTest, EveryFieldOfTheJsonIsDocumented) {

@@ -1,69 +1,28 @@
+// petrelradar status
+
 #include <gmock/gmock.h>
 
 #include <csignal>
 #include <nlohmann/json.hpp>
 
 #include "fake_service.h"
-#include "inside.h"
-#include "kit/input_error.h"
-#include "kit/status/status_document.h"
-#include "kit/stream/listening_socket.h"
-#include "support/private_paths.h"
-#include "tools/status_source.h"
+#include "status_fixture.h"
 
-/** petrelradar status */
 namespace {
 
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
+using tools_test::failed;
 using tools_test::FakeService;
+using tools_test::healthy;
+using tools_test::kSocket;
+using tools_test::kSource;
 using tools_test::Outcome;
 using tools_test::Program;
 using tools_test::run_inside;
-
-constexpr char kSocket[] = "/tmp/status.sock";
-constexpr char kSource[] = "unix:/tmp/status.sock";
-
-/** What a service without problems says. */
-Kit::Status healthy() {
-    Kit::Status status;
-    status.version = "1.2.3";
-    status.pid = 4711;
-    status.state = "running";
-    status.uptime_us = 93784000000;  // 1 d 2 h 3 min 4 s
-    status.input = {"scene:1", "scene", 0, ""};
-    status.failures = {{0, "No data", false}, {1, "Interference", false}, {2, "Saturation", false}};
-    status.frames = 100;
-    status.targets = 300;
-    status.stream = {"/tmp/targets.sock", 100, 9000, 2, 0, 0, {{1, 90, 0, 8100, 3}}};
-    status.recorders["objects"] = {true, "/tmp", "/tmp/radar_1", "", 100, 98, 1, 1, 0, 0, ""};
-    status.recorders["raw"] = {};
-    status.watchdog = {2, false, 0};
-    status.settings_file = "/etc/radar/radar.conf";
-    return status;
-}
-
-Kit::Status failed(int reason) {
-    Kit::Status status = healthy();
-    status.failures[static_cast<std::size_t>(reason)].active = true;
-    status.failure_flag = true;
-    return status;
-}
-
-class StatusTest : public test_support::PrivatePathsTest {
-protected:
-    static Outcome status_of(std::string const& document, std::vector<std::string> options = {}) {
-        const FakeService service(kSocket, document);
-        options.insert(options.begin(), {"status", kSource});
-        return run_inside(options);
-    }
-
-    static Outcome status_of(Kit::Status const& status, std::vector<std::string> options = {}) {
-        return status_of(Kit::status_document(status), std::move(options));
-    }
-};
+using tools_test::StatusTest;
 
 TEST_F(StatusTest, OfAHealthyServiceIsZero) {
     const Outcome outcome = status_of(healthy());
@@ -209,84 +168,6 @@ TEST_F(StatusTest, ControlCharactersDoNotReachTheTerminal) {
         "a\x1b[2J\nb\xc2\x9b"
         "c\x7f";
     EXPECT_THAT(status_of(status).out, HasSubstr("input        a?[2J?b?c? (scene)"));
-}
-
-struct Foreign {
-    char const* name;
-    std::string answer;
-};
-
-std::ostream& operator<<(std::ostream& os, Foreign const& tested) {
-    return os << tested.name;
-}
-
-class ForeignAnswerTest : public StatusTest, public testing::WithParamInterface<Foreign> {};
-
-TEST_P(ForeignAnswerTest, IsNoRadarService) {
-    for (std::vector<std::string> const& options :
-         {std::vector<std::string>{}, std::vector<std::string>{"--format", "json"}}) {
-        const Outcome outcome = status_of(GetParam().answer, options);
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(outcome.err,
-                  "petrelradar status: unix:/tmp/status.sock: what answers is no radar service\n");
-    }
-}
-
-const Foreign kForeign[] = {
-    {"Nothing", ""},
-    {"Text", "hello\n"},
-    {"CutDocument", Kit::status_document(healthy()).substr(0, 500)},
-    {"Array", "[1, 2]"},
-    {"Number", "5"},
-    {"OtherObject", "{\"registers\": []}"},
-    {"InvalidUtf8", "{\"state\": \"\xff\", \"failure\": 1, \"recorders\": 1}"},
-    {"DeepNesting", std::string(100000, '[')},
-};
-
-INSTANTIATE_TEST_SUITE_P(, ForeignAnswerTest, testing::ValuesIn(kForeign),
-                         [](auto const& tested) { return tested.param.name; });
-
-TEST_F(StatusTest, WithoutAServiceItSaysSo) {
-    const Outcome outcome = run_inside({"status", "unix:/tmp/none.sock"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err,
-              "petrelradar status: unix:/tmp/none.sock: No such file or directory; is the service "
-              "running?\n");
-}
-
-TEST_F(StatusTest, AFileThatIsNoSocketIsRefused) {
-    test_support::write_file("/tmp/file", "");
-    EXPECT_EQ(run_inside({"status", "unix:/tmp/file"}).err,
-              "petrelradar status: unix:/tmp/file: Connection refused; is the service running?\n");
-}
-
-TEST_F(StatusTest, APathTooLongForASocketIsRefused) {
-    const Outcome outcome = run_inside({"status", "unix:/" + std::string(120, 'x')});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("too long for a socket path"));
-}
-
-TEST_F(StatusTest, ASourceThatIsNoSocketIsUsage) {
-    EXPECT_EQ(run_inside({"status", "/tmp"}).status, 2);
-}
-
-TEST_F(StatusTest, AServiceThatDoesNotAnswerIsNotWaitedForForever) {
-    const Kit::ListeningSocket silent(kSocket);
-    try {
-        Tools::read_status(kSocket, std::chrono::milliseconds(20));
-        FAIL() << "it answered";
-    } catch (Kit::InputError const& error) {
-        EXPECT_STREQ(error.what(),
-                     "unix:/tmp/status.sock: the service does not answer within 20 ms");
-    }
-}
-
-TEST_F(StatusTest, ADocumentWithoutEndIsRefused) {
-    const FakeService service(kSocket, std::string((16U << 20) + 1, ' '));
-    EXPECT_THAT(run_inside({"status", kSource}).err,
-                HasSubstr("the status is larger than 16 MiB\n"));
 }
 
 TEST_F(StatusTest, TheServicesOwnSocketIsTheDefault) {
