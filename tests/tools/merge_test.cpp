@@ -141,9 +141,9 @@ TEST_F(MergeTest, DamageIsToldWithItsSource) {
 
 TEST_F(MergeTest, TheSumOfTheDamageNamesTheSource) {
     write_recording("/tmp/a", {10});
-    write_file("/tmp/b", header(2) + frames({20}) + "one" + frames({30}) + "another");
+    write_file("/tmp/b", header(2) + frames({20}) + "not a record");
     EXPECT_THAT(merge({"/tmp/a", "/tmp/b"}).err,
-                HasSubstr("petrelradar merge: /tmp/b: 2 damaged places, 10 bytes skipped\n"));
+                HasSubstr("petrelradar merge: /tmp/b: 2 damaged places, 12 bytes skipped\n"));
 }
 
 TEST_F(MergeTest, ASourceThatIsNotThereIsAFailure) {
