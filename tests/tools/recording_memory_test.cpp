@@ -100,15 +100,17 @@ TEST_P(RecordingMemoryTest, TheLargestRecordsAddTheirSizeOnce) {
     EXPECT_LT(memory_of(GetParam().arguments), kMostKib + 16 * 1024);
 }
 
-INSTANTIATE_TEST_SUITE_P(Verbs, RecordingMemoryTest,
-                         testing::Values(Verb{"Info", {"info", kPath}},
-                                         Verb{"Doctor", {"doctor", kPath}},
-                                         Verb{"Recover", {"recover", kPath, "-o", "/tmp/saved"}},
-                                         Verb{"Cat", {"cat", "--format", "csv", kPath}},
-                                         Verb{"Export", {"export", kPath, "-o", "/tmp/o.mcap"}},
-                                         Verb{"Cut", {"cut", kPath, "-o", "/tmp/o"}},
-                                         Verb{"Merge", {"merge", kPath, kPath, "-o", "/tmp/o"}},
-                                         Verb{"Diff", {"diff", kPath, kPath}}),
-                         [](auto const& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Verbs, RecordingMemoryTest,
+    testing::Values(Verb{"Info", {"info", kPath}}, Verb{"Doctor", {"doctor", kPath}},
+                    Verb{"Recover", {"recover", kPath, "-o", "/tmp/saved"}},
+                    Verb{"Cat", {"cat", "--format", "csv", kPath}},
+                    Verb{"Export", {"export", kPath, "-o", "/tmp/o.mcap"}},
+                    Verb{"Cut", {"cut", kPath, "-o", "/tmp/o"}},
+                    Verb{"Merge", {"merge", kPath, kPath, "-o", "/tmp/o"}},
+                    Verb{"Diff", {"diff", kPath, kPath}},
+                    Verb{"Play", {"play", "--socket", "/tmp/s", "--rate", "max", kPath}},
+                    Verb{"Plot", {"plot", "-o", "/tmp/plot.svg", kPath}}),
+    [](auto const& test) { return test.param.name; });
 
 }  // namespace
