@@ -25,6 +25,12 @@ namespace fs = std::filesystem;
 /** Set in the program that was started again: empty, or why its paths are not private. */
 constexpr char kVariable[] = "PETRELRADAR_TEST_PATHS";
 
+/** Whether this program runs in an emulator, which starts none but the machine's own programs. */
+bool emulated = false;
+
+/** The machine's root, by a name that an emulator with a root of its own leaves alone. */
+constexpr char kMachine[] = "/proc/self/root";
+
 [[noreturn]] void fail(std::string const& what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
 }
@@ -71,7 +77,7 @@ void make_linked_directory(fs::path const& root, std::string const& name,
     fs::create_directory(root / kept);
     fs::create_directory(root / name);
     bind_mount("/" + name, root / kept);
-    link_entries("/" + name, "/" / kept, root / name, except);
+    link_entries(kMachine / fs::path(name), "/" / kept, root / name, except);
 }
 
 /** Keeps `path` where it is when it lies in a directory that has become private. */
@@ -83,14 +89,14 @@ void keep(fs::path const& root, fs::path const& path) {
 }
 
 void fill_root(fs::path const& root) {
-    for (fs::directory_entry const& entry : fs::directory_iterator("/")) {
+    for (fs::directory_entry const& entry : fs::directory_iterator(kMachine)) {
         const fs::path name = entry.path().filename();
         if (name == "tmp" || name == "etc" || name == "var" || name == "dev") continue;
         if (entry.is_symlink()) {
             fs::copy_symlink(entry.path(), root / name);
         } else if (entry.is_directory() && "/" / name != root) {
             fs::create_directory(root / name);
-            bind_mount(entry.path(), root / name);
+            bind_mount("/" / name, root / name);
         }
     }
     make_linked_directory(root, "dev", {"spidev0.0"});
@@ -99,7 +105,8 @@ void fill_root(fs::path const& root) {
     make_linked_directory(root, "var", {"spool"});
     fs::create_directories(root / "var/spool/storage/SD_DISK");
     if (fs::exists("/var/spool")) {
-        link_entries("/var/spool", "/.var/spool", root / "var/spool", {"storage"});
+        link_entries(fs::path(kMachine) / "var/spool", "/.var/spool", root / "var/spool",
+                     {"storage"});
     }
     fs::create_directory(root / "tmp");
     fs::permissions(root / "tmp", fs::perms::all | fs::perms::sticky_bit);
@@ -138,6 +145,7 @@ void restart_with_private_paths(char** argv) {
         // Returns only where programs are emulated; the paths are private from here on all the
         // same.
         execv("/proc/self/exe", argv);
+        emulated = true;
     } catch (std::exception const& problem) {
         setenv(kVariable, problem.what(), 1);
     }
@@ -146,6 +154,10 @@ void restart_with_private_paths(char** argv) {
 std::string private_paths_problem() {
     const char* problem = std::getenv(kVariable);
     return problem != nullptr ? problem : "the paths were not made private";
+}
+
+bool can_start_itself() {
+    return !emulated;
 }
 
 void write_file(std::string const& path, std::string const& content) {

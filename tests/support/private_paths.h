@@ -18,6 +18,9 @@ void restart_with_private_paths(char** argv);
 /** Why this process has no private paths; empty when it has. */
 std::string private_paths_problem();
 
+/** Whether this program can be started again from a test: not in an emulator. */
+bool can_start_itself();
+
 /** Makes `path`, a fixed path, a file with this content. */
 void write_file(std::string const& path, std::string const& content);
 
