@@ -5,6 +5,8 @@ set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+# Notes on what GCC 7 changed in passing arguments; no compiler before it can build this.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
 set(PETRELRADAR_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build-armhf-sysroot CACHE PATH "Sysroot")
 get_filename_component(CMAKE_SYSROOT ${PETRELRADAR_SYSROOT} ABSOLUTE)
