@@ -31,7 +31,8 @@ constexpr milliseconds kStatusInterval{100};
 constexpr milliseconds kStopGrace{1000};
 
 constexpr std::uint64_t kQueueFrames = 64;
-/** So many bytes go to the queues at once when nobody sets the pace. */
+/** So many bytes go to the queues at once when nobody sets the pace. Larger frames go one by one.
+ */
 constexpr std::uint64_t kQueueBytes = 4 * 1024 * 1024;
 
 /** The person wants the end while the input has nothing to read. */
@@ -130,10 +131,13 @@ bool Player::is_due(Clock::time_point now) const {
     return !waiting && clock.due() <= now;
 }
 
-/** As fast as possible nothing sets the pace but the clients: no queue of theirs overflows. */
+/**
+ * As fast as possible nothing sets the pace but the clients: no queue of theirs overflows. A frame
+ * of many megabytes always waits for them, so that no more than one is kept.
+ */
 bool Player::has_room() {
     const std::uint64_t size = source.frame().payload.size();
-    if (clock.rate() || source.is_live()) return true;
+    if (size <= kQueueBytes && (clock.rate() || source.is_live())) return true;
     if (room_frames > 0 && room_bytes >= size) return true;
     std::uint64_t queued = 0;
     for (auto const& client : relay->counters().clients) queued = std::max(queued, client.queued);

@@ -187,29 +187,6 @@ TEST_F(PlayTest, WhatIsNoSocketIsLeftAlone) {
     EXPECT_EQ(test_support::read_file(kRecording), recording(2, 1000));
 }
 
-TEST_F(PlayTest, AClientThatTakesNothingIsDisconnectedAndReported) {
-    test_support::write_file(kRecording, recording(5000, 100, 60));
-    const auto program = start({"--wait", "--rate", "max"});
-    const auto client = connect();
-    const Outcome outcome = program->finish();
-    EXPECT_EQ(outcome.status, 3);
-    EXPECT_THAT(outcome.err, HasSubstr("client 1 took no frame for 2000 ms and was dropped"));
-    EXPECT_THAT(outcome.err, HasSubstr(", 1 client disconnected that took none\n"));
-}
-
-TEST_F(PlayTest, ASlowClientMissesWholeFramesAndThatIsReported) {
-    test_support::write_file(kRecording, recording(3000, 100, 60));
-    const auto program = start({"--wait"});
-    const auto client = connect();
-    // The socket goes first at the end; then there is a second left for what is queued.
-    ASSERT_TRUE(stream_test::eventually([] { return !std::filesystem::exists(kSocket); }));
-    const std::size_t size = next(*client, 10000).size();
-    EXPECT_LT(size, 3000U);
-    const Outcome outcome = program->finish();
-    EXPECT_EQ(outcome.status, 3);
-    EXPECT_THAT(outcome.err, HasSubstr(std::to_string(3000 - size) + " frames not delivered"));
-}
-
 TEST_F(PlayTest, PausedNothingIsSentUntilTheSignal) {
     test_support::write_file(kRecording, recording(3, 1000));
     const auto program = start({"--paused", "--wait"});
