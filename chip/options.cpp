@@ -1,7 +1,8 @@
 #include "chip/options.h"
 
 #include <CLI/CLI.hpp>
-#include <cmath>
+
+#include "kit/positive_number.h"
 
 namespace Chip {
 
@@ -23,19 +24,8 @@ could not be run; 1 for a problem with the input, also when the command has ende
 constexpr int kHighestRate = 1000000;
 constexpr int kHighestFrameRate = 1000;
 
-/** The number that `text` holds and nothing else, when it is finite and above 0. */
-std::optional<double> positive_number(std::string const& text) {
-    try {
-        std::size_t end = 0;
-        const double number = std::stod(text, &end);
-        if (end == text.size() && std::isfinite(number) && number > 0) return number;
-    } catch (std::exception const&) {  // NOLINT(bugprone-empty-catch): not a number, as below
-    }
-    return std::nullopt;
-}
-
 double number_of(std::string const& option, std::string const& text, int highest) {
-    const std::optional<double> number = positive_number(text);
+    const std::optional<double> number = Kit::positive_number(text);
     if (number && *number <= highest) return *number;
     throw UsageError(option + ": \"" + text + "\" is not a number above 0 and up to " +
                      std::to_string(highest));

@@ -1,9 +1,9 @@
 #include "service/options.h"
 
 #include <CLI/CLI.hpp>
-
 #include <cmath>
 
+#include "kit/positive_number.h"
 #include "service/version.h"
 
 namespace Service {
@@ -22,17 +22,6 @@ SIGINT and SIGTERM end it: every file is completed and the sockets are removed.
 Exit status: 0 after a clean end, 1 for a problem with an input, a file or a device, 2 for usage.)";
 
 constexpr double kHighestFrameRate = 1000;
-
-/** The number that `text` holds and nothing else, when it is finite and above 0. */
-std::optional<double> positive_number(std::string const& text) {
-    try {
-        std::size_t end = 0;
-        const double number = std::stod(text, &end);
-        if (end == text.size() && std::isfinite(number) && number > 0) return number;
-    } catch (std::exception const&) {  // NOLINT(bugprone-empty-catch): not a number, as below
-    }
-    return std::nullopt;
-}
 
 /** What the options hold as text, before it is looked at. */
 struct Texts {
@@ -75,12 +64,12 @@ void check_names(CLI::App const& app) {
 }
 
 void read_rates(Texts const& texts, CLI::App const& app, Options& options) {
-    options.rate = texts.rate == "max" ? std::nullopt : positive_number(texts.rate);
+    options.rate = texts.rate == "max" ? std::nullopt : Kit::positive_number(texts.rate);
     if (!options.rate && texts.rate != "max") {
         throw UsageError("--rate: \"" + texts.rate + "\" is neither a number above 0 nor \"max\"");
     }
     if (app.count("--frame-rate") == 0) return;
-    options.frame_rate = positive_number(texts.frame_rate);
+    options.frame_rate = Kit::positive_number(texts.frame_rate);
     if (!options.frame_rate || *options.frame_rate > kHighestFrameRate) {
         throw UsageError("--frame-rate: \"" + texts.frame_rate +
                          "\" is not a number above 0 and up to 1000");

@@ -1,42 +1,28 @@
 #include "tools/play.h"
 
 #include <CLI/CLI.hpp>
-#include <cmath>
-#include <cstdlib>
 #include <memory>
 #include <string>
 
+#include "kit/positive_number.h"
 #include "tools/player.h"
 
 namespace Tools {
 
 namespace {
 
-/** The rate that `text` says; false when it says none. */
-bool parse_rate(std::string const& text, std::optional<double>& rate) {
-    if (text == "max") {
-        rate.reset();
-        return true;
-    }
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (end == text.c_str() || *end != '\0' || !std::isfinite(value) || value <= 0) return false;
-    rate = value;
-    return true;
-}
-
 void add_rate(CLI::App& parser, PlayOptions& options) {
     parser
         .add_option_function<std::string>(
-            "--rate", [&options](std::string const& text) { parse_rate(text, options.rate); },
+            "--rate",
+            // None for max.
+            [&options](std::string const& text) { options.rate = Kit::positive_number(text); },
             "Play X times as fast, or as fast as the clients read; without it, 1")
         ->type_name("X|max")
         ->check(CLI::Validator(
             [](std::string& text) -> std::string {
-                std::optional<double> rate;
-                return parse_rate(text, rate)
-                           ? ""
-                           : "'" + text + "' is neither a number above 0 nor max";
+                if (text == "max" || Kit::positive_number(text)) return "";
+                return "'" + text + "' is neither a number above 0 nor max";
             },
             ""));
 }

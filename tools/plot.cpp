@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "kit/positive_number.h"
 #include "tools/damage_report.h"
 #include "tools/frame_input.h"
 #include "tools/options.h"
@@ -112,10 +113,8 @@ void add_number(CLI::App& parser, std::string const& name, std::optional<double>
         ->type_name(unit)
         ->check(CLI::Validator(
             [](std::string& text) -> std::string {
-                char* end = nullptr;
-                const double number = std::strtod(text.c_str(), &end);
-                const bool is_number = end != text.c_str() && *end == '\0';
-                if (is_number && number > 0 && number <= 1e6) return "";
+                const auto number = Kit::positive_number(text);
+                if (number && *number <= 1e6) return "";
                 return "'" + text + "' is no number above 0 and up to 1000000";
             },
             ""));

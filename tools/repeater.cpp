@@ -4,9 +4,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
+#include "kit/positive_number.h"
 #include "tools/options.h"
 #include "tools/signals.h"
 
@@ -20,9 +20,8 @@ constexpr std::chrono::milliseconds kTick(50);
 constexpr double kLongestInterval = 86400;
 
 bool is_interval(std::string const& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    return end != text.c_str() && *end == '\0' && value > 0 && value <= kLongestInterval;
+    const auto number = Kit::positive_number(text);
+    return number && *number <= kLongestInterval;
 }
 
 }  // namespace
