@@ -10,6 +10,7 @@
 
 #include "../kit/recording/recording_bytes.h"
 #include "program.h"
+#include "support/page.h"
 #include "support/private_paths.h"
 
 namespace {
@@ -200,14 +201,6 @@ TEST_F(DiffTest, JsonHasOneObjectForEachDifference) {
                     {{"kind", "only-in-b"}, {"frame", "1"}, {"timestamp", "20"}}}));
 }
 
-/** What docs/export.md shows. */
-std::string documented_json() {
-    const std::string page = test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/export.md");
-    const std::string opening = "```json\n";
-    const std::size_t begin = page.find(opening) + opening.size();
-    return page.substr(begin, page.find("```\n", begin) - begin);
-}
-
 TEST_F(DiffTest, JsonIsAsDocumented) {
     const auto header_of_height = [](std::string const& upper_half) {
         return word(0xBADABADA) + word(5) + word(9) + word(1) + std::string(6, '\0') + upper_half +
@@ -220,7 +213,8 @@ TEST_F(DiffTest, JsonIsAsDocumented) {
     write_file("/tmp/b.data",
                header_of_height("\x04\x40") + record(other_magic) + record(frame(20)));
     ASSERT_EQ(chdir("/tmp"), 0);
-    EXPECT_EQ(run({"diff", "a.data", "b.data", "--format", "json"}).out, documented_json());
+    EXPECT_EQ(run({"diff", "a.data", "b.data", "--format", "json"}).out,
+              test_support::code_block("export.md", "json"));
 }
 
 TEST_F(DiffTest, JsonHasTheSum) {

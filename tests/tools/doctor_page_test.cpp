@@ -5,6 +5,7 @@
 
 #include "../kit/recording/recording_bytes.h"
 #include "inside.h"
+#include "support/page.h"
 #include "support/private_paths.h"
 #include "tools/finding_code.h"
 
@@ -19,14 +20,8 @@ std::string page() {
     return test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/doctor.md");
 }
 
-/** The code block of this kind on the page, of several the one with this number. */
 std::string code_block(std::string const& kind, int number = 0) {
-    const std::string text = page();
-    const std::string opening = "```" + kind + "\n";
-    std::size_t begin = text.find(opening);
-    for (; number > 0; --number) begin = text.find(opening, begin + 1);
-    begin += opening.size();
-    return text.substr(begin, text.find("```\n", begin) - begin);
+    return test_support::code_block("doctor.md", kind, number);
 }
 
 /** The recording of the page: a record of 44 bytes, and 12 bytes of one of 22. */

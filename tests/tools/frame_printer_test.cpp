@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-#include "support/private_paths.h"
+#include "support/page.h"
 
 namespace {
 
@@ -44,11 +44,7 @@ protected:
 
     /** What the page shows for the frame of this test. */
     static std::string documented(std::string const& kind) {
-        const std::string page =
-            test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/frame-output.md");
-        const std::string opening = "```" + kind + "\n";
-        const std::size_t begin = page.find(opening) + opening.size();
-        return page.substr(begin, page.find("```\n", begin) - begin);
+        return test_support::code_block("frame-output.md", kind);
     }
 
     int ends[2] = {-1, -1};

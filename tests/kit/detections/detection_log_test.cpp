@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "detection_log_fixture.h"
+#include "support/page.h"
 
 namespace {
 
@@ -111,17 +112,8 @@ TEST_F(DetectionLogTest, ALargeFileNeedsNoMoreMemoryThanASmallOne) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 4096) << "KiB";
 }
 
-/** The first code block of this kind in docs/detection-log.md. */
-std::string code_block(std::string const& kind) {
-    const std::string page =
-        test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/detection-log.md");
-    const std::string opening = "```" + kind + "\n";
-    const std::size_t begin = page.find(opening) + opening.size();
-    return page.substr(begin, page.find("```\n", begin) - begin);
-}
-
 TEST_F(DetectionLogTest, TheExampleOfThePageIsRead) {
-    const auto read = frames(code_block("csv"));
+    const auto read = frames(test_support::code_block("detection-log.md", "csv"));
     ASSERT_EQ(read.size(), 2u);
     EXPECT_EQ(read[0].targets_size(), 2);
     EXPECT_EQ(read[0].targets(1).options(), 300u);
@@ -129,9 +121,9 @@ TEST_F(DetectionLogTest, TheExampleOfThePageIsRead) {
 }
 
 TEST_F(DetectionLogTest, TheMessageOfThePageIsTheOneForItsPlace) {
-    std::string log = code_block("csv");
+    std::string log = test_support::code_block("detection-log.md", "csv");
     log.replace(log.find("0,0,300"), 3, "0,left");
-    EXPECT_EQ(problem(log) + "\n", "/tmp/" + code_block("text"));
+    EXPECT_EQ(problem(log) + "\n", "/tmp/" + test_support::code_block("detection-log.md", "text"));
 }
 
 /** The logs of real radars that lie beside the project on machines that have them. */

@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 
 #include "filewriter/object_file_writer.h"
 #include "kit/recording/recording_scanner.h"
+#include "support/page.h"
 #include "support/private_paths.h"
 #include "support/system_calls.h"
 
@@ -19,27 +19,12 @@ using Item = Kit::RecordingScanner::Item;
 
 constexpr char kPath[] = "/tmp/radar_150525_093007_042.data";
 
-/** The first code block of this kind on the page. */
 std::string code_block(std::string const& kind) {
-    const std::string page =
-        test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/recorded-files.md");
-    const std::string opening = "```" + kind + "\n";
-    const std::size_t begin = page.find(opening) + opening.size();
-    return page.substr(begin, page.find("```\n", begin) - begin);
+    return test_support::code_block("recorded-files.md", kind);
 }
 
-/** The bytes of the example, after a check that each line stands at the offset that it says. */
 std::string example_bytes() {
-    std::istringstream lines(code_block("hex"));
-    std::string bytes;
-    for (std::string line; std::getline(lines, line);) {
-        EXPECT_EQ(std::stoul(line.substr(0, 4), nullptr, 16), bytes.size()) << line;
-        std::istringstream pairs(line.substr(6, 28));
-        for (std::string pair; pairs >> pair;) {
-            bytes += static_cast<char>(std::stoul(pair, nullptr, 16));
-        }
-    }
-    return bytes;
+    return test_support::bytes_of_dump(code_block("hex"), 28);
 }
 
 class RecordedFilesPageTest : public test_support::PrivatePathsTest {

@@ -5,34 +5,19 @@
 
 #include <array>
 #include <cstdio>
-#include <sstream>
 
 #include "relay_fixture.h"
 #include "socket/socket_buffer.h"
+#include "support/page.h"
 
 namespace {
 
-/** The first code block of this kind on the page. */
 std::string code_block(std::string const& kind) {
-    const std::string page =
-        test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/stream-format.md");
-    const std::string opening = "```" + kind + "\n";
-    const std::size_t begin = page.find(opening) + opening.size();
-    return page.substr(begin, page.find("```\n", begin) - begin);
+    return test_support::code_block("stream-format.md", kind);
 }
 
-/** The bytes of the example, after a check that each line stands at the offset that it says. */
 std::string example_bytes() {
-    std::istringstream lines(code_block("hex"));
-    std::string bytes;
-    for (std::string line; std::getline(lines, line);) {
-        EXPECT_EQ(std::stoul(line.substr(0, 4), nullptr, 16), bytes.size()) << line;
-        std::istringstream pairs(line.substr(6, 30));
-        for (std::string pair; pairs >> pair;) {
-            bytes += static_cast<char>(std::stoul(pair, nullptr, 16));
-        }
-    }
-    return bytes;
+    return test_support::bytes_of_dump(code_block("hex"), 30);
 }
 
 /** The frame that the page describes, as the library sends it. */
