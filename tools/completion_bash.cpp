@@ -1,14 +1,9 @@
 #include "tools/completion.h"
+#include "tools/message_text.h"
 
 namespace Tools {
 
 namespace {
-
-std::string joined(std::vector<std::string> const& words, char const* between) {
-    std::string text;
-    for (std::string const& word : words) text += (text.empty() ? "" : between) + word;
-    return text;
-}
 
 /** The branches that follow the words in front of the one to complete, verb by verb. */
 std::string verb_branches(std::vector<Command const*> const& commands) {

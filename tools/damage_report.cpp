@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "kit/input_error.h"
+#include "tools/message_text.h"
 
 namespace Tools {
 
@@ -12,10 +13,6 @@ using Kit::FindingKind;
 
 /** So many places are told one by one; a file of noise has millions. */
 constexpr std::uint64_t kMostTold = 20;
-
-std::string counted(std::uint64_t count, std::string const& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
 
 /** Whether frames are missing, or may be. */
 bool is_loss(FindingKind kind) {

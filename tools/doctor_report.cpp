@@ -15,10 +15,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string counted(std::uint64_t count, std::string const& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 std::string dumped(Json const& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

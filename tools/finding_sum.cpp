@@ -1,14 +1,8 @@
 #include "tools/finding_sum.h"
 
+#include "tools/message_text.h"
+
 namespace Tools {
-
-namespace {
-
-std::string counted(std::uint64_t count, std::string const& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
-}  // namespace
 
 void FindingSum::add(DoctorFinding const& finding) {
     skipped += finding.length;

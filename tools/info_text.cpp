@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "tools/message_text.h"
 #include "tools/time_text.h"
 
 namespace Tools {
@@ -21,10 +22,6 @@ std::string formatted(char const* format, Values... values) {
 
 std::string tag_text(std::uint32_t tag) {
     return formatted("0x%08X", static_cast<unsigned>(tag));
-}
-
-std::string counted(std::uint64_t count, std::string const& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
 std::string line(char const* name, std::string const& value) {

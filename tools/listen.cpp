@@ -13,6 +13,7 @@
 #include "kit/status/runtime_directory.h"
 #include "kit/stream/stream_client.h"
 #include "tools/listen_view.h"
+#include "tools/message_text.h"
 #include "tools/options.h"
 #include "tools/rate_meter.h"
 #include "tools/signals.h"
@@ -55,12 +56,8 @@ std::string default_source() {
     return "unix:" + Kit::stream_socket_path(Kit::runtime_directory());
 }
 
-std::string count_text(uint64_t count, std::string const& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 std::string frames_text(uint64_t count) {
-    return count_text(count, "frame");
+    return counted(count, "frame");
 }
 
 /** One run of the verb. */
@@ -193,9 +190,8 @@ private:
 
     ExitStatus report() const {
         if (is_live) {
-            console.messages.note(frames_text(status.frames) + ", " +
-                                  count_text(targets, "target") + ", " +
-                                  count_text(status.bytes, "byte"));
+            console.messages.note(frames_text(status.frames) + ", " + counted(targets, "target") +
+                                  ", " + counted(status.bytes, "byte"));
         }
         if (status.lost_frames == 0) return ExitStatus::kOk;
         console.messages.warn(frames_text(cut) + " cut off, " + frames_text(undecodable) +

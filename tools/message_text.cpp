@@ -19,4 +19,14 @@ std::string in_quotes(std::string_view word) {
     return "'" + printable(word) + "'";
 }
 
+std::string counted(std::uint64_t count, std::string const& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+std::string joined(std::vector<std::string> const& words, std::string const& between) {
+    std::string text;
+    for (std::string const& word : words) text += (text.empty() ? "" : between) + word;
+    return text;
+}
+
 }  // namespace Tools

@@ -5,6 +5,8 @@
 #include <sstream>
 #include <string_view>
 
+#include "tools/message_text.h"
+
 namespace Tools {
 
 namespace {
@@ -15,12 +17,6 @@ constexpr std::string_view kChoices = "one of: ";
 /** Without a description, which the help would print behind the option's name. */
 CLI::Validator check(std::function<std::string(std::string&)> problem_of) {
     return CLI::Validator(std::move(problem_of), "");
-}
-
-std::string joined(std::vector<std::string> const& words, std::string const& between) {
-    std::string text;
-    for (std::string const& word : words) text += (text.empty() ? "" : between) + word;
-    return text;
 }
 
 bool is_count(std::string const& text) {

@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "kit/input_error.h"
+#include "tools/directory_of.h"
 
 namespace Tools {
 
@@ -40,11 +41,6 @@ std::string partial_path_of(std::string const& path) {
     return (target.parent_path() /
             ("." + target.filename().string() + "." + std::to_string(getpid()) + ".partial"))
         .string();
-}
-
-std::string directory_of(std::string const& path) {
-    const std::string parent = std::filesystem::path(path).parent_path().string();
-    return parent.empty() ? "." : parent;
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "kit/stream/stream_format.h"
+#include "tools/message_text.h"
 #include "tools/play_status.h"
 #include "tools/signals.h"
 #include "tools/terminal.h"
@@ -48,10 +49,6 @@ void check(PlayOptions const& options, PlaySource const& source) {
     if (options.loop && !source.can_rewind()) {
         throw UsageError("--loop needs a file or a directory, not " + options.input.source);
     }
-}
-
-std::string counted(std::uint64_t count, std::string const& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
 }  // namespace

@@ -16,12 +16,6 @@ constexpr std::uint64_t kUsInS = 1000000;
 /** What a recorder writes when nothing is set: medium sensitivity. */
 constexpr std::int32_t kMediumSensitivity = 1;
 
-std::string tag_text(std::uint32_t tag) {
-    std::array<char, 16> text;
-    std::snprintf(text.data(), text.size(), "0x%08X", static_cast<unsigned>(tag));
-    return text.data();
-}
-
 /** What the headers say of the installation. */
 std::string installation_text(Kit::RecordingHeader const& header) {
     std::array<char, 128> text;
@@ -84,8 +78,8 @@ void RecordingAssembly::add(FrameInput const& input,
     }
     if (frame_tag != tag) {
         throw Kit::InputError(input.file().path + ": offset " + std::to_string(frame.offset) +
-                              ": a record with tag " + tag_text(frame_tag) +
-                              ", and those before have " + tag_text(tag) +
+                              ": a record with tag " + Kit::hexadecimal(frame_tag) +
+                              ", and those before have " + Kit::hexadecimal(tag) +
                               ": a recording has one recorder's; recover parts them");
     }
     if (header) compare(input.file().path, *header, report);

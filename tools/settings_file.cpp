@@ -11,6 +11,7 @@
 
 #include "config/configuration.h"
 #include "kit/input_error.h"
+#include "tools/directory_of.h"
 #include "tools/message_text.h"
 #include "tools/text_file.h"
 
@@ -39,11 +40,6 @@ struct stat look_at(std::string const& path, std::string const& name) {
     if (stat(path.c_str(), &status) == 0) return status;
     if (errno != ENOENT) throw Kit::InputError(system_reason(name, ""));
     return {};
-}
-
-std::string directory_of(std::string const& path) {
-    const std::string parent = fs::path(path).parent_path().string();
-    return parent.empty() ? "." : parent;
 }
 
 /** A file beside another, which it replaces, or else is removed with the object. */

@@ -9,6 +9,8 @@
 #include <utility>
 
 #include "kit/input_error.h"
+#include "tools/directory_of.h"
+#include "tools/message_text.h"
 
 namespace Tools {
 
@@ -43,17 +45,6 @@ std::optional<std::uint32_t> parse_tag(std::string_view text) {
         return std::nullopt;
     }
     return tag > 0xFFFF ? tag : Kit::kRecordTag | tag;
-}
-
-std::string joined(std::vector<std::string> const& words) {
-    std::string text;
-    for (std::string const& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
-
-std::string directory_of(std::string const& path) {
-    const std::string parent = fs::path(path).parent_path().string();
-    return parent.empty() ? "." : parent;
 }
 
 }  // namespace
@@ -92,7 +83,7 @@ void SourceFiles::choose_recorder(std::string const& path, std::string const& re
             throw Kit::InputError(path +
                                   ": holds files of several recorders, choose with "
                                   "--recorder: " +
-                                  joined(recorders));
+                                  joined(recorders, ", "));
         }
     } else {
         const std::size_t blank = recorder.rfind(' ');  // "radar 0xFEED0007"
@@ -107,7 +98,7 @@ void SourceFiles::choose_recorder(std::string const& path, std::string const& re
     if (!found.empty() || following) return;
     throw Kit::InputError(path + (recorder.empty() ? ": holds no recordings"
                                                    : ": holds no recordings of " + recorder +
-                                                         ", but of: " + joined(recorders)));
+                                                         ", but of: " + joined(recorders, ", ")));
 }
 
 /** Whether a file is of the chosen recorder, as far as is known. */

@@ -3,8 +3,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -64,12 +62,6 @@ std::vector<RecordingFile> list_directory(std::string const& path) {
         }
     }
     return files;
-}
-
-std::string hexadecimal(std::uint32_t word) {
-    char text[11];
-    std::snprintf(text, sizeof(text), "0x%08" PRIX32, word);
-    return text;
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "kit/recording/recording_format.h"
 
+#include <cinttypes>
+#include <cstdio>
 #include <cstring>
 
 namespace Kit {
@@ -26,6 +28,12 @@ void append_double(std::string& bytes, double number) {
 }
 
 }  // namespace
+
+std::string hexadecimal(std::uint32_t word) {
+    char text[11];
+    std::snprintf(text, sizeof(text), "0x%08" PRIX32, word);
+    return text;
+}
 
 void append_word(std::string& bytes, std::uint32_t word) {
     for (unsigned shift = 0; shift < 32; shift += 8) {

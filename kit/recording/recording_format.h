@@ -45,6 +45,9 @@ inline std::uint32_t read_word(std::string_view bytes) {
     return byte(0) | byte(1) << 8 | byte(2) << 16 | byte(3) << 24;
 }
 
+/** A magic or a tag as people write it: "0xFEED0007". */
+std::string hexadecimal(std::uint32_t word);
+
 /** Appends the 4 bytes of `word`, least significant first. */
 void append_word(std::string& bytes, std::uint32_t word);
 

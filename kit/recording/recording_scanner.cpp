@@ -1,19 +1,11 @@
 #include "kit/recording/recording_scanner.h"
 
-#include <cinttypes>
-#include <cstdio>
 #include <optional>
 #include <utility>
 
 namespace Kit {
 
 namespace {
-
-std::string hexadecimal(std::uint32_t word) {
-    char text[11];
-    std::snprintf(text, sizeof(text), "0x%08" PRIX32, word);
-    return text;
-}
 
 std::string decimal(std::uint64_t number) {
     return std::to_string(number);
