@@ -100,8 +100,10 @@ void Process::type(std::string const& keys) const {
 }
 
 bool Process::await_output(std::string const& text) {
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMilliseconds);
     while (output_.find(text) == std::string::npos) {
-        if (!read_more()) return false;
+        if (std::chrono::steady_clock::now() > deadline || !read_more()) return false;
     }
     return true;
 }

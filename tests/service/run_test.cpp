@@ -26,6 +26,7 @@ protected:
         PrivatePathsTest::SetUp();
         if (IsSkipped()) return;
         setenv("XDG_STATE_HOME", "/tmp/state", 1);
+        setenv("TERM", "xterm", 1);
         // Where the project itself lies in /tmp, nothing of it is to be seen.
         if (access(PETRELRADAR_SOURCE_DIR "/run", X_OK) != 0) GTEST_SKIP() << "no script";
     }
