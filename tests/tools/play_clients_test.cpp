@@ -43,7 +43,7 @@ TEST_F(PlayClientsTest, ASlowClientMissesWholeFramesAndThatIsReported) {
 TEST_F(PlayClientsTest, AFrameOfManyMegabytesWaitsForASlowClient) {
     const std::string unknown = "\x7A\x80\x80\xC0\x02" + std::string(5U << 20, 'x');  // 5 MiB
     std::string bytes = test_support::header(4);
-    for (const uint64_t ms : {0, 1, 2, 3}) {
+    for (uint64_t ms = 0; ms < 4; ++ms) {
         bytes += test_support::record(test_support::frame(kBegin + 1000 * ms) + unknown);
     }
     test_support::write_file(kRecording, bytes);
