@@ -32,8 +32,7 @@ constexpr milliseconds kStatusInterval{100};
 constexpr milliseconds kStopGrace{1000};
 
 constexpr std::uint64_t kQueueFrames = 64;
-/** So many bytes go to the queues at once when nobody sets the pace. Larger frames go one by one.
- */
+/** So many bytes go to the queues at once when nobody sets the pace; larger frames one by one. */
 constexpr std::uint64_t kQueueBytes = 4 * 1024 * 1024;
 
 /** The person wants the end while the input has nothing to read. */
