@@ -25,7 +25,7 @@
 #include <string>
 #include <vector>
 
-#include "kit/stream/stream_client.h"
+#include "kit/stream/client.h"
 
 namespace {
 

@@ -25,7 +25,7 @@
 #include <string>
 #include <vector>
 
-#include "kit/recording/recording_format.h"
+#include "kit/recording/format.h"
 #include "radar_objects/radar_objects.pb.h"
 #include "tools/program.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "chip/spidev.h"
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 
 struct fuse_session;
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 
 namespace Chip {
 

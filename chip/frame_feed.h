@@ -8,8 +8,8 @@
 #include <string>
 
 #include "chip/radar_chip.h"
-#include "kit/detections/pacer.h"
-#include "kit/frame_source.h"
+#include "kit/frames/source.h"
+#include "kit/replay/pacer.h"
 
 namespace Chip {
 

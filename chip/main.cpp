@@ -9,16 +9,16 @@
 #include <utility>
 
 #include "chip/command.h"
+#include "chip/command_line.h"
 #include "chip/device_server.h"
 #include "chip/frame_feed.h"
-#include "chip/options.h"
 #include "chip/private_device.h"
 #include "chip/radar_chip.h"
 #include "chip/simulator.h"
 #include "chip/spi_slave.h"
 #include "chip/spidev.h"
-#include "kit/frame_source.h"
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
+#include "kit/frames/source.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 
 namespace Chip {
 

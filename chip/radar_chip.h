@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "chip/register_file.h"
-#include "kit/detections/chip_frame.h"
+#include "kit/demo_chip/frame.h"
 #include "radar_objects/radar_objects.pb.h"
 
 namespace Chip {

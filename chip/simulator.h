@@ -3,7 +3,7 @@
 #include "chip/command.h"
 #include "chip/device_server.h"
 #include "chip/frame_feed.h"
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 
 namespace Chip {
 

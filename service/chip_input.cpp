@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <system_error>
 
-#include "kit/detections/chip_frame.h"
-#include "kit/input_error.h"
-#include "kit/recording/recording_format.h"
+#include "kit/base/input_error.h"
+#include "kit/demo_chip/frame.h"
+#include "kit/recording/format.h"
 
 namespace Service {
 

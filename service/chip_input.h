@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "kit/detections/chip_registers.h"
+#include "kit/demo_chip/registers.h"
 #include "radar/spi_radar_interface.h"
 #include "radar_objects/radar_objects.pb.h"
 

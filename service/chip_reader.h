@@ -7,8 +7,8 @@
 #include <string>
 
 #include "service/chip_input.h"
+#include "service/command_line.h"
 #include "service/input.h"
-#include "service/options.h"
 
 namespace Service {
 

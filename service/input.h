@@ -3,10 +3,10 @@
 #include <chrono>
 #include <memory>
 
-#include "kit/status/status_document.h"
+#include "kit/status/document.h"
 #include "radar_objects/radar_objects.pb.h"
+#include "service/command_line.h"
 #include "service/failure_monitor.h"
-#include "service/options.h"
 
 namespace Service {
 

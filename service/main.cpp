@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "service/command_line.h"
 #include "service/log_sink.h"
-#include "service/options.h"
 #include "service/radar_service.h"
 #include "service/stop_signals.h"
 

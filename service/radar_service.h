@@ -4,13 +4,13 @@
 #include <memory>
 #include <string>
 
-#include "kit/status/status_document.h"
+#include "kit/status/document.h"
 #include "kit/stream/relay.h"
 #include "petrel/block.h"
+#include "service/command_line.h"
 #include "service/failure_monitor.h"
 #include "service/input.h"
 #include "service/notifier.h"
-#include "service/options.h"
 #include "service/recorders.h"
 #include "service/settings.h"
 #include "service/socket_paths.h"

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "kit/detections/chip_frame.h"
-#include "kit/detections/chip_registers.h"
+#include "kit/demo_chip/frame.h"
+#include "kit/demo_chip/registers.h"
 
 namespace Service {
 

@@ -11,7 +11,7 @@
 #include <ios>
 #include <thread>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 #include "log/ilog.h"
 #include "service/log_tap.h"
 

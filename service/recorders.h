@@ -11,7 +11,7 @@
 #include "filewriter/data_file_writer.h"
 #include "filewriter/diagnostic_file_writer.h"
 #include "filewriter/object_file_writer_thread.h"
-#include "kit/status/status_document.h"
+#include "kit/status/document.h"
 #include "radar_objects/radar_objects.pb.h"
 #include "service/failure_monitor.h"
 #include "service/recording_watch.h"

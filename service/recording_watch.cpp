@@ -12,7 +12,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 #include "log/ilog.h"
 #include "service/log_tap.h"
 #include "service/recording_name.h"

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 
 namespace Service {
 

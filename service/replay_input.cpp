@@ -7,8 +7,8 @@
 #include <cstring>
 #include <utility>
 
-#include "kit/detections/scene.h"
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
+#include "kit/frames/scene.h"
 
 namespace Service {
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "kit/detections/replay_clock.h"
-#include "kit/frame_source.h"
+#include "kit/frames/source.h"
+#include "kit/replay/clock.h"
 #include "service/input.h"
 
 namespace Service {

@@ -10,7 +10,7 @@
 #include <memory>
 
 #include "config/configuration.h"
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 
 namespace Service {
 

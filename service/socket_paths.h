@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "service/options.h"
+#include "service/command_line.h"
 
 namespace Service {
 

@@ -5,7 +5,7 @@
 #include <list>
 #include <string>
 
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 #include "kit/stream/listening_socket.h"
 #include "petrel/block.h"
 

@@ -4,7 +4,7 @@
 #include <csignal>
 #include <thread>
 
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 #include "petrel/block.h"
 
 namespace Service {

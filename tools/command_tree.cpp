@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "tools/options.h"
+#include "tools/cli/options.h"
 #include "tools/program.h"
 
 namespace Tools {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/verb.h"
+#include "tools/cli/verb.h"
 
 namespace Tools {
 

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "tools/options.h"
+#include "tools/cli/options.h"
 #include "tools/verbs.h"
 
 namespace Tools {

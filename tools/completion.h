@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "tools/cli/verb.h"
 #include "tools/command_tree.h"
-#include "tools/verb.h"
 
 namespace Tools {
 

@@ -1,5 +1,5 @@
+#include "tools/cli/message_text.h"
 #include "tools/completion.h"
-#include "tools/message_text.h"
 
 namespace Tools {
 

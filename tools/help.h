@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/verb.h"
+#include "tools/cli/verb.h"
 
 namespace Tools {
 

@@ -8,7 +8,7 @@
 #include <cstdio>
 
 #include "petrel/logger.h"
-#include "tools/messages.h"
+#include "tools/cli/messages.h"
 
 namespace {
 

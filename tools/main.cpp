@@ -1,6 +1,6 @@
+#include "tools/cli/signals.h"
 #include "tools/log_sink.h"
 #include "tools/program.h"
-#include "tools/signals.h"
 
 int main(int argc, char** argv) {
     begin_to_log();

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/cli/verb.h"
 #include "tools/command_tree.h"
-#include "tools/verb.h"
 
 namespace Tools {
 

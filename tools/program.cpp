@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
+#include "tools/cli/usage_error.h"
 #include "tools/help.h"
-#include "tools/usage_error.h"
 #include "tools/verbs.h"
 
 namespace Tools {

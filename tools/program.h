@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/exit_status.h"
-#include "tools/verb.h"
+#include "tools/cli/exit_status.h"
+#include "tools/cli/verb.h"
 
 namespace Tools {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "tools/verb.h"
+#include "tools/cli/verb.h"
 
 namespace Tools {
 

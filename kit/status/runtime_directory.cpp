@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 
 namespace Kit {
 

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <utility>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 #include "kit/stream/unix_address.h"
 #include "log/ilog.h"
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 
 namespace Kit {
 

@@ -3,7 +3,7 @@
 #include <system_error>
 #include <utility>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 #include "kit/stream/relay_server.h"
 
 namespace Kit {

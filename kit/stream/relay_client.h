@@ -8,7 +8,7 @@
 #include <memory>
 #include <mutex>
 
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 #include "kit/stream/frame_queue.h"
 #include "kit/stream/relay.h"
 

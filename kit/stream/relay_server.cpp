@@ -11,8 +11,8 @@
 #include <system_error>
 #include <utility>
 
+#include "kit/stream/format.h"
 #include "kit/stream/signals_blocked.h"
-#include "kit/stream/stream_format.h"
 #include "log/ilog.h"
 
 namespace Kit {

@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "kit/file_descriptor.h"
+#include "kit/base/file_descriptor.h"
 #include "kit/stream/listening_socket.h"
 #include "kit/stream/relay.h"
 #include "kit/stream/relay_client.h"

@@ -9,8 +9,8 @@
 #include <string>
 #include <system_error>
 
-#include "kit/file_descriptor.h"
-#include "kit/stream/stream_parser.h"
+#include "kit/base/file_descriptor.h"
+#include "kit/stream/parser.h"
 
 namespace Kit {
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 
 namespace Kit {
 

@@ -18,7 +18,7 @@
 #include <system_error>
 #include <vector>
 
-#include "kit/detections/chip_registers.h"
+#include "kit/demo_chip/registers.h"
 #include "radar/spi_radar_interface.h"
 
 namespace {

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "chip/chip_process.h"
-#include "support/private_paths.h"
+#include "tests/support/chip_process.h"
+#include "tests/support/private_paths.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
 
 namespace {
 

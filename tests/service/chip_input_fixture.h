@@ -15,9 +15,9 @@
 #include "chip/radar_chip.h"
 #include "chip/spi_slave.h"
 #include "chip/spidev.h"
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 #include "service/chip_input.h"
-#include "support/system_calls.h"
+#include "tests/support/system_calls.h"
 
 namespace service_test {
 

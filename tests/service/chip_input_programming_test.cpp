@@ -2,7 +2,7 @@
 
 #include <system_error>
 
-#include "chip_input_fixture.h"
+#include "tests/service/chip_input_fixture.h"
 
 namespace {
 

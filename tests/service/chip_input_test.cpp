@@ -1,6 +1,6 @@
 #include "service/chip_input.h"
 
-#include "chip_input_fixture.h"
+#include "tests/service/chip_input_fixture.h"
 
 namespace {
 

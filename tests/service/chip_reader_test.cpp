@@ -10,9 +10,9 @@
 #include "chip/radar_chip.h"
 #include "chip/spi_slave.h"
 #include "chip/spidev.h"
-#include "recordings.h"
-#include "support/captured_log.h"
-#include "support/system_calls.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/recordings.h"
+#include "tests/support/system_calls.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "support/captured_log.h"
+#include "tests/support/captured_log.h"
 
 namespace {
 

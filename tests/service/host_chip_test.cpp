@@ -1,6 +1,6 @@
 #include <csignal>
 
-#include "host_fixture.h"
+#include "tests/service/host_fixture.h"
 
 /** The running program on the simulated chip behind a device file. */
 namespace {

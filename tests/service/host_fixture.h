@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "host_process.h"
-#include "recordings.h"
-#include "support/private_paths.h"
+#include "tests/support/host_process.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/recordings.h"
 
 namespace service_test {
 

@@ -1,6 +1,6 @@
 #include <csignal>
 
-#include "host_fixture.h"
+#include "tests/service/host_fixture.h"
 
 /** What the running program tells the service manager. */
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "host_fixture.h"
+#include "tests/service/host_fixture.h"
 
 /** What the running program records. */
 namespace {

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <functional>
 
-#include "host_fixture.h"
+#include "tests/service/host_fixture.h"
 
 /** What the program says and leaves behind when it does not start. */
 namespace {

@@ -1,8 +1,8 @@
 #include <csignal>
 #include <filesystem>
 
-#include "host_fixture.h"
-#include "kit/stream/stream_client.h"
+#include "kit/stream/client.h"
+#include "tests/service/host_fixture.h"
 
 /** How the running program ends. */
 namespace {

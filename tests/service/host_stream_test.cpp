@@ -4,8 +4,8 @@
 #include <csignal>
 #include <thread>
 
-#include "host_fixture.h"
-#include "kit/stream/stream_client.h"
+#include "kit/stream/client.h"
+#include "tests/service/host_fixture.h"
 
 /** What the consumers of the running program get. */
 namespace {

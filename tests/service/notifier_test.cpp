@@ -6,9 +6,9 @@
 
 #include <cstdlib>
 
-#include "kit/file_descriptor.h"
-#include "support/captured_log.h"
-#include "support/private_paths.h"
+#include "kit/base/file_descriptor.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/private_paths.h"
 
 namespace {
 

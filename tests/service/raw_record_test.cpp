@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
-#include "kit/detections/chip_frame.h"
-#include "recordings.h"
+#include "kit/demo_chip/frame.h"
+#include "tests/support/recordings.h"
 
 namespace {
 

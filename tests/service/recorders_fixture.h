@@ -7,11 +7,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "kit/input_error.h"
-#include "recordings.h"
+#include "kit/base/input_error.h"
 #include "service/recorders.h"
-#include "support/private_paths.h"
-#include "support/system_calls.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/recordings.h"
+#include "tests/support/system_calls.h"
 
 namespace service_test {
 

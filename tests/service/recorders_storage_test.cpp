@@ -4,7 +4,7 @@
 #include <atomic>
 #include <thread>
 
-#include "recorders_fixture.h"
+#include "tests/service/recorders_fixture.h"
 
 /** The recorders on storage that gives trouble. */
 namespace {

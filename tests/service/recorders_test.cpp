@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "recorders_fixture.h"
+#include "tests/service/recorders_fixture.h"
 
 namespace {
 

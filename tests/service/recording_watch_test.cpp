@@ -9,12 +9,12 @@
 #include <mutex>
 
 #include "filewriter/data_file_writer.h"
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 #include "service/log_tap.h"
 #include "service/recording_name.h"
-#include "support/captured_log.h"
-#include "support/private_paths.h"
-#include "support/system_calls.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/system_calls.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include "kit/input_error.h"
-#include "recordings.h"
-#include "support/private_paths.h"
+#include "kit/base/input_error.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/recordings.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <memory>
 
-#include "chip/chip_process.h"
-#include "recordings.h"
-#include "support/private_paths.h"
+#include "tests/support/chip_process.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/recordings.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <set>
 #include <sstream>
 
-#include "kit/status/status_document.h"
-#include "service/options.h"
+#include "kit/status/document.h"
+#include "service/command_line.h"
 #include "service/settings.h"
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
 
 /** What the page about the service has to name. */
 namespace {

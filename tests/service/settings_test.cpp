@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include "kit/input_error.h"
-#include "support/private_paths.h"
+#include "kit/base/input_error.h"
+#include "tests/support/private_paths.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 #include <vector>
 
-#include "host_process.h"
-#include "support/private_paths.h"
+#include "tests/support/host_process.h"
+#include "tests/support/private_paths.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-#include "support/captured_log.h"
+#include "tests/support/captured_log.h"
 
 namespace {
 

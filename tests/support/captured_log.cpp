@@ -1,4 +1,4 @@
-#include "support/captured_log.h"
+#include "tests/support/captured_log.h"
 
 #include <cstdarg>
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
 
 namespace {
 

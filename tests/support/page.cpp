@@ -1,10 +1,10 @@
-#include "support/page.h"
+#include "tests/support/page.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
 
 namespace test_support {
 

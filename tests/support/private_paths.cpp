@@ -1,4 +1,4 @@
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
 
 #include <dirent.h>
 #include <sched.h>

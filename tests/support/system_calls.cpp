@@ -1,4 +1,4 @@
-#include "support/system_calls.h"
+#include "tests/support/system_calls.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>

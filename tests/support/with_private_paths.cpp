@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
 
 int main(int argc, char** argv) {
     constexpr int kSkipped = 77;

@@ -9,7 +9,7 @@
 #include <set>
 #include <sstream>
 
-#include "regs_fixture.h"
+#include "tests/tools/registers/fixture.h"
 #include "tools/verbs.h"
 
 namespace {

@@ -6,8 +6,8 @@
 
 #include <sstream>
 
-#include "shell.h"
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/shell.h"
 #include "tools/verbs.h"
 
 namespace {

@@ -4,10 +4,10 @@
 
 #include <csignal>
 
-#include "chip/chip_process.h"
-#include "program.h"
-#include "service/host_process.h"
-#include "support/private_paths.h"
+#include "tests/support/chip_process.h"
+#include "tests/support/host_process.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/program.h"
 
 namespace {
 

@@ -15,10 +15,10 @@
 #include <sstream>
 #include <thread>
 
-#include "chip/chip_process.h"
-#include "recorded_frames.h"
-#include "service/host_process.h"
-#include "support/private_paths.h"
+#include "tests/support/chip_process.h"
+#include "tests/support/host_process.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/recorded_frames.h"
 #include "tools/verbs.h"
 
 namespace {

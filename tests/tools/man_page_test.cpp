@@ -8,9 +8,9 @@
 #include <regex>
 #include <sstream>
 
-#include "program.h"
-#include "shell.h"
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/program.h"
+#include "tests/support/shell.h"
 #include "tools/verbs.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <regex>
 #include <sstream>
 
-#include "program.h"
+#include "tests/support/program.h"
 #include "tools/verbs.h"
 
 namespace {

@@ -4,8 +4,8 @@
 
 #include <sstream>
 
-#include "inside.h"
-#include "support/private_paths.h"
+#include "tests/support/inside.h"
+#include "tests/support/private_paths.h"
 #include "tools/verbs.h"
 
 namespace {

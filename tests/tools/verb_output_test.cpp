@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "program.h"
-#include "verb_rows.h"
+#include "tests/support/program.h"
+#include "tests/tools/verb_rows.h"
 
 namespace {
 

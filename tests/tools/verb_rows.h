@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "recorded_frames.h"
-#include "support/private_paths.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/recorded_frames.h"
 
 namespace tools_test {
 

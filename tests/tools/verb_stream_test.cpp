@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "listen_fixture.h"
-#include "verb_rows.h"
+#include "tests/tools/listen/fixture.h"
+#include "tests/tools/verb_rows.h"
 
 namespace {
 

@@ -14,9 +14,9 @@
 #include <sstream>
 #include <thread>
 
-#include "program.h"
+#include "tests/support/program.h"
+#include "tests/tools/verb_rows.h"
 #include "tools/verbs.h"
-#include "verb_rows.h"
 
 namespace {
 

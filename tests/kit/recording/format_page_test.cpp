@@ -8,10 +8,10 @@
 #include <filesystem>
 
 #include "filewriter/object_file_writer.h"
-#include "kit/recording/recording_scanner.h"
-#include "support/page.h"
-#include "support/private_paths.h"
-#include "support/system_calls.h"
+#include "kit/recording/scanner.h"
+#include "tests/support/page.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/system_calls.h"
 
 namespace {
 

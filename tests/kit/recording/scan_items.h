@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "kit/recording/recording_scanner.h"
+#include "kit/recording/scanner.h"
 
 namespace test_support {
 

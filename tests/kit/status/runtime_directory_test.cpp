@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "kit/input_error.h"
-#include "support/private_paths.h"
+#include "kit/base/input_error.h"
+#include "tests/support/private_paths.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <array>
 #include <cstdio>
 
-#include "relay_fixture.h"
 #include "socket/socket_buffer.h"
-#include "support/page.h"
+#include "tests/kit/stream/relay_fixture.h"
+#include "tests/support/page.h"
 
 namespace {
 

@@ -12,11 +12,11 @@
 #include <memory>
 #include <thread>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 #include "kit/stream/unix_address.h"
-#include "support/captured_log.h"
-#include "support/private_paths.h"
-#include "support/system_calls.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/system_calls.h"
 
 namespace {
 

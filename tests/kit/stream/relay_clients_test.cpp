@@ -5,7 +5,7 @@
 #include <atomic>
 #include <thread>
 
-#include "relay_fixture.h"
+#include "tests/kit/stream/relay_fixture.h"
 
 namespace {
 

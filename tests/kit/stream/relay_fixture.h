@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "frames.h"
+#include "kit/stream/client.h"
 #include "kit/stream/relay.h"
-#include "kit/stream/stream_client.h"
-#include "support/captured_log.h"
-#include "support/private_paths.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/private_paths.h"
+#include "tests/support/stream_frames.h"
 
 namespace stream_test {
 

@@ -8,9 +8,9 @@
 #include <atomic>
 #include <thread>
 
-#include "kit/input_error.h"
+#include "kit/base/input_error.h"
 #include "kit/stream/unix_address.h"
-#include "relay_fixture.h"
+#include "tests/kit/stream/relay_fixture.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <system_error>
 
-#include "relay_fixture.h"
 #include "socket/radar_socket.h"
 #include "socket/socket_buffer.h"
+#include "tests/kit/stream/relay_fixture.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <csignal>
 #include <thread>
 
-#include "kit/input_error.h"
-#include "relay_fixture.h"
+#include "kit/base/input_error.h"
+#include "tests/kit/stream/relay_fixture.h"
 
 namespace {
 

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "kit/base/file_descriptor.h"
+
+namespace Kit {
+
+/**
+ * Reads a file, a pipe or standard input from front to back through one buffer, which is as large
+ * as the largest piece that was asked for and at least kBlockSize. Owns the descriptor and the
+ * buffer. One thread at a time.
+ *
+ * The end of the input is not remembered: a file that has grown since has more bytes at the next
+ * call, a file that was truncated meanwhile ends where it ends now.
+ */
+class BlockReader {
+public:
+    /** Bytes that are asked of the system at a time, and the smallest buffer. */
+    static constexpr std::size_t kBlockSize = 256 * 1024;
+
+    /**
+     * Opens `path`; "-" is standard input. Opening a FIFO waits for its writer.
+     *
+     * @param block_size bytes to begin with, where less than a block will do.
+     * @throws InputError "path: reason" when it cannot be opened or is a directory or a device.
+     */
+    explicit BlockReader(std::string const& path, std::size_t block_size = kBlockSize);
+    BlockReader(BlockReader const&) = delete;
+    BlockReader& operator=(BlockReader const&) = delete;
+
+    /**
+     * The bytes from the current position on: `size` or more, fewer only when the input ends
+     * before. Valid until the next call of window() or rewind().
+     *
+     * @throws InputError "path: reason" when the input cannot be read.
+     */
+    std::string_view window(std::size_t size) {
+        if (end - begin < size) fill(size);
+        return {buffer.data() + begin, end - begin};
+    }
+
+    /** Moves on by `size` bytes, at most what the last window held. */
+    void advance(std::size_t size) {
+        begin += size;
+        position += size;
+    }
+
+    /** The current position in bytes from the front. */
+    std::uint64_t offset() const { return position; }
+
+    /** The path, or "standard input". */
+    std::string const& name() const { return path; }
+
+    /** Goes back to the front. @throws InputError when the input is a pipe. */
+    void rewind();
+
+    /** Has `wait` called with the descriptor before every read of it. It may wait, and throw. */
+    void set_wait(std::function<void(int fd)> wait) { before_read = std::move(wait); }
+
+private:
+    std::string path;
+    FileDescriptor file;
+    std::function<void(int)> before_read;
+    std::vector<char> buffer;
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    std::uint64_t position = 0;
+
+    void fill(std::size_t size);
+    void make_room(std::size_t size);
+    std::size_t read_block(char* into, std::size_t size);
+    [[noreturn]] void fail(int error) const;
+};
+
+}  // namespace Kit

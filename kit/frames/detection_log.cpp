@@ -1,0 +1,217 @@
+#include "kit/frames/detection_log.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <system_error>
+#include <type_traits>
+#include <utility>
+
+#include "kit/base/input_error.h"
+#include "kit/recording/format.h"
+
+namespace Kit {
+
+namespace {
+
+/** `text` in quotes, short and fit for a terminal. */
+std::string quoted(std::string_view text) {
+    constexpr std::size_t kLongest = 40;
+    std::string result = "'";
+    for (const char c : text.substr(0, kLongest)) result += c >= ' ' && c <= '~' ? c : '?';
+    return result + (text.size() > kLongest ? "...'" : "'");
+}
+
+/** A number too small for a float is the nearest float, as everywhere else; one too large is not.
+ */
+std::errc parse_tiny(std::string_view text, float& number) {
+    double wide = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), wide);
+    if (result.ec == std::errc() && std::fabs(wide) > 1) return std::errc::result_out_of_range;
+    number = static_cast<float>(wide);
+    return result.ec;
+}
+
+std::string change(std::uint64_t from, std::uint64_t to) {
+    return " from " + std::to_string(from) + " to " + std::to_string(to);
+}
+
+}  // namespace
+
+std::string_view DetectionLog::name_of(Column column) {
+    static constexpr std::array<std::string_view, kColumns> kNames = {
+        "frame_index", "timestamp_us", "rcs", "r", "rdot", "theta", "options", "snr"};
+    return kNames[column];
+}
+
+DetectionLog::DetectionLog(std::string const& path)
+    : DetectionLog(std::make_unique<BlockReader>(path)) {}
+
+DetectionLog::DetectionLog(std::unique_ptr<BlockReader> input_) : input(std::move(input_)) {
+    read_header();
+}
+
+void DetectionLog::rewind() {
+    input->rewind();
+    line_number = 0;
+    columns.clear();
+    has_row = false;
+    read_header();
+}
+
+bool DetectionLog::next(RO::RadarObjects& frame) {
+    if (!has_row && !read_row()) return false;
+    const std::uint64_t frame_index = row.frame_index;
+    const std::uint64_t timestamp = row.timestamp;
+    frame.set_magic(kFrameMagic);
+    frame.set_timestamp(timestamp);
+    frame.clear_targets();
+    do {
+        if (frame.targets_size() == kMaxTargets) fail(0, "more targets in a frame than 65536");
+        frame.add_targets()->CopyFrom(row.target);
+        has_row = read_row();
+        if (has_row) check_order(frame_index, timestamp);
+    } while (has_row && row.frame_index == frame_index);
+    return true;
+}
+
+void DetectionLog::read_header() {
+    std::string_view line;
+    if (!read_line(line)) throw InputError(input->name() + ": empty, not a detection log");
+    for (std::size_t begin = 0; begin <= line.size();) {
+        const std::size_t end = std::min(line.find(',', begin), line.size());
+        add_column(line.substr(begin, end - begin), begin);
+        begin = end + 1;
+    }
+    for (int i = 0; i < kColumns; ++i) {
+        const auto column = static_cast<Column>(i);
+        if (std::find(columns.begin(), columns.end(), column) == columns.end()) {
+            fail(line.size(), "column " + std::string(name_of(column)) + " is missing");
+        }
+    }
+}
+
+void DetectionLog::add_column(std::string_view name, std::size_t begin) {
+    int i = 0;
+    while (i < kColumns && name_of(static_cast<Column>(i)) != name) ++i;
+    if (i == kColumns && begin == 0) {
+        fail(begin, "not a header line, which begins with a column's name: " + quoted(name));
+    }
+    if (i == kColumns) fail(begin, "unknown column " + quoted(name));
+    const auto column = static_cast<Column>(i);
+    if (std::find(columns.begin(), columns.end(), column) != columns.end()) {
+        fail(begin, "column " + std::string(name) + " stands there twice");
+    }
+    columns.push_back(column);
+}
+
+/** Reads a line as soon as its end has come, also from a pipe that then has no more for a while. */
+bool DetectionLog::read_line(std::string_view& line) {
+    std::string_view window = input->window(1);
+    std::size_t end = window.find('\n');
+    while (end == std::string_view::npos && window.size() <= kMaxLine) {
+        const std::size_t searched = window.size();
+        window = input->window(searched + 1);
+        if (window.size() == searched) break;
+        end = window.find('\n', searched);
+    }
+    if (window.empty()) return false;
+    ++line_number;
+    line = window.substr(0, end);
+    if (line.size() > kMaxLine) fail(kMaxLine, "line longer than 4096 bytes");
+    input->advance(end == std::string_view::npos ? line.size() : end + 1);
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    return true;
+}
+
+bool DetectionLog::read_row() {
+    std::string_view line;
+    if (!read_line(line)) return false;
+    std::size_t begin = 0;
+    for (const Column column : columns) {
+        if (begin > line.size()) {
+            fail(line.size(), std::string(name_of(column)) + " has no value");
+        }
+        const std::size_t end = std::min(line.find(',', begin), line.size());
+        row.begins[column] = begin;
+        read_value(column, line.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    if (begin <= line.size()) fail(begin, "more values than columns");
+    return true;
+}
+
+void DetectionLog::read_value(Column column, std::string_view text) {
+    switch (column) {
+        case kFrameIndex:
+            row.frame_index = parse<std::uint64_t>(column, text);
+            break;
+        case kTimestamp:
+            row.timestamp = parse<std::uint64_t>(column, text);
+            break;
+        case kRcs:
+            row.target.set_rcs(parse<float>(column, text));
+            break;
+        case kR:
+            row.target.set_r(parse<float>(column, text));
+            break;
+        case kRdot:
+            row.target.set_rdot(parse<float>(column, text));
+            break;
+        case kTheta:
+            row.target.set_theta(parse<float>(column, text));
+            break;
+        case kOptions:
+            row.target.set_options(parse<std::uint32_t>(column, text));
+            break;
+        case kSnr:
+            row.target.set_snr(parse<float>(column, text));
+            break;
+        case kColumns:
+            break;
+    }
+}
+
+/** Checks the row that was read last against the frame that the row before belongs to. */
+void DetectionLog::check_order(std::uint64_t frame_index, std::uint64_t timestamp) const {
+    const bool same_frame = row.frame_index == frame_index;
+    if (row.frame_index < frame_index) {
+        fail(row.begins[kFrameIndex],
+             "frame_index goes back" + change(frame_index, row.frame_index));
+    }
+    if (same_frame && row.timestamp != timestamp) {
+        fail(row.begins[kTimestamp],
+             "timestamp_us changes within a frame" + change(timestamp, row.timestamp));
+    }
+    if (!same_frame && row.timestamp <= timestamp) {
+        fail(row.begins[kTimestamp],
+             "timestamp_us does not grow" + change(timestamp, row.timestamp));
+    }
+}
+
+template <typename Number>
+Number DetectionLog::parse(Column column, std::string_view text) const {
+    Number number = {};
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error == std::errc::invalid_argument || end != text.data() + text.size()) {
+        const std::string problem =
+            text.empty() ? " has no value" : " is not a number: " + quoted(text);
+        fail(row.begins[column], std::string(name_of(column)) + problem);
+    }
+    if constexpr (std::is_floating_point_v<Number>) {
+        if (error == std::errc::result_out_of_range) error = parse_tiny(text, number);
+        if (!std::isfinite(number)) error = std::errc::result_out_of_range;
+    }
+    if (error != std::errc()) {
+        fail(row.begins[column],
+             std::string(name_of(column)) + " is out of range: " + quoted(text));
+    }
+    return number;
+}
+
+void DetectionLog::fail(std::size_t begin, std::string const& reason) const {
+    throw InputError(input->name() + ":" + std::to_string(line_number) + ":" +
+                     std::to_string(begin + 1) + ": " + reason);
+}
+
+}  // namespace Kit

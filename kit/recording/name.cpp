@@ -1,0 +1,147 @@
+#include "kit/recording/name.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+
+namespace Kit {
+
+namespace {
+
+constexpr std::string_view kCompleted = ".data";
+/** How a recorder's name ends, with a 0 for every digit. */
+constexpr std::string_view kNameEnd = "_000000_000000_000";
+
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+/** Takes fixed parts off the front of a name. */
+class Parts {
+public:
+    explicit Parts(std::string_view text) : rest(text) {}
+
+    bool underscore() {
+        if (rest.empty() || rest.front() != '_') return false;
+        rest.remove_prefix(1);
+        return true;
+    }
+
+    /** A number of `digits` digits that is `low` to `high`. */
+    bool number(std::size_t digits, int low, int high, int& value) {
+        if (rest.size() < digits) return false;
+        value = 0;
+        for (const char c : rest.substr(0, digits)) {
+            if (!is_digit(c)) return false;
+            value = 10 * value + (c - '0');
+        }
+        rest.remove_prefix(digits);
+        return value >= low && value <= high;
+    }
+
+    /** Years since 2000: two digits, three from 2100 on, a minus and one or two before 2000. */
+    bool year(int& value) {
+        const std::size_t end = rest.find('_');
+        if (end == std::string_view::npos || end < 2 || end > 3) return false;
+        const bool before = rest.front() == '-';
+        if (before) rest.remove_prefix(1);
+        if (!number(before ? end - 1 : end, 0, 999, value)) return false;
+        value = before ? 2000 - value : 2000 + value;
+        return true;
+    }
+
+    std::string_view rest;
+};
+
+bool parse_time(Parts& parts, RecordingName& name) {
+    return parts.underscore() && parts.number(2, 1, 31, name.day) &&
+           parts.number(2, 1, 12, name.month) && parts.year(name.year) && parts.underscore() &&
+           parts.number(2, 0, 23, name.hour) && parts.number(2, 0, 59, name.minute) &&
+           parts.number(2, 0, 60, name.second) && parts.underscore() &&
+           parts.number(3, 0, 999, name.millisecond);
+}
+
+/** Whether `text` can be the end of a name that a recorder gave. */
+bool can_be_surplus(std::string_view text) {
+    for (std::size_t i = 1; i <= text.size() && i <= kNameEnd.size(); ++i) {
+        const char c = text[text.size() - i];
+        const bool digit = kNameEnd[kNameEnd.size() - i] == '0';
+        if (digit ? !is_digit(c) && c != '-' : c != '_') return false;
+    }
+    return true;
+}
+
+std::tm time_in(RecordingName const& name) {
+    std::tm time = {};
+    time.tm_year = name.year - 1900;
+    time.tm_mon = name.month - 1;
+    time.tm_mday = name.day;
+    time.tm_hour = name.hour;
+    time.tm_min = name.minute;
+    time.tm_sec = name.second;
+    time.tm_isdst = -1;
+    return time;
+}
+
+}  // namespace
+
+std::optional<RecordingName> parse_recording_name(std::string_view file_name) {
+    RecordingName name;
+    name.complete = file_name.size() >= kCompleted.size() &&
+                    file_name.substr(file_name.size() - kCompleted.size()) == kCompleted;
+    if (name.complete) file_name.remove_suffix(kCompleted.size());
+    for (std::size_t place = file_name.find('_'); place != std::string_view::npos;
+         place = file_name.find('_', place + 1)) {
+        Parts parts(file_name.substr(place));
+        if (!parse_time(parts, name) || !can_be_surplus(parts.rest)) continue;
+        name.prefix = file_name.substr(0, place);
+        name.surplus = parts.rest;
+        return name;
+    }
+    return std::nullopt;
+}
+
+std::string text_of(RecordingName const& name) {
+    const int year = name.year - 2000;
+    std::array<char, 64> time;
+    std::snprintf(time.data(), time.size(), year < 0 ? "_%02d%02d%d_" : "_%02d%02d%02d_", name.day,
+                  name.month, year);
+    std::string text = name.prefix + time.data();
+    std::snprintf(time.data(), time.size(), "%02d%02d%02d_%03d", name.hour, name.minute,
+                  name.second, name.millisecond);
+    text += time.data() + name.surplus;
+    return name.complete ? text.append(kCompleted) : text;
+}
+
+RecordingName name_of_time(std::string const& prefix, std::int64_t seconds, int millisecond) {
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm local = {};
+    localtime_r(&time, &local);
+    RecordingName name;
+    name.prefix = prefix;
+    name.year = local.tm_year + 1900;
+    name.month = local.tm_mon + 1;
+    name.day = local.tm_mday;
+    name.hour = local.tm_hour;
+    name.minute = local.tm_min;
+    name.second = local.tm_sec;
+    name.millisecond = millisecond;
+    name.complete = true;
+    return name;
+}
+
+std::string_view file_name_of(std::string_view path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+std::int64_t begin_of(RecordingName const& name) {
+    std::tm local = time_in(name);
+    return std::mktime(&local);
+}
+
+std::int64_t begin_as_utc(RecordingName const& name) {
+    std::tm time = time_in(name);
+    return timegm(&time);
+}
+
+}  // namespace Kit

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "kit/base/block_reader.h"
+#include "kit/encoding/frame_survey.h"
+#include "kit/recording/finding.h"
+#include "kit/recording/format.h"
+#include "kit/recording/search.h"
+
+namespace Kit {
+
+/** One record of a recording. */
+struct Record {
+    /** Of its tag, in bytes from the front of the file. */
+    std::uint64_t offset = 0;
+    std::uint32_t tag = 0;
+    /** The frame's encoding, which protobuf decodes. Valid until the scan goes on. */
+    std::string_view payload;
+    /** The magic, timestamp and number of targets of the frame. */
+    FrameSurvey frame;
+};
+
+/**
+ * Reads a recorded file from front to back: its header, its records, and findings about all that is
+ * not as it has to be. After damage it goes on where RecordSearch finds the next record.
+ *
+ * Owns the input. Holds one block of the file or the largest record, at most 17 MiB, whatever the
+ * file's size, and for a moment at most half as much again. One thread at a time. A file may grow
+ * or be truncated meanwhile; what is there when it is read counts.
+ */
+class RecordingScanner {
+public:
+    enum class Item { kHeader, kRecord, kFinding, kEnd };
+
+    /** What the end of the input means. */
+    enum class Tail {
+        /** The end: less than a record is damage. */
+        kComplete,
+        /**
+         * As far as the recorder has come: less than a record is left for later. After kEnd the
+         * scan can go on when there is more. The header's count of frames is not compared.
+         */
+        kGrowing,
+    };
+
+    /** Scans `path`, "-" being standard input. @throws InputError when it cannot be opened. */
+    explicit RecordingScanner(std::string const& path, Tail tail = Tail::kComplete);
+    /** Scans an input from where it is, which counts as offset 0 if nothing was read before. */
+    explicit RecordingScanner(std::unique_ptr<BlockReader> input, Tail tail = Tail::kComplete);
+
+    /**
+     * Goes on to the next item, in order of the file.
+     *
+     * @throws InputError when the input cannot be read.
+     */
+    Item next();
+
+    /**
+     * The recorder has ended the file: from now on less than a record at its end is damage. To be
+     * called after the recorder's last write and after a kEnd, from which the scan goes on.
+     */
+    void stop_growing();
+
+    /** Goes back to the front. @throws InputError when the input is a pipe. */
+    void rewind();
+
+    /** After kHeader: the header. Later: that of the records that come now. */
+    RecordingHeader const& header() const { return current_header; }
+    /** After kRecord: the record. */
+    Record const& record() const { return current_record; }
+    /** After kFinding: the finding. */
+    Finding const& finding() const { return current_finding; }
+
+    /** How far the scan has come, in bytes from the front. */
+    std::uint64_t offset() const { return input->offset(); }
+    /** The name of the input, for messages. */
+    std::string const& name() const { return input->name(); }
+
+private:
+    enum class State { kHeader, kRecords, kLost, kEnded };
+
+    std::unique_ptr<BlockReader> input;
+    Tail tail;
+    RecordSearch search;
+    State state = State::kHeader;
+    RecordingHeader current_header;
+    Record current_record;
+    Finding current_finding;
+    /** Bytes of the last item, passed when the scan goes on. */
+    std::size_t consumed = 0;
+    /** Where the header is, and the records since, while its count is to be compared. */
+    std::uint64_t header_offset = 0;
+    std::uint64_t frame_count = 0;
+    bool compare_frame_count = false;
+    /** The tag of the last records, and of how many: with two it is certain. */
+    std::uint32_t tag = 0;
+    std::uint64_t records_of_tag = 0;
+    bool foreign_frame_told = false;
+    std::uint64_t lost_from = 0;
+
+    Item take_header();
+    Item take_record();
+    Item take_frame(std::uint32_t record_tag, std::uint32_t length);
+    Item refuse_tag(std::string_view head);
+    Item refuse_frame(std::size_t size, FrameSurvey const* survey);
+    Item go_on_after_damage();
+    Item finish();
+    Item tell(FindingKind kind, std::string text);
+    Item lose(FindingKind kind, std::string text, std::size_t record_size = 0);
+    Item tell_frame_count();
+    bool frame_count_differs() const;
+};
+
+}  // namespace Kit

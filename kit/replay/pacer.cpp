@@ -1,0 +1,47 @@
+#include "kit/replay/pacer.h"
+
+#include <algorithm>
+
+#include "kit/base/input_error.h"
+
+namespace Kit {
+
+namespace {
+
+constexpr double kDefaultInterval = 1e6 / 30;  // us
+
+std::chrono::nanoseconds to_nanoseconds(double nanoseconds) {
+    constexpr auto kLargest = std::chrono::nanoseconds::max();
+    // The largest number of nanoseconds is not a double, the one above it is.
+    if (nanoseconds >= static_cast<double>(kLargest.count())) return kLargest;
+    return std::chrono::nanoseconds(static_cast<std::chrono::nanoseconds::rep>(nanoseconds));
+}
+
+}  // namespace
+
+Pacer::Pacer(double rate_, std::chrono::microseconds longest_gap_)
+    : rate(rate_),
+      longest_gap(static_cast<std::uint64_t>(
+          std::max(longest_gap_, std::chrono::microseconds::zero()).count())) {
+    if (!(rate > 0)) throw InputError("the rate of a replay is not above 0");
+}
+
+std::chrono::nanoseconds Pacer::due(std::uint64_t timestamp_us) {
+    if (started) elapsed += step_to(timestamp_us);
+    started = true;
+    last = timestamp_us;
+    return to_nanoseconds(elapsed * 1000 / rate);
+}
+
+/** How long after the last frame this one comes, in us at the timestamps' pace. */
+double Pacer::step_to(std::uint64_t timestamp_us) {
+    if (timestamp_us < last || timestamp_us - last > longest_gap) {
+        return steps > 0 ? counted / steps : kDefaultInterval;
+    }
+    const auto step = static_cast<double>(timestamp_us - last);
+    counted += step;
+    ++steps;
+    return step;
+}
+
+}  // namespace Kit

@@ -1,0 +1,113 @@
+#include "kit/stream/client.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include "kit/base/input_error.h"
+#include "kit/stream/format.h"
+#include "kit/stream/unix_address.h"
+
+namespace Kit {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr std::size_t kPieceSize = 65536;
+
+/** How long a service whose backlog is full may take to accept a client. */
+constexpr time_t kConnectSeconds = 2;
+
+int connected_socket(std::string const& path) {
+    const UnixAddress address(path);
+    FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const timeval limit = {kConnectSeconds, 0};
+    if (fd.valid() && setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)) == 0 &&
+        connect_to(fd.get(), address)) {
+        return fd.release();
+    }
+    throw InputError(path + ": cannot connect: " + std::strerror(errno));
+}
+
+/** What poll() takes for the time until `deadline`, rounded up. */
+int milliseconds_until(Clock::time_point deadline) {
+    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now()).count();
+    return static_cast<int>(std::clamp<int64_t>(left, 0, 60 * 60 * 1000));
+}
+
+}  // namespace
+
+StreamClient::StreamClient(std::string const& path) : StreamClient(connected_socket(path)) {}
+
+StreamClient::StreamClient(int fd) : stream(fd), piece(new char[kPieceSize]) {}
+
+StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout) {
+    const bool limited = timeout.count() >= 0;
+    const Clock::time_point deadline = Clock::now() + timeout;
+    for (;;) {
+        if (state != Result::kFrame) return state;
+        if (const std::optional<std::string> whole = parser.next())
+            return take_frame(frame, *whole);
+        if (parser.fault()) {
+            return end(Result::kForeign, "at byte " + std::to_string(parser.fault()->offset) +
+                                             ": " + parser.fault()->reason);
+        }
+        pollfd wait = {stream.get(), POLLIN, 0};
+        const int ready = poll(&wait, 1, limited ? milliseconds_until(deadline) : -1);
+        if (ready == 0 && Clock::now() < deadline) continue;
+        if (ready == 0 || (ready < 0 && errno == EINTR)) return Result::kTimeout;
+        if (ready < 0) return end(Result::kFailed, std::strerror(errno));
+        read_piece();
+    }
+}
+
+void StreamClient::read_piece() {
+    const ssize_t size = read(stream.get(), piece.get(), kPieceSize);
+    if (size > 0) {
+        parser.append({piece.get(), static_cast<std::size_t>(size)});
+    } else if (size < 0 && errno != EAGAIN && errno != EINTR) {
+        end(Result::kFailed, std::strerror(errno));
+    } else if (size == 0 && parser.pending() > 0) {
+        end(Result::kCut, "ended " + std::to_string(parser.pending()) + " bytes into a frame");
+    } else if (size == 0) {
+        end(Result::kEnd, "");
+    }
+}
+
+StreamClient::Result StreamClient::take_frame(StreamFrame& frame, std::string const& stream_frame) {
+    ++frames;
+    frame.payload.assign(stream_frame, kStreamHeaderSize, std::string::npos);
+    if (frame.objects.ParseFromString(frame.payload)) return Result::kFrame;
+    what_is_wrong = "frame " + std::to_string(frames) + ", " +
+                    std::to_string(frame.payload.size()) + " bytes, does not decode";
+    return Result::kUndecodable;
+}
+
+StreamClient::Result StreamClient::end(Result why, std::string const& what) {
+    state = why;
+    what_is_wrong = what;
+    return why;
+}
+
+std::string const& StreamClient::problem() const noexcept {
+    return what_is_wrong;
+}
+
+uint64_t StreamClient::bytes() const noexcept {
+    return parser.offset();
+}
+
+int StreamClient::fd() const noexcept {
+    return stream.get();
+}
+
+}  // namespace Kit

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "kit/stream/format.h"
+
+namespace Kit {
+
+/** Why bytes are no target stream. */
+struct StreamFault {
+    /** Where the frame begins that is none, in bytes from the start of the stream. */
+    uint64_t offset;
+    /** What is wrong there: "12 34 56 78 in place of the magic 02 71 bb 01". */
+    std::string reason;
+};
+
+/**
+ * Cuts a target stream that arrives in pieces of any size into its frames:
+ *
+ *     parser.append(bytes);
+ *     while (std::optional<std::string> frame = parser.next()) use(*frame);
+ *     if (parser.fault()) ...
+ *
+ * Holds the bytes that are no whole frame yet: at most one piece and one frame. One thread at a
+ * time. After a fault the boundaries of frames are lost: the object yields no more frames and
+ * ignores what is appended, until reset().
+ */
+class StreamParser {
+public:
+    /** @param max_payload a length above this many bytes is a fault. */
+    explicit StreamParser(uint32_t max_payload = kMaxStreamPayload);
+
+    /** Adds the next bytes of the stream. */
+    void append(std::string_view bytes);
+
+    /**
+     * Takes the next whole frame, header included. Returns nothing when more bytes are needed or
+     * the stream is at fault. The payload is not looked into.
+     */
+    [[nodiscard]] std::optional<std::string> next();
+
+    /** What is wrong with the stream; nothing while it is well-formed. */
+    std::optional<StreamFault> const& fault() const noexcept;
+
+    /** The number of bytes that belong to a frame that is not whole yet; 0 between two frames. */
+    std::size_t pending() const noexcept;
+
+    /** The number of bytes that next() has returned. */
+    uint64_t offset() const noexcept;
+
+    /** Begins a new stream: forgets all bytes and the fault. */
+    void reset();
+
+private:
+    bool magic_is_right();
+    bool length_is_right(uint32_t length);
+
+    uint32_t max_payload;
+    std::string bytes;
+    std::size_t begin = 0;  // of the next frame, in `bytes`
+    uint64_t stream_offset = 0;
+    std::optional<StreamFault> found;
+};
+
+}  // namespace Kit

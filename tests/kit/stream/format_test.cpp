@@ -1,0 +1,44 @@
+#include "kit/stream/format.h"
+
+#include <gmock/gmock.h>
+
+#include "tests/support/stream_frames.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+TEST(StreamFormatTest, AFrameIsMagicLengthAndPayloadLittleEndian) {
+    EXPECT_EQ(Kit::stream_frame("\x08\x82\xE2\xED\x0D"),
+              "\x02\x71\xBB\x01\x05\x00\x00\x00\x08\x82\xE2\xED\x0D"s);
+}
+
+TEST(StreamFormatTest, IntegersAreReadLeastSignificantByteFirst) {
+    EXPECT_EQ(Kit::read_le32("\xF1\x02\x03\x84"), 0x840302F1U);
+}
+
+TEST(StreamFormatTest, AFrameIsAStreamFrame) {
+    EXPECT_TRUE(Kit::is_stream_frame(stream_test::frame(1)));
+}
+
+TEST(StreamFormatTest, AHeaderThatIsCutIsNoStreamFrame) {
+    EXPECT_FALSE(Kit::is_stream_frame(stream_test::frame(1).substr(0, 7)));
+}
+
+TEST(StreamFormatTest, AFrameThatIsCutIsNoStreamFrame) {
+    std::string cut = stream_test::frame(1);
+    cut.pop_back();
+    EXPECT_FALSE(Kit::is_stream_frame(cut));
+}
+
+TEST(StreamFormatTest, TwoFramesAreNoStreamFrame) {
+    EXPECT_FALSE(Kit::is_stream_frame(stream_test::frames(1, 2)));
+}
+
+TEST(StreamFormatTest, AnotherMagicIsNoStreamFrame) {
+    std::string foreign = stream_test::frame(1);
+    foreign[0] = '\x03';
+    EXPECT_FALSE(Kit::is_stream_frame(foreign));
+}
+
+}  // namespace

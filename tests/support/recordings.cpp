@@ -1,0 +1,136 @@
+#include "tests/support/recordings.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+
+#include "tests/support/private_paths.h"
+
+namespace service_test {
+
+namespace {
+
+constexpr uint32_t kFrameMagic = 29061378;
+constexpr uint32_t kFileMagic = 0xBADABADA;
+constexpr std::size_t kFileHeaderSize = 40;
+constexpr std::size_t kFrameCounterOffset = 36;
+constexpr std::size_t kRecordHeaderSize = 8;
+
+uint32_t word_at(std::string const& bytes, std::size_t offset) {
+    uint32_t word = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        word |= uint32_t{static_cast<unsigned char>(bytes[offset + i])} << (8 * i);
+    }
+    return word;
+}
+
+/** Names end in DDMMYY_HHMMSS_mmm: what sorts as text within one year sorts by time. */
+std::string sort_key(std::string const& name, std::size_t prefix_size) {
+    const std::string date = name.substr(prefix_size + 1);
+    return date.substr(4, 2) + date.substr(2, 2) + date.substr(0, 2) + date.substr(6);
+}
+
+}  // namespace
+
+RO::RadarObjects frame_at(uint64_t timestamp_us, int targets) {
+    RO::RadarObjects frame;
+    frame.set_magic(kFrameMagic);
+    frame.set_timestamp(timestamp_us);
+    for (int i = 0; i < targets; ++i) {
+        RO::TargetData& target = *frame.add_targets();
+        target.set_r(static_cast<float>(i + 1));
+        target.set_rdot(-0.5F);
+        target.set_snr(12.25F);
+    }
+    return frame;
+}
+
+std::vector<RO::RadarObjects> frames_of(int count, uint64_t step_us) {
+    constexpr uint64_t kFirst = 1000000;
+    std::vector<RO::RadarObjects> frames;
+    for (int i = 0; i < count; ++i) {
+        frames.push_back(frame_at(kFirst + static_cast<uint64_t>(i) * step_us, 2));
+    }
+    return frames;
+}
+
+std::string log_of(std::vector<RO::RadarObjects> const& frames) {
+    std::ostringstream log;
+    log << "frame_index,timestamp_us,rcs,r,rdot,theta,options,snr\n";
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        for (RO::TargetData const& target : frames[i].targets()) {
+            log << i << "," << frames[i].timestamp() << "," << target.rcs() << "," << target.r()
+                << "," << target.rdot() << "," << target.theta() << "," << target.options() << ","
+                << target.snr() << "\n";
+        }
+    }
+    return log.str();
+}
+
+std::vector<RO::RadarObjects> Recording::frames() const {
+    std::vector<RO::RadarObjects> all;
+    for (auto const& [tag, payload] : records) {
+        RO::RadarObjects frame;
+        EXPECT_TRUE(frame.ParseFromString(payload));
+        all.push_back(frame);
+    }
+    return all;
+}
+
+Recording read_recording(std::string const& path) {
+    const std::string bytes = test_support::read_file(path);
+    Recording recording;
+    if (bytes.size() < kFileHeaderSize || word_at(bytes, 0) != kFileMagic) {
+        ADD_FAILURE() << path << " has no header";
+        return recording;
+    }
+    recording.frame_counter = word_at(bytes, kFrameCounterOffset);
+    std::size_t offset = kFileHeaderSize;
+    while (bytes.size() - offset >= kRecordHeaderSize) {
+        const uint32_t length = word_at(bytes, offset + 4);
+        if (bytes.size() - offset - kRecordHeaderSize < length) break;
+        recording.records.emplace_back(word_at(bytes, offset),
+                                       bytes.substr(offset + kRecordHeaderSize, length));
+        offset += kRecordHeaderSize + length;
+    }
+    recording.rest = bytes.substr(offset);
+    return recording;
+}
+
+std::vector<std::string> recordings_in(std::string const& directory, std::string const& prefix) {
+    std::vector<std::string> names;
+    for (std::string const& name : test_support::list_directory(directory)) {
+        if (name.rfind(prefix + "_", 0) == 0) names.push_back(name);
+    }
+    std::sort(names.begin(), names.end(), [&](auto const& left, auto const& right) {
+        return sort_key(left, prefix.size()) < sort_key(right, prefix.size());
+    });
+    return names;
+}
+
+std::vector<RO::RadarObjects> recorded_frames(std::string const& directory,
+                                              std::vector<std::string> const& names) {
+    std::vector<RO::RadarObjects> all;
+    for (std::string const& name : names) {
+        for (RO::RadarObjects const& frame : read_recording(directory + "/" + name).frames()) {
+            all.push_back(frame);
+        }
+    }
+    return all;
+}
+
+std::vector<uint64_t> timestamps(std::vector<RO::RadarObjects> const& frames) {
+    std::vector<uint64_t> all;
+    for (RO::RadarObjects const& frame : frames) all.push_back(frame.timestamp());
+    return all;
+}
+
+std::vector<std::string> texts(std::vector<RO::RadarObjects> const& frames) {
+    std::vector<std::string> all;
+    for (RO::RadarObjects const& frame : frames) all.push_back(frame.ShortDebugString());
+    return all;
+}
+
+}  // namespace service_test

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <thread>
+
+#include "kit/stream/format.h"
+#include "radar_objects/radar_objects.pb.h"
+
+namespace stream_test {
+
+/** The encoding of a frame with this timestamp and number of targets. */
+inline std::string payload(uint64_t timestamp, int targets = 2) {
+    RO::RadarObjects objects;
+    objects.set_magic(Kit::kStreamMagic);
+    objects.set_timestamp(timestamp);
+    for (int i = 0; i < targets; ++i) objects.add_targets()->set_r(static_cast<float>(i + 1));
+    return objects.SerializeAsString();
+}
+
+/** The stream frame of payload(). */
+inline std::string frame(uint64_t timestamp, int targets = 2) {
+    return Kit::stream_frame(payload(timestamp, targets));
+}
+
+/** So many targets that a socket does not hold their frame, however much it has sent before. */
+constexpr int kMoreThanASocketHolds = 35000;
+
+/** The stream frames with the timestamps `first` to `last`, one behind the other. */
+inline std::string frames(uint64_t first, uint64_t last) {
+    std::string bytes;
+    for (uint64_t timestamp = first; timestamp <= last; ++timestamp) bytes += frame(timestamp);
+    return bytes;
+}
+
+/** Waits until `condition` holds; false when it does not within a time that no test needs. */
+template <typename Condition>
+bool eventually(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+}  // namespace stream_test

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kit/status/document.h"
+#include "tests/support/fake_service.h"
+#include "tests/support/inside.h"
+#include "tests/support/private_paths.h"
+
+namespace tools_test {
+
+constexpr char kSocket[] = "/tmp/status.sock";
+constexpr char kSource[] = "unix:/tmp/status.sock";
+
+/** What a service without problems says. */
+inline Kit::Status healthy() {
+    Kit::Status status;
+    status.version = "1.2.3";
+    status.pid = 4711;
+    status.state = "running";
+    status.uptime_us = 93784000000;  // 1 d 2 h 3 min 4 s
+    status.input = {"scene:1", "scene", 0, ""};
+    status.failures = {{0, "No data", false}, {1, "Interference", false}, {2, "Saturation", false}};
+    status.frames = 100;
+    status.targets = 300;
+    status.stream = {"/tmp/targets.sock", 100, 9000, 2, 0, 0, {{1, 90, 0, 8100, 3}}};
+    status.recorders["objects"] = {true, "/tmp", "/tmp/radar_1", "", 100, 98, 1, 1, 0, 0, ""};
+    status.recorders["raw"] = {};
+    status.watchdog = {2, false, 0};
+    status.settings_file = "/etc/radar/radar.conf";
+    return status;
+}
+
+/** The same with one failure. */
+inline Kit::Status failed(int reason) {
+    Kit::Status status = healthy();
+    status.failures[static_cast<std::size_t>(reason)].active = true;
+    status.failure_flag = true;
+    return status;
+}
+
+/** The verb `status`, answered by a service that says what it is to say. */
+class StatusTest : public test_support::PrivatePathsTest {
+protected:
+    static Outcome status_of(std::string const& document, std::vector<std::string> options = {}) {
+        const FakeService service(kSocket, document);
+        options.insert(options.begin(), {"status", kSource});
+        return run_inside(options);
+    }
+
+    static Outcome status_of(Kit::Status const& status, std::vector<std::string> options = {}) {
+        return status_of(Kit::status_document(status), std::move(options));
+    }
+};
+
+}  // namespace tools_test

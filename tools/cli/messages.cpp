@@ -1,0 +1,65 @@
+#include "tools/cli/messages.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <mutex>
+
+#include "tools/screen/terminal.h"
+
+namespace Tools {
+
+namespace {
+
+constexpr char kEraseLine[] = "\r\x1b[K";
+
+std::mutex lock;  // of the line and of the order of what is written
+std::string line;
+
+void write_all(std::string const& text) {
+    for (std::size_t written = 0; written < text.size();) {
+        const ssize_t result = write(STDERR_FILENO, text.data() + written, text.size() - written);
+        if (result < 0 && errno == EINTR) continue;
+        if (result <= 0) return;
+        written += static_cast<std::size_t>(result);
+    }
+}
+
+}  // namespace
+
+Messages::Messages(std::string const& verb)
+    : prefix("petrelradar" + (verb.empty() ? "" : " " + verb) + ": "),
+      coloured(takes_colour(STDERR_FILENO)) {}
+
+void Messages::note(std::string const& text) const {
+    say("", text);
+}
+
+void Messages::warn(std::string const& text) const {
+    say("\x1b[33m", text);
+}
+
+void Messages::error(std::string const& text) const {
+    say("\x1b[31m", text);
+}
+
+void Messages::say(std::string const& colour, std::string const& text) const {
+    if (coloured && !colour.empty()) {
+        print(prefix + colour + text + "\x1b[0m\n");
+    } else {
+        print(prefix + text + "\n");
+    }
+}
+
+void Messages::print(std::string const& text) {
+    const std::lock_guard<std::mutex> guard(lock);
+    write_all(line.empty() ? text : kEraseLine + text + line);
+}
+
+void Messages::show_line(std::string const& new_line) {
+    const std::lock_guard<std::mutex> guard(lock);
+    if (new_line != line) write_all(kEraseLine + new_line);
+    line = new_line;
+}
+
+}  // namespace Tools

@@ -1,0 +1,25 @@
+#include "tools/cli/number_text.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+
+namespace Tools {
+
+std::optional<uint64_t> whole_number(std::string_view text) {
+    const bool is_hexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
+    if (is_hexadecimal) text.remove_prefix(2);
+    uint64_t value = 0;
+    char const* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value, is_hexadecimal ? 16 : 10);
+    if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
+    return value;
+}
+
+std::string hex_text(uint32_t value, int digits) {
+    std::array<char, 16> text;
+    std::snprintf(text.data(), text.size(), "0x%0*x", digits, static_cast<unsigned>(value));
+    return text.data();
+}
+
+}  // namespace Tools

@@ -1,0 +1,119 @@
+#include "tools/convert/assembly.h"
+
+#include <array>
+#include <cstdio>
+#include <limits>
+
+#include "kit/base/input_error.h"
+#include "tools/cli/time_text.h"
+
+namespace Tools {
+
+namespace {
+
+constexpr std::uint64_t kUsInS = 1000000;
+
+/** What a recorder writes when nothing is set: medium sensitivity. */
+constexpr std::int32_t kMediumSensitivity = 1;
+
+/** What the headers say of the installation. */
+std::string installation_text(Kit::RecordingHeader const& header) {
+    std::array<char, 128> text;
+    std::snprintf(text.data(), text.size(), "height %.9g, tilt %.9g, sensitivity %d", header.height,
+                  header.tilt, header.sensitivity);
+    return text.data();
+}
+
+bool same_number(double left, double right) {
+    return left == right || (left != left && right != right);
+}
+
+bool same_installation(Kit::RecordingHeader const& left, Kit::RecordingHeader const& right) {
+    return same_number(left.height, right.height) && same_number(left.tilt, right.tilt) &&
+           left.sensitivity == right.sensitivity;
+}
+
+/** The time of a frame in s since 1970, when it is one that a header can have. */
+std::optional<std::int32_t> seconds_of(std::uint64_t timestamp) {
+    const std::uint64_t seconds = timestamp / kUsInS;
+    if (!looks_like_date(timestamp) || seconds > std::numeric_limits<std::int32_t>::max()) {
+        return std::nullopt;
+    }
+    return static_cast<std::int32_t>(seconds);
+}
+
+Kit::RecordingHeader made_up_header(InputFrame const& frame) {
+    Kit::RecordingHeader header;
+    header.seconds = seconds_of(frame.timestamp).value_or(0);
+    header.daylight_saving = -1;  // not known
+    header.sensitivity = kMediumSensitivity;
+    return header;
+}
+
+/** The header with the start of what begins with the frame, as far as that can be known. */
+Kit::RecordingHeader moved_to(InputFrame const& frame, Kit::RecordingHeader header) {
+    if (frame.offset == Kit::kRecordingHeaderSize) return header;
+    const auto seconds = seconds_of(frame.timestamp);
+    if (seconds && *seconds > header.seconds) header.seconds = *seconds;
+    return header;
+}
+
+}  // namespace
+
+RecordingAssembly::RecordingAssembly(OutputOptions const& output_, Messages const& messages_)
+    : output(output_), messages(messages_) {
+    // Told now, and not when everything was read.
+    const OutputFile attempt(output.path, output.force);
+}
+
+void RecordingAssembly::add(FrameInput const& input,
+                            std::optional<Kit::RecordingHeader> const& header,
+                            DamageReport& report) {
+    InputFrame const& frame = input.frame();
+    // A stream has none.
+    const std::uint32_t frame_tag = frame.tag == 0 ? Kit::kRecordTag : frame.tag;
+    if (!recording) {
+        begin(input, header);
+        tag = frame_tag;
+    }
+    if (frame_tag != tag) {
+        throw Kit::InputError(input.file().path + ": offset " + std::to_string(frame.offset) +
+                              ": a record with tag " + Kit::hexadecimal(frame_tag) +
+                              ", and those before have " + Kit::hexadecimal(tag) +
+                              ": a recording has one recorder's; recover parts them");
+    }
+    if (header) compare(input.file().path, *header, report);
+    recording->add(tag, frame.payload);
+}
+
+void RecordingAssembly::begin(FrameInput const& input,
+                              std::optional<Kit::RecordingHeader> const& header) {
+    if (!header) {
+        begun_with = made_up_header(input.frame());
+        messages.note(input.file().path + ": the frames have no header; the recording's says " +
+                      installation_text(begun_with));
+    } else {
+        begun_with = moved_to(input.frame(), *header);
+    }
+    recording = std::make_unique<RecordingOutput>(output.path, output.force, begun_with);
+}
+
+void RecordingAssembly::compare(std::string const& file, Kit::RecordingHeader const& header,
+                                DamageReport& report) {
+    if (same_installation(header, begun_with)) return;
+    const std::string text = installation_text(header);
+    if (!told.insert(file + text).second) return;
+    report.add_loss(file + ": its header is lost: " + text + "; the recording's says " +
+                    installation_text(begun_with));
+}
+
+void RecordingAssembly::finish() {
+    if (recording) recording->finish();
+}
+
+void CurrentHeader::add(FrameInput const& input) {
+    if (input.item() == FrameInput::Item::kFile) header.reset();
+    if (input.item() == FrameInput::Item::kHeader) header = input.header();
+}
+
+}  // namespace Tools

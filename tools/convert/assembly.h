@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "tools/input/damage_report.h"
+#include "tools/input/frame_input.h"
+#include "tools/output/destination.h"
+#include "tools/output/recording.h"
+
+namespace Tools {
+
+/**
+ * Makes one complete recording of frames that may come from several: their payloads and tags as
+ * they were, under the header of the first frame's recording. One recording has the records of one
+ * recorder. The messages outlive it. One thread at a time.
+ */
+class RecordingAssembly {
+public:
+    /** @throws Kit::InputError when there cannot be a file of that name. */
+    RecordingAssembly(OutputOptions const& output_, Messages const& messages_);
+
+    /**
+     * Adds the input's frame, which is its current item or was its last one.
+     *
+     * @param header of the frame's recording; none where it has none, as in a stream. The
+     *        recording's header is then made up.
+     * @param report is told when the header says otherwise than the recording's.
+     * @throws Kit::InputError when the frame is another recorder's, and what the file throws.
+     */
+    void add(FrameInput const& input, std::optional<Kit::RecordingHeader> const& header,
+             DamageReport& report);
+
+    /** Completes the recording. Without a frame there is none. */
+    void finish();
+
+    std::uint64_t frames() const { return recording ? recording->records() : 0; }
+
+private:
+    void begin(FrameInput const& input, std::optional<Kit::RecordingHeader> const& header);
+    void compare(std::string const& file, Kit::RecordingHeader const& header, DamageReport& report);
+
+    OutputOptions output;
+    Messages const& messages;
+    std::unique_ptr<RecordingOutput> recording;
+    Kit::RecordingHeader begun_with;
+    std::set<std::string> told;  // headers that are lost
+    std::uint32_t tag = 0;
+};
+
+/** The header that an input's frames come under, as far as it was read. */
+class CurrentHeader {
+public:
+    /** Takes the input's item. */
+    void add(FrameInput const& input);
+
+    std::optional<Kit::RecordingHeader> const& get() const { return header; }
+
+private:
+    std::optional<Kit::RecordingHeader> header;
+};
+
+}  // namespace Tools

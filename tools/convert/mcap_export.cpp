@@ -1,0 +1,104 @@
+#include <array>
+#include <cstdio>
+#include <limits>
+#include <map>
+
+#include "google/protobuf/descriptor.pb.h"
+#include "tools/cli/time_text.h"
+#include "tools/convert/frame_export.h"
+#include "tools/convert/mcap_writer.h"
+
+namespace Tools {
+
+namespace {
+
+// What stands in the files. Never change.
+constexpr char kEncoding[] = "protobuf";
+constexpr char kTopic[] = "/radar/objects";
+constexpr char kHeaderMetadata[] = "radar_recording";
+
+constexpr std::uint64_t kNsInUs = 1000;
+
+/** The schema of frames, as protobuf libraries exchange it. */
+std::string descriptor_set() {
+    google::protobuf::FileDescriptorSet set;
+    RO::RadarObjects::descriptor()->file()->CopyTo(set.add_file());
+    return set.SerializeAsString();
+}
+
+template <typename Value>
+std::string formatted(char const* format, Value value) {
+    std::array<char, 32> text;
+    std::snprintf(text.data(), text.size(), format, value);
+    return text.data();
+}
+
+std::string exact_text(double value) {
+    return formatted("%.17g", value);
+}
+
+class McapExport : public FrameExport {
+public:
+    explicit McapExport(OutputFile& file) : writer(file, "petrelradar " PETRELRADAR_VERSION) {
+        schema = writer.add_schema(RO::RadarObjects::descriptor()->full_name(), kEncoding,
+                                   descriptor_set());
+    }
+
+    void add_header(Kit::RecordingHeader const& header) override {
+        writer.add_metadata(kHeaderMetadata,
+                            {{"version", std::to_string(header.version)},
+                             {"start_s", std::to_string(header.seconds)},
+                             {"start", utc_text_of_seconds(header.seconds)},
+                             {"daylight_saving", std::to_string(header.daylight_saving)},
+                             {"height", exact_text(header.height)},
+                             {"tilt", exact_text(header.tilt)},
+                             {"sensitivity", std::to_string(header.sensitivity)}});
+    }
+
+    void add_frame(InputFrame const& frame) override {
+        writer.add_message(channel_of(frame.tag), static_cast<std::uint32_t>(frame.number),
+                           log_time_of(frame.timestamp), frame.payload);
+    }
+
+    void finish() override {
+        // So that an empty recording has the channel, too.
+        if (channels.empty()) channel_of(0);
+        writer.finish();
+    }
+
+    std::string loss() const override {
+        if (late_frames == 0) return "";
+        return "log times are too small for their frames, whose time in ns has more than 64 "
+               "bits: " +
+               std::to_string(late_frames) + " (the payloads have the true time)";
+    }
+
+private:
+    std::uint16_t channel_of(std::uint32_t tag) {
+        const auto found = channels.find(tag);
+        if (found != channels.end()) return found->second;
+        McapWriter::Texts metadata;
+        if (tag != 0) metadata["tag"] = formatted("0x%08X", static_cast<unsigned>(tag));
+        return channels[tag] = writer.add_channel(schema, kTopic, kEncoding, metadata);
+    }
+
+    std::uint64_t log_time_of(std::uint64_t timestamp) {
+        constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
+        if (timestamp <= kLargest / kNsInUs) return timestamp * kNsInUs;
+        ++late_frames;
+        return kLargest;
+    }
+
+    McapWriter writer;
+    std::uint16_t schema = 0;
+    std::map<std::uint32_t, std::uint16_t> channels;  // of the records of each tag
+    std::uint64_t late_frames = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<FrameExport> make_mcap_export(OutputFile& file) {
+    return std::make_unique<McapExport>(file);
+}
+
+}  // namespace Tools

@@ -1,0 +1,244 @@
+#include "tools/convert/mcap_writer.h"
+
+#include <algorithm>
+
+namespace Tools {
+
+namespace {
+
+constexpr std::string_view kMagic("\x89MCAP0\r\n", 8);
+
+/** In front of every record: opcode and length. */
+constexpr std::size_t kRecordHeadSize = 9;
+
+/** What a message has in front of its data. */
+constexpr std::size_t kMessageHeadSize = 22;
+
+/** Readers take a chunk as a whole, so that a small one is found faster. */
+constexpr std::size_t kChunkSize = 1U << 20;
+
+/** Very long files have larger chunks, so that there are not too many to remember. */
+constexpr std::uint32_t kManyChunks = 4096;
+constexpr std::size_t kLargeChunkSize = 4U << 20;
+
+constexpr char kNoCompression[] = "";
+
+}  // namespace
+
+void McapWriter::Span::add(std::uint64_t time, bool is_first) {
+    begin = is_first ? time : std::min(begin, time);
+    end = is_first ? time : std::max(end, time);
+}
+
+McapWriter::McapWriter(OutputFile& file_, std::string const& library) : file(file_) {
+    write(kMagic);
+    McapBytes content;
+    content.add_text("");  // of no profile
+    content.add_text(library);
+    write_record(Op::kHeader, content);
+}
+
+void McapWriter::add_record_head(McapBytes& into, Op op, std::uint64_t size) {
+    into.add_u8(static_cast<std::uint8_t>(op));
+    into.add_u64(size);
+}
+
+void McapWriter::add_record(McapBytes& into, Op op, McapBytes const& content) {
+    add_record_head(into, op, content.size());
+    into.add(content.view());
+}
+
+void McapWriter::write(std::string_view bytes) {
+    file.write(bytes);
+    crc.add(bytes);
+}
+
+void McapWriter::write_record(Op op, McapBytes const& content) {
+    McapBytes record;
+    add_record(record, op, content);
+    write(record.view());
+}
+
+std::uint16_t McapWriter::add_schema(std::string const& name, std::string const& encoding,
+                                     std::string const& data) {
+    McapBytes content;
+    content.add_u16(++schema_count);
+    content.add_text(name);
+    content.add_text(encoding);
+    content.add_text(data);
+    write_record(Op::kSchema, content);
+    add_record(schemas, Op::kSchema, content);
+    return schema_count;
+}
+
+std::uint16_t McapWriter::add_channel(std::uint16_t schema, std::string const& topic,
+                                      std::string const& encoding, Texts const& metadata) {
+    const auto number = static_cast<std::uint16_t>(message_counts.size() + 1);
+    message_counts[number] = 0;
+    McapBytes content;
+    content.add_u16(number);
+    content.add_u16(schema);
+    content.add_text(topic);
+    content.add_text(encoding);
+    content.add_texts(metadata);
+    write_record(Op::kChannel, content);
+    add_record(channels, Op::kChannel, content);
+    return number;
+}
+
+void McapWriter::add_metadata(std::string const& name, Texts const& metadata) {
+    McapBytes content;
+    content.add_text(name);
+    content.add_texts(metadata);
+    McapBytes index;
+    index.add_u64(file.size());
+    index.add_u64(kRecordHeadSize + content.size());
+    index.add_text(name);
+    write_record(Op::kMetadata, content);
+    add_record(metadata_indexes, Op::kMetadataIndex, index);
+    ++metadata_count;
+}
+
+void McapWriter::add_message(std::uint16_t channel, std::uint32_t sequence, std::uint64_t log_time,
+                             std::string_view data) {
+    const std::size_t size = kRecordHeadSize + kMessageHeadSize + data.size();
+    if (!chunk.empty() && chunk.size() + size > largest_chunk()) write_chunk("");
+    McapBytes& index = message_indexes[channel];
+    index.add_u64(log_time);
+    index.add_u64(chunk.size());
+    chunk_span.add(log_time, chunk.empty());
+    span.add(log_time, message_count == 0);
+    add_record_head(chunk, Op::kMessage, kMessageHeadSize + data.size());
+    chunk.add_u16(channel);
+    chunk.add_u32(sequence);
+    chunk.add_u64(log_time);
+    chunk.add_u64(log_time);  // when it was published
+    ++message_count;
+    ++message_counts[channel];
+    if (size > largest_chunk()) {
+        write_chunk(data);
+    } else {
+        chunk.add(data);
+    }
+}
+
+std::size_t McapWriter::largest_chunk() const {
+    return chunk_count < kManyChunks ? kChunkSize : kLargeChunkSize;
+}
+
+/** @param large_message the data of the last message, where the chunk does not have it. */
+void McapWriter::write_chunk(std::string_view large_message) {
+    const std::uint64_t offset = file.size();
+    const std::uint64_t size = chunk.size() + large_message.size();
+    Crc32 chunk_crc;
+    chunk_crc.add(chunk.view());
+    chunk_crc.add(large_message);
+    McapBytes head;
+    head.add_u64(chunk_span.begin);
+    head.add_u64(chunk_span.end);
+    head.add_u64(size);
+    head.add_u32(chunk_crc.value());
+    head.add_text(kNoCompression);
+    head.add_u64(size);
+    McapBytes record;
+    add_record_head(record, Op::kChunk, head.size() + size);
+    record.add(head.view());
+    write(record.view());
+    write(chunk.view());
+    write(large_message);
+
+    McapBytes index;
+    index.add_u64(chunk_span.begin);
+    index.add_u64(chunk_span.end);
+    index.add_u64(offset);
+    index.add_u64(file.size() - offset);
+    McapBytes offsets;
+    const std::uint64_t indexes_size = write_message_indexes(offsets);
+    index.add_text(offsets.view());
+    index.add_u64(indexes_size);
+    index.add_text(kNoCompression);
+    index.add_u64(size);
+    index.add_u64(size);
+    add_record(chunk_indexes, Op::kChunkIndex, index);
+    ++chunk_count;
+    chunk.clear();
+}
+
+/** Returns the size of what was written, and adds where each one is to `offsets`. */
+std::uint64_t McapWriter::write_message_indexes(McapBytes& offsets) {
+    const std::uint64_t begin = file.size();
+    for (auto const& [channel, entries] : message_indexes) {
+        offsets.add_u16(channel);
+        offsets.add_u64(file.size());
+        McapBytes content;
+        content.add_u16(channel);
+        content.add_text(entries.view());
+        write_record(Op::kMessageIndex, content);
+    }
+    message_indexes.clear();
+    return file.size() - begin;
+}
+
+void McapWriter::finish() {
+    if (!chunk.empty()) write_chunk("");
+    McapBytes content;
+    content.add_u32(crc.value());
+    write_record(Op::kDataEnd, content);
+    crc = Crc32();
+    write_summary();
+    write(kMagic);
+}
+
+void McapWriter::write_summary() {
+    const std::uint64_t begin = file.size();
+    McapBytes all_statistics;
+    add_record(all_statistics, Op::kStatistics, statistics());
+    McapBytes offsets;
+    const std::pair<Op, McapBytes const&> groups[] = {{Op::kSchema, schemas},
+                                                      {Op::kChannel, channels},
+                                                      {Op::kStatistics, all_statistics},
+                                                      {Op::kChunkIndex, chunk_indexes},
+                                                      {Op::kMetadataIndex, metadata_indexes}};
+    for (auto const& [op, records] : groups) {
+        if (records.empty()) continue;
+        McapBytes content;
+        content.add_u8(static_cast<std::uint8_t>(op));
+        content.add_u64(file.size());
+        content.add_u64(records.size());
+        add_record(offsets, Op::kSummaryOffset, content);
+        write(records.view());
+    }
+    const std::uint64_t offsets_begin = file.size();
+    write(offsets.view());
+
+    McapBytes footer;
+    constexpr std::uint64_t kFooterSize = 8 + 8 + 4;
+    add_record_head(footer, Op::kFooter, kFooterSize);
+    footer.add_u64(begin);
+    footer.add_u64(offsets_begin);
+    write(footer.view());
+    McapBytes summary_crc;
+    summary_crc.add_u32(crc.value());
+    write(summary_crc.view());
+}
+
+McapBytes McapWriter::statistics() const {
+    McapBytes content;
+    content.add_u64(message_count);
+    content.add_u16(schema_count);
+    content.add_u32(static_cast<std::uint32_t>(message_counts.size()));
+    content.add_u32(0);  // attachments
+    content.add_u32(metadata_count);
+    content.add_u32(chunk_count);
+    content.add_u64(span.begin);
+    content.add_u64(span.end);
+    McapBytes counts;
+    for (auto const& [channel, count] : message_counts) {
+        counts.add_u16(channel);
+        counts.add_u64(count);
+    }
+    content.add_text(counts.view());
+    return content;
+}
+
+}  // namespace Tools

@@ -1,0 +1,189 @@
+#include "tools/convert/merge.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kit/base/input_error.h"
+#include "tools/cli/signals.h"
+#include "tools/cli/usage_error.h"
+#include "tools/convert/assembly.h"
+#include "tools/convert/merge_source.h"
+#include "tools/output/destination.h"
+#include "tools/screen/progress.h"
+
+namespace Tools {
+
+namespace {
+
+struct Options {
+    std::vector<std::string> sources;
+    std::string recorder;
+    OutputOptions output;
+    bool once = false;
+};
+
+bool same_frame(InputFrame const& left, InputFrame const& right) {
+    return left.timestamp == right.timestamp && left.tag == right.tag &&
+           left.payload == right.payload;
+}
+
+/** A merge under way. */
+class Merge {
+public:
+    Merge(Options const& options_, Console& console)
+        : options(options_), messages(console.messages) {
+        InputOptions input;
+        input.recorder = options.recorder;
+        for (std::string const& source : options.sources) {
+            input.source = source;
+            refuse_input_as_output(input, options.output);
+        }
+        refuse_two_readers_of_standard_input();
+        for (std::string const& source : options.sources) {
+            input.source = source;
+            sources.push_back(std::make_unique<MergeSource>(input, messages, bar));
+            sources.back()->report().is_one_of_several(source,
+                                                       [this](ProgressBar& shown) { show(shown); });
+        }
+        result = std::make_unique<RecordingAssembly>(options.output, messages);
+    }
+
+    ExitStatus run() {
+        while (MergeSource* const earliest = take_earliest()) {
+            if (result->frames() > 0 && earliest->timestamp() < last_timestamp) ++steps_back;
+            last_timestamp = earliest->timestamp();
+            result->add(earliest->input(), earliest->header().get(), earliest->report());
+            if (options.once) pass_over_repetitions(*earliest);
+            earliest->advance();
+        }
+        result->finish();
+        return tell();
+    }
+
+private:
+    using State = MergeSource::State;
+
+    void refuse_two_readers_of_standard_input() const {
+        if (std::count(options.sources.begin(), options.sources.end(), "-") > 1) {
+            throw UsageError("standard input can be one source only");
+        }
+    }
+
+    /** The source with the earliest frame, the first one of several; null at the end of all. */
+    MergeSource* take_earliest() {
+        MergeSource* earliest = find_earliest();
+        while (earliest != nullptr && earliest->state() == State::kWaiting) {
+            earliest->open();
+            earliest = find_earliest();
+        }
+        return earliest;
+    }
+
+    MergeSource* find_earliest() const {
+        MergeSource* earliest = nullptr;
+        for (auto const& source : sources) {
+            if (source->state() == State::kEnded) continue;
+            if (source->state() == State::kWaiting && was_interrupted()) continue;
+            // Of two that begin at one time, the one that waits may have an earlier frame.
+            if (earliest == nullptr || source->timestamp() < earliest->timestamp()) {
+                earliest = source.get();
+            }
+        }
+        return earliest;
+    }
+
+    void pass_over_repetitions(MergeSource const& written) {
+        for (auto const& source : sources) {
+            if (source.get() == &written) continue;
+            while (source->state() == State::kWaiting &&
+                   source->timestamp() <= written.timestamp() && !was_interrupted()) {
+                source->open();
+            }
+            if (source->state() != State::kAtFrame) continue;
+            if (!same_frame(source->input().frame(), written.input().frame())) continue;
+            ++repetitions;
+            source->advance();
+        }
+    }
+
+    void show(ProgressBar& shown) const {
+        std::uint64_t done = 0;
+        std::uint64_t total = 0;
+        for (auto const& source : sources) {
+            done += source->bytes_done();
+            total += source->bytes_total();
+        }
+        shown.update(done, total);
+    }
+
+    ExitStatus tell() {
+        bar.clear();
+        ExitStatus status = ExitStatus::kOk;
+        bool interrupted = false;
+        for (auto const& source : sources) {
+            if (source->report().finish() != ExitStatus::kOk) status = ExitStatus::kDamaged;
+            interrupted = interrupted || (source->was_cut_short() && !source->is_endless());
+        }
+        if (repetitions > 0) {
+            messages.note("frames that several sources have, written once: " +
+                          std::to_string(repetitions) + " left out");
+        }
+        if (steps_back > 0) {
+            messages.note("frames that are earlier than the one before them in their source: " +
+                          std::to_string(steps_back));
+        }
+        if (interrupted) {
+            messages.warn("interrupted after " + std::to_string(result->frames()) + " frames");
+            return ExitStatus::kDamaged;
+        }
+        if (result->frames() == 0) throw Kit::InputError("the sources have no frame");
+        return status;
+    }
+
+    Options const& options;
+    Messages const& messages;
+    ProgressBar bar{ProgressBar::Use::kWherePossible};
+    std::vector<std::unique_ptr<MergeSource>> sources;
+    std::unique_ptr<RecordingAssembly> result;
+    std::uint64_t last_timestamp = 0;
+    std::uint64_t steps_back = 0;
+    std::uint64_t repetitions = 0;
+};
+
+Run declare(CLI::App& parser) {
+    const auto options = std::make_shared<Options>();
+    parser
+        .add_option("SOURCE", options->sources,
+                    "Files, directories of one recorder's files, - for standard input, or "
+                    "unix:PATH, a live stream")
+        ->required();
+    parser
+        .add_option("--recorder", options->recorder,
+                    "Of directories with files of several recorders, read those with this tag "
+                    "(0xFEED0007) or this prefix (radar)")
+        ->type_name("NAME");
+    add_output_options(parser, options->output, "the recording");
+    parser.add_flag("--once", options->once,
+                    "Write a frame that several sources have, with the same bytes, once");
+    return [options](Console& console) { return Merge(*options, console).run(); };
+}
+
+}  // namespace
+
+Verb merge_verb() {
+    return {"merge",
+            "Make one recording of several",
+            {{"merge morning.data evening.data -o day.data", "two recordings, in order of time"},
+             {"merge --once /media/card1 /media/card2 -o all.data",
+              "two copies of a card, neither of which is complete"}},
+            "Frames are kept byte for byte, in order of their times; frames of one time in\n"
+            "order of the sources. The header is that of the earliest frame's recording.\n"
+            "Where another one's height, tilt or sensitivity differ, that is told, and the\n"
+            "exit status is 3. The records have to be one recorder's.",
+            declare};
+}
+
+}  // namespace Tools

@@ -1,0 +1,185 @@
+#include "tools/diff/report.h"
+
+#include <nlohmann/json.hpp>
+#include <utility>
+
+namespace Tools {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string counted_frames(std::uint64_t count) {
+    return std::to_string(count) + (count == 1 ? " frame" : " frames");
+}
+
+class TextDiffReport : public DiffReport {
+public:
+    TextDiffReport(Output& out_, std::string a_, std::string b_, bool brief_)
+        : out(out_), a(std::move(a_)), b(std::move(b_)), brief(brief_) {}
+
+    void header_differs(std::string const& field, std::string const& value_a,
+                        std::string const& value_b) override {
+        print("header: " + field + " " + value_a + " and " + value_b);
+    }
+    void frame_only_in_a(InputFrame const& frame) override { print_alone(a, frame); }
+    void frame_only_in_b(InputFrame const& frame) override { print_alone(b, frame); }
+    void magic_differs(std::uint32_t value_a, std::uint32_t value_b) override {
+        print(place() + "magic " + std::to_string(value_a) + " and " + std::to_string(value_b));
+    }
+    void field_differs(std::uint64_t index_a, std::uint64_t index_b, FrameField field,
+                       std::string const& value_a, std::string const& value_b) override {
+        const std::string target = index_a == index_b ? "target " + std::to_string(index_a)
+                                                      : "targets " + std::to_string(index_a) +
+                                                            " and " + std::to_string(index_b);
+        print(place() + target + ": " + name_of(field) + " " + value_a + " and " + value_b);
+    }
+    void target_only_in_a(std::uint64_t index) override {
+        print(place() + "target " + std::to_string(index) + " only in " + a);
+    }
+    void target_only_in_b(std::uint64_t index) override {
+        print(place() + "target " + std::to_string(index) + " only in " + b);
+    }
+    void finish(DiffSum const& sum) override { out.write(text_of(sum, a, b) + "\n"); }
+
+private:
+    void print(std::string const& line) {
+        if (!brief) out.write(line + "\n");
+    }
+
+    void print_alone(std::string const& source, InputFrame const& frame) {
+        print("only in " + source + ": frame " + std::to_string(frame.number) + ", timestamp " +
+              std::to_string(frame.timestamp));
+    }
+
+    std::string place() const {
+        std::string text = "frame " + std::to_string(frame_a.number);
+        if (frame_a.number != frame_b.number) text += " and " + std::to_string(frame_b.number);
+        text += ", timestamp " + std::to_string(frame_a.timestamp);
+        if (frame_a.timestamp != frame_b.timestamp) {
+            text += " and " + std::to_string(frame_b.timestamp);
+        }
+        return text + ": ";
+    }
+
+    Output& out;
+    std::string a;
+    std::string b;
+    bool brief;
+};
+
+/** A number, or the word that stands for one that JSON does not have. */
+Json number(std::string const& text) {
+    if (text == "nan" || text == "-nan") return "NaN";
+    if (text == "inf") return "Infinity";
+    if (text == "-inf") return "-Infinity";
+    return Json::parse(text, nullptr, false);
+}
+
+class JsonDiffReport : public DiffReport {
+public:
+    JsonDiffReport(Output& out_, std::string const& a, std::string const& b, bool brief_)
+        : out(out_), brief(brief_) {
+        out.write("{\"a\":" + text_of(a) + ",\"b\":" + text_of(b) + ",\"differences\":[");
+    }
+
+    void header_differs(std::string const& field, std::string const& value_a,
+                        std::string const& value_b) override {
+        print({{"kind", "header"}, {"field", field}}, number(value_a), number(value_b));
+    }
+    void frame_only_in_a(InputFrame const& frame) override { print_alone("only-in-a", frame); }
+    void frame_only_in_b(InputFrame const& frame) override { print_alone("only-in-b", frame); }
+    void magic_differs(std::uint32_t value_a, std::uint32_t value_b) override {
+        Json json = place("frame");
+        json["field"] = "magic";
+        print(std::move(json), value_a, value_b);
+    }
+    void field_differs(std::uint64_t index_a, std::uint64_t index_b, FrameField field,
+                       std::string const& value_a, std::string const& value_b) override {
+        Json json = place("target");
+        json["target_a"] = index_a;
+        json["target_b"] = index_b;
+        json["field"] = name_of(field);
+        print(std::move(json), number(value_a), number(value_b));
+    }
+    void target_only_in_a(std::uint64_t index) override {
+        Json json = place("target-only-in-a");
+        json["target_a"] = index;
+        print(json);
+    }
+    void target_only_in_b(std::uint64_t index) override {
+        Json json = place("target-only-in-b");
+        json["target_b"] = index;
+        print(json);
+    }
+
+    void finish(DiffSum const& sum) override {
+        out.write("\n],");
+        const Json json = {{"equal", sum.is_equal()},
+                           {"interrupted", sum.interrupted},
+                           {"frames_compared", std::to_string(sum.compared)},
+                           {"frames_differing", std::to_string(sum.differing)},
+                           {"frames_only_in_a", std::to_string(sum.only_in_a)},
+                           {"frames_only_in_b", std::to_string(sum.only_in_b)}};
+        out.write(text_of(json).substr(1) + "\n");
+    }
+
+private:
+    static std::string text_of(Json const& json) {
+        return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    }
+
+    void print(Json const& json) {
+        if (brief) return;
+        out.write((first ? "\n" : ",\n") + text_of(json));
+        first = false;
+    }
+
+    void print(Json json, Json const& value_a, Json const& value_b) {
+        json["a"] = value_a;
+        json["b"] = value_b;
+        print(json);
+    }
+
+    void print_alone(char const* kind, InputFrame const& frame) {
+        print({{"kind", kind},
+               {"frame", std::to_string(frame.number)},
+               {"timestamp", std::to_string(frame.timestamp)}});
+    }
+
+    Json place(char const* kind) const {
+        return {{"kind", kind},
+                {"frame_a", std::to_string(frame_a.number)},
+                {"frame_b", std::to_string(frame_b.number)},
+                {"timestamp_a", std::to_string(frame_a.timestamp)},
+                {"timestamp_b", std::to_string(frame_b.timestamp)}};
+    }
+
+    Output& out;
+    bool brief;
+    bool first = true;
+};
+
+}  // namespace
+
+std::string text_of(DiffSum const& sum, std::string const& a, std::string const& b) {
+    if (sum.is_equal()) return counted_frames(sum.compared) + " compared, no difference";
+    std::string text =
+        counted_frames(sum.compared) + " compared, " + std::to_string(sum.differing) +
+        (sum.differing == 1 ? " differs" : " differ") + "; " + std::to_string(sum.only_in_a) +
+        " only in " + a + ", " + std::to_string(sum.only_in_b) + " only in " + b;
+    if (sum.header_fields > 0) text += "; the headers differ";
+    return text;
+}
+
+std::unique_ptr<DiffReport> make_text_diff_report(Output& out, std::string a, std::string b,
+                                                  bool brief) {
+    return std::make_unique<TextDiffReport>(out, std::move(a), std::move(b), brief);
+}
+
+std::unique_ptr<DiffReport> make_json_diff_report(Output& out, std::string const& a,
+                                                  std::string const& b, bool brief) {
+    return std::make_unique<JsonDiffReport>(out, a, b, brief);
+}
+
+}  // namespace Tools

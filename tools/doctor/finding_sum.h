@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "tools/cli/exit_status.h"
+#include "tools/cli/messages.h"
+#include "tools/doctor/findings.h"
+
+namespace Tools {
+
+/** Adds up findings, for a message about all of them. One thread at a time. */
+class FindingSum {
+public:
+    void add(DoctorFinding const& finding);
+
+    std::uint64_t errors() const { return error_count; }
+    std::uint64_t warnings() const { return warning_count; }
+    std::uint64_t skipped_bytes() const { return skipped; }
+
+    /**
+     * Tells of errors, and that Ctrl-C ended the work after so many frames. Returns kDamaged when
+     * there is anything to tell.
+     */
+    ExitStatus tell(Messages const& messages, std::uint64_t frames, bool interrupted) const;
+
+private:
+    std::map<std::string, std::uint64_t> codes;  // of errors
+    std::uint64_t error_count = 0;
+    std::uint64_t warning_count = 0;
+    std::uint64_t skipped = 0;
+};
+
+}  // namespace Tools

@@ -1,0 +1,169 @@
+#include "tools/doctor/findings.h"
+
+#include <utility>
+
+#include "tools/cli/time_text.h"
+#include "tools/doctor/zeroed_sector.h"
+
+namespace Tools {
+
+namespace {
+
+using Kit::FindingKind;
+
+/** So much of two frames is compared. */
+constexpr std::size_t kCompared = 64 * 1024;
+
+std::string length_of(std::uint64_t us) {
+    return length_text(static_cast<double>(us));
+}
+
+/** Whether the records may be there and only be unreadable from this place on. */
+bool can_be_zeroed(FindingKind kind) {
+    switch (kind) {
+        case FindingKind::kNotARecording:
+        case FindingKind::kRawData:
+        case FindingKind::kWrongTag:
+        case FindingKind::kZeros:
+        case FindingKind::kTooLong:
+        case FindingKind::kUndecodable:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+void DoctorFindings::add(FrameInput const& input) {
+    switch (input.item()) {
+        case FrameInput::Item::kFile:
+            settle(false);
+            begin_file(input);
+            break;
+        case FrameInput::Item::kHeader:
+            settle(true);
+            add_header(input.header());
+            break;
+        case FrameInput::Item::kFrame:
+            settle(true);
+            add_frame(input.frame());
+            break;
+        case FrameInput::Item::kFinding:
+            add_finding(input.finding());
+            break;
+        case FrameInput::Item::kNote:
+            break;
+    }
+}
+
+void DoctorFindings::finish() {
+    settle(false);
+    tell_gaps();
+}
+
+void DoctorFindings::begin_file(FrameInput const& input) {
+    file = input.file();
+    header_seen = false;
+    ++file_count;
+    if (input.state() == FileState::kUnfinished) {
+        report("unfinished", file.size, "its recorder has not completed it, and writes no more");
+    }
+}
+
+/** The time in a name is local, and of the zone nothing is known but what zones there can be. */
+void DoctorFindings::add_header(Kit::RecordingHeader const& header) {
+    if (std::exchange(header_seen, true) || !file.name) return;
+    constexpr std::int64_t kHour = 3600;
+    const std::int64_t ahead = Kit::begin_as_utc(*file.name) - header.seconds;
+    if (ahead % (kHour / 4) == 0 && ahead >= -12 * kHour && ahead <= 14 * kHour) return;
+    report("name", 8,
+           "the name's time is not " + utc_text_of_seconds(header.seconds) +
+               ", which the header says, in any time zone");
+}
+
+void DoctorFindings::add_frame(InputFrame const& frame) {
+    if (timing.frames() > 0 && frame.timestamp < last_timestamp) {
+        report("time-back", frame.offset,
+               "the time goes back by " + length_of(last_timestamp - frame.timestamp) +
+                   " to frame " + std::to_string(frame.number));
+    }
+    check_repetition(frame);
+    timing.add(frame, file.path);
+    last_timestamp = frame.timestamp;
+    last_size = frame.payload.size();
+    last_payload.assign(frame.payload.substr(0, kCompared));
+}
+
+/** Frames without a time may well be equal: nothing moves. */
+void DoctorFindings::check_repetition(InputFrame const& frame) {
+    if (timing.frames() == 0 || frame.timestamp == 0 || frame.timestamp != last_timestamp) return;
+    if (frame.payload.size() != last_size) return;
+    if (frame.payload.substr(0, kCompared) != last_payload) return;
+    report("repeated-frame", frame.offset,
+           "frame " + std::to_string(frame.number) + " is the one before once more");
+}
+
+void DoctorFindings::add_finding(Kit::Finding const& finding) {
+    switch (finding.kind) {
+        case FindingKind::kSkipped:
+            if (damage) damage->length = finding.length;
+            return;
+        case FindingKind::kFrameCount:
+            wrong_count = finding;
+            if (!damage) settle(true);
+            return;
+        default:
+            break;
+    }
+    settle(finding.kind != FindingKind::kUnreadable);
+    if (Kit::is_damage(finding.kind)) {
+        damage = finding;
+    } else {
+        report(Kit::name_of(finding.kind), finding.offset, finding.text);
+    }
+}
+
+/** Tells what waits. `goes_on`: whether there are records or a header behind the damage. */
+void DoctorFindings::settle(bool goes_on) {
+    if (damage) tell(judge(*std::exchange(damage, std::nullopt), goes_on));
+    if (!wrong_count) return;
+    const Kit::Finding count = *std::exchange(wrong_count, std::nullopt);
+    report("frame-count", count.offset, count.text);
+}
+
+DoctorFinding DoctorFindings::judge(Kit::Finding const& finding, bool goes_on) const {
+    std::string code = Kit::name_of(finding.kind);
+    std::string text = finding.text;
+    if (finding.kind == FindingKind::kCutShort && goes_on) {
+        code = "wrong-length";
+        text = "a record's length goes beyond the end, but records follow";
+    } else if (finding.kind == FindingKind::kWrongTag && !goes_on && finding.length > 0) {
+        code = "trailing-bytes";
+        text = "bytes behind the last record, " + finding.text;
+    }
+    if (can_be_zeroed(finding.kind) && finding.length > 0) {
+        const auto sector =
+            find_zeroed_sector(file.path, finding.offset, finding.offset + finding.length);
+        if (sector) {
+            code = "zeroed-sector";
+            text = "zeros at offset " + std::to_string(*sector) + ", a sector or more";
+        }
+    }
+    return {finding_code(code), file.path, finding.offset, finding.length, text};
+}
+
+void DoctorFindings::tell_gaps() {
+    for (FrameGap const& gap : timing.gaps()) {
+        tell({finding_code("gap"), gap.place.file, gap.place.offset, 0,
+              "no frame for " + length_of(gap.length_us) + " before frame " +
+                  std::to_string(gap.place.number) + ", where " + length_of(timing.usual_us()) +
+                  " is usual"});
+    }
+}
+
+void DoctorFindings::report(char const* code, std::uint64_t offset, std::string const& text) {
+    tell({finding_code(code), file.path, offset, 0, text});
+}
+
+}  // namespace Tools

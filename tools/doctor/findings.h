@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "kit/recording/finding.h"
+#include "tools/doctor/finding_code.h"
+#include "tools/input/frame_input.h"
+#include "tools/input/timing.h"
+
+namespace Tools {
+
+/** One thing that the doctor found. */
+struct DoctorFinding {
+    FindingCode code;
+    std::string file;
+    std::uint64_t offset = 0;  // in bytes from the front of the file
+    std::uint64_t length = 0;  // so many bytes from there on are no part of a record
+    std::string text;          // what is the matter, as part of a line
+};
+
+/**
+ * Finds what is wrong with a source while it is read: what the input finds, told apart further, and
+ * what a file's name, the order of the frames' times and frames that come twice show. Holds the
+ * frame before, or its first 64 KiB. One thread at a time.
+ */
+class DoctorFindings {
+public:
+    using Tell = std::function<void(DoctorFinding const&)>;
+
+    /** @param tell_ takes each finding, in order of the source; only gaps come at the end. */
+    explicit DoctorFindings(Tell tell_) : tell(std::move(tell_)) {}
+
+    /** Takes the input's item. */
+    void add(FrameInput const& input);
+
+    /** The source has ended: only now it is known what a gap is. */
+    void finish();
+
+    std::uint64_t files() const { return file_count; }
+    FrameTiming const& frame_timing() const { return timing; }
+
+private:
+    void begin_file(FrameInput const& input);
+    void add_header(Kit::RecordingHeader const& header);
+    void add_frame(InputFrame const& frame);
+    void check_repetition(InputFrame const& frame);
+    void add_finding(Kit::Finding const& finding);
+    void settle(bool goes_on);
+    DoctorFinding judge(Kit::Finding const& finding, bool goes_on) const;
+    void tell_gaps();
+    void report(char const* code, std::uint64_t offset, std::string const& text);
+
+    Tell tell;
+    Kit::RecordingFile file;
+    bool header_seen = false;
+    std::uint64_t file_count = 0;
+    /** Damage of which what follows tells more, and a wrong count that was found behind it. */
+    std::optional<Kit::Finding> damage;
+    std::optional<Kit::Finding> wrong_count;
+    FrameTiming timing;
+    std::uint64_t last_timestamp = 0;
+    std::size_t last_size = 0;
+    std::string last_payload;
+};
+
+}  // namespace Tools

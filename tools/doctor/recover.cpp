@@ -1,0 +1,137 @@
+#include "tools/doctor/recover.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "kit/base/input_error.h"
+#include "tools/cli/options.h"
+#include "tools/cli/usage_error.h"
+#include "tools/doctor/finding_sum.h"
+#include "tools/doctor/findings.h"
+#include "tools/doctor/recover_report.h"
+#include "tools/doctor/recovery.h"
+#include "tools/input/frame_input.h"
+#include "tools/input/source_name.h"
+#include "tools/screen/progress.h"
+
+namespace Tools {
+
+namespace {
+
+struct Options {
+    InputOptions input;
+    std::string directory;
+    bool force = false;
+    std::string format = "text";
+};
+
+/** Notes, and files of which there may be more later. */
+void tell_person(FrameInput const& input, ProgressBar& bar, Messages const& messages) {
+    if (input.item() == FrameInput::Item::kNote) {
+        bar.clear();
+        messages.note(input.note());
+    } else if (input.item() == FrameInput::Item::kFile &&
+               input.state() == FileState::kBeingWritten) {
+        bar.clear();
+        messages.note(input.file().path + ": is being written: what is there so far is kept");
+    }
+}
+
+/** Of a source in which there is nothing to save. */
+[[noreturn]] void fail(std::string const& first_error) {
+    throw Kit::InputError("nothing can be saved" + (first_error.empty() ? "" : ": " + first_error));
+}
+
+/** A recovery under way: what is read goes to the doctor and to what is written. */
+class Work {
+public:
+    Work(Options const& options, Console& console_)
+        : console(console_),
+          report(options.format, options.input.source, console.out),
+          findings([this](DoctorFinding const& finding) { use(finding); }),
+          recovery(options.directory, options.force,
+                   [this](SavedRecording const& saved) { add(saved); }) {}
+
+    ExitStatus run(FrameInput& input) {
+        while (input.next()) {
+            bar.update(input.bytes_done(), input.bytes_total());
+            tell_person(input, bar, console.messages);
+            findings.add(input);
+            recovery.add(input);
+        }
+        findings.finish();
+        recovery.finish();
+        bar.clear();
+        if (report.recordings() == 0 && !input.was_cut_short()) fail(first_error);
+        report.finish(input.was_cut_short());
+        return judge(input.was_cut_short());
+    }
+
+private:
+    /** What has been saved is there, and told, whatever goes wrong later. */
+    void add(SavedRecording const& saved) {
+        report.add(saved);
+        report.hand_over();
+    }
+
+    void use(DoctorFinding const& finding) {
+        sum.add(finding);
+        report.add(finding);
+        if (first_error.empty() && finding.code.severity == Severity::kError) {
+            first_error = finding.file + ": " + finding.text;
+        }
+    }
+
+    ExitStatus judge(bool interrupted) const {
+        const ExitStatus status =
+            sum.tell(console.messages, findings.frame_timing().frames(), interrupted);
+        if (report.suspects() == 0) return status;
+        console.messages.warn("judged suspect: " + std::to_string(report.suspects()));
+        return ExitStatus::kDamaged;
+    }
+
+    Console& console;
+    ProgressBar bar{ProgressBar::Use::kNotBesideData};
+    RecoverReport report;
+    DoctorFindings findings;
+    Recovery recovery;
+    FindingSum sum;
+    std::string first_error;
+};
+
+ExitStatus recover(Options const& options, Console& console) {
+    if (parse_source_name(options.input.source).kind == SourceName::Kind::kLiveStream) {
+        throw UsageError("recover reads recordings, not the live stream " + options.input.source);
+    }
+    const auto input = open_frame_input(options.input);
+    return Work(options, console).run(*input);
+}
+
+Run declare(CLI::App& parser) {
+    const auto options = std::make_shared<Options>();
+    add_source_options(parser, options->input);
+    parser.add_option("-o,--output", options->directory, "Where to write the recordings")
+        ->type_name("DIR")
+        ->required();
+    parser.add_flag("--force", options->force, "Replace files that are there");
+    add_choice(parser, "--format", options->format, {"text", "json"}, "Print the report as");
+    return [options](Console& console) { return recover(*options, console); };
+}
+
+}  // namespace
+
+Verb recover_verb() {
+    return {"recover",
+            "Write what can be saved of a recording as complete ones",
+            {{"recover radar_150525_093007_042 -o saved", "complete a file that was cut off"},
+             {"recover /var/spool/storage/SD_DISK -o saved", "save what there is on a card"},
+             {"recover --format json FSCK0000.REC -o saved", "with a report for programs"}},
+            "Keeps the bytes of every whole record, and goes on at the next credible one behind\n"
+            "damage. Prints what it kept, skipped and judged suspect; records with another tag\n"
+            "than their recording's go to DIR/suspect. The exit status is 3 when anything was\n"
+            "damaged.",
+            declare};
+}
+
+}  // namespace Tools

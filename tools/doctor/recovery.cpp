@@ -1,0 +1,197 @@
+#include "tools/doctor/recovery.h"
+
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "kit/base/block_reader.h"
+#include "kit/base/input_error.h"
+#include "tools/cli/time_text.h"
+
+namespace Tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kSuspectFolder[] = "suspect";
+
+void make_directory(std::string const& path) {
+    std::error_code error;
+    fs::create_directories(path, error);
+    if (!error && !fs::is_directory(path, error)) {
+        error = std::make_error_code(std::errc::not_a_directory);
+    }
+    if (error) throw Kit::InputError(path + ": " + error.message());
+}
+
+/** What the first 40 bytes say, when the file can be read again. */
+std::optional<Kit::RecordingHeader> read_again(std::string const& path) {
+    std::error_code ignored;
+    if (!fs::is_regular_file(path, ignored)) return std::nullopt;
+    try {
+        Kit::BlockReader reader(path, Kit::kRecordingHeaderSize);
+        const std::string_view bytes = reader.window(Kit::kRecordingHeaderSize);
+        if (bytes.size() < Kit::kRecordingHeaderSize) return std::nullopt;
+        return Kit::read_header(bytes);
+    } catch (Kit::InputError const&) {
+        return std::nullopt;
+    }
+}
+
+/** Of a file that has no header: when it was begun, in s since 1970 UTC. */
+std::int64_t guess_begin(Kit::RecordingFile const& file, InputFrame const& first) {
+    if (file.name) return Kit::begin_of(*file.name);
+    return looks_like_date(first.timestamp) ? static_cast<std::int64_t>(first.timestamp / 1000000)
+                                            : 0;
+}
+
+}  // namespace
+
+char const* name_of(SavedRecording::Header header) {
+    switch (header) {
+        case SavedRecording::Header::kKept:
+            return "kept";
+        case SavedRecording::Header::kRepaired:
+            return "repaired";
+        case SavedRecording::Header::kMadeUp:
+            break;
+    }
+    return "made-up";
+}
+
+Recovery::Recovery(std::string directory_, bool force_, Tell tell_)
+    : directory(std::move(directory_)), force(force_), tell(std::move(tell_)) {}
+
+void Recovery::add(FrameInput const& input) {
+    switch (input.item()) {
+        case FrameInput::Item::kFile:
+            end_part();
+            file = input.file();
+            is_first_part = true;
+            is_raw = false;
+            break;
+        case FrameInput::Item::kHeader:
+            end_part();
+            begin_part(input.header(), SavedRecording::Header::kKept);
+            break;
+        case FrameInput::Item::kFrame:
+            if (!is_begun) make_up_header(input.frame());
+            add_frame(input.frame());
+            break;
+        case FrameInput::Item::kFinding:
+            if (input.finding().kind == Kit::FindingKind::kRawData) is_raw = true;
+            break;
+        case FrameInput::Item::kNote:  // also that one of a directory's files is passed over
+            if (file.raw) is_raw = true;
+            break;
+    }
+}
+
+void Recovery::finish() {
+    end_part();
+}
+
+void Recovery::begin_part(Kit::RecordingHeader const& header_, SavedRecording::Header origin) {
+    header = header_;
+    header_origin = origin;
+    tag.reset();
+    is_begun = true;
+    open(main, false);
+}
+
+/** Records, but no header in front of them. */
+void Recovery::make_up_header(InputFrame const& first) {
+    const auto damaged = read_again(file.path);
+    // When the first record is where it has to be, a header of this version is in front of it.
+    if (damaged && first.offset == Kit::kRecordingHeaderSize &&
+        (damaged->magic == Kit::kRecordingMagic || damaged->version == Kit::kRecordingVersion)) {
+        begin_part(*damaged, SavedRecording::Header::kRepaired);
+        return;
+    }
+    Kit::RecordingHeader made_up;
+    made_up.seconds = static_cast<std::int32_t>(guess_begin(file, first));
+    made_up.daylight_saving = -1;
+    begin_part(made_up, SavedRecording::Header::kMadeUp);
+}
+
+void Recovery::add_frame(InputFrame const& frame) {
+    if (held && held->tag == frame.tag) {
+        tag = frame.tag;
+        put(main, held->tag, held->offset, held->payload);
+        held.reset();
+    }
+    if (tag && *tag == frame.tag) {
+        put(main, frame.tag, frame.offset, frame.payload);
+        return;
+    }
+    Held record{frame.tag, frame.offset, std::string(frame.payload)};
+    if (tag) {
+        put_suspect(record);
+        return;
+    }
+    if (held) put_suspect(*held);
+    held = std::move(record);
+}
+
+void Recovery::put_suspect(Held const& record) {
+    if (!suspect.output) open(suspect, true);
+    put(suspect, record.tag, record.offset, record.payload);
+}
+
+void Recovery::put(Part& part, std::uint32_t record_tag, std::uint64_t offset,
+                   std::string_view payload) {
+    if (part.output->records() == 0) part.saved.offset = offset;
+    part.output->add(record_tag, payload);
+}
+
+void Recovery::open(Part& part, bool is_suspect) {
+    const std::string folder =
+        is_suspect ? (fs::path(directory) / kSuspectFolder).string() : directory;
+    make_directory(folder);
+    const std::string path = free_path(folder);
+    refuse_same_file(file.path, path);
+    part.output = std::make_unique<RecordingOutput>(path, force, header);
+    part.saved = {};
+    part.saved.from = file.path;
+    part.saved.path = path;
+    part.saved.header = header_origin;
+    part.saved.is_suspect = is_suspect;
+}
+
+/** The file's own name for the first recording in it; later ones begin at another time. */
+std::string Recovery::free_path(std::string const& folder) {
+    const std::string prefix = file.name ? file.name->prefix : "radar";
+    Kit::RecordingName name = Kit::name_of_time(prefix, header.seconds, 0);
+    if (is_first_part) name = *Kit::parse_recording_name(complete_name(file, header));
+    for (int tries = 0; tries < 1000; ++tries) {
+        const std::string path = (fs::path(folder) / Kit::text_of(name)).string();
+        if (paths.insert(path).second) return path;
+        name.millisecond = (name.millisecond + 1) % 1000;
+    }
+    throw Kit::InputError(folder + ": too many recordings of one second");
+}
+
+void Recovery::end_part() {
+    if (!is_begun) return;
+    if (held) put(main, held->tag, held->offset, held->payload);
+    held.reset();
+    is_begun = false;
+    is_first_part = false;
+    if (is_raw && main.output->records() == 0) {
+        main.output.reset();  // raw data: its header alone is no recording of frames
+    } else {
+        complete(main);
+    }
+    if (suspect.output) complete(suspect);
+}
+
+void Recovery::complete(Part& part) {
+    part.output->finish();
+    part.saved.records = part.output->records();
+    part.saved.bytes = part.output->size();
+    part.output.reset();
+    tell(part.saved);
+}
+
+}  // namespace Tools

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "kit/recording/files.h"
+#include "tools/input/frame_input.h"
+#include "tools/output/recording.h"
+
+namespace Tools {
+
+/** A recording that a Recovery has written. */
+struct SavedRecording {
+    /** Where the header comes from. */
+    enum class Header {
+        kKept,      // from the file, as it was
+        kRepaired,  // from the file, but for magic and version
+        kMadeUp     // from the name or the first frame's time; the installation is not known
+    };
+
+    std::string from;  // path of the file
+    std::string path;
+    Header header = Header::kKept;
+    std::uint64_t records = 0;
+    std::uint64_t bytes = 0;
+    /** Whether it holds whole records with a tag that is not the recording's: it is set apart. */
+    bool is_suspect = false;
+    std::uint64_t offset = 0;  // of the first record in the file; 0 without records
+};
+
+/** In words that never change: "kept", "repaired", "made-up". */
+char const* name_of(SavedRecording::Header header);
+
+/**
+ * Writes what an input gives as complete recordings: one for each header, with the bytes of the
+ * records as they were. Records of another tag than the recording's, which nearly all of its
+ * records have, go to a recording in the folder "suspect". Holds one record. One thread at a time.
+ */
+class Recovery {
+public:
+    using Tell = std::function<void(SavedRecording const&)>;
+
+    /**
+     * @param directory where recordings are written; made when there is something to write.
+     * @param force whether files that are there may be replaced.
+     * @param tell_ is told of each recording that is complete.
+     */
+    Recovery(std::string directory_, bool force_, Tell tell_);
+
+    /**
+     * Takes the input's item.
+     *
+     * @throws Kit::InputError when a recording cannot be written, or would replace a file that is
+     *         there, or its own input.
+     */
+    void add(FrameInput const& input);
+
+    /** Completes what has been begun. @throws Kit::InputError as add() does. */
+    void finish();
+
+private:
+    struct Held {
+        std::uint32_t tag = 0;
+        std::uint64_t offset = 0;
+        std::string payload;
+    };
+    /** A recording that is being written. */
+    struct Part {
+        std::unique_ptr<RecordingOutput> output;
+        SavedRecording saved;
+    };
+
+    void begin_part(Kit::RecordingHeader const& header, SavedRecording::Header origin);
+    void make_up_header(InputFrame const& first);
+    void add_frame(InputFrame const& frame);
+    void open(Part& part, bool is_suspect);
+    void put(Part& part, std::uint32_t tag, std::uint64_t offset, std::string_view payload);
+    void put_suspect(Held const& record);
+    void end_part();
+    void complete(Part& part);
+    std::string free_path(std::string const& folder);
+
+    std::string directory;
+    bool force;
+    Tell tell;
+    Kit::RecordingFile file;
+    bool is_first_part = false;  // of the file, whose name it gets
+    bool is_begun = false;
+    bool is_raw = false;  // no record is right behind the header: raw data, unless one follows
+    Kit::RecordingHeader header;
+    SavedRecording::Header header_origin = SavedRecording::Header::kKept;
+    Part main;
+    Part suspect;
+    /** The recording's tag: that of two records, one behind the other. */
+    std::optional<std::uint32_t> tag;
+    std::optional<Held> held;
+    std::set<std::string> paths;
+};
+
+}  // namespace Tools

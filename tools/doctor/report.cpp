@@ -1,0 +1,128 @@
+#include "tools/doctor/report.h"
+
+#include <array>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <utility>
+
+#include "tools/cli/message_text.h"
+#include "tools/screen/terminal.h"
+
+namespace Tools {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string dumped(Json const& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string json_of(DoctorFinding const& finding) {
+    Json json;
+    json["code"] = finding.code.name;
+    json["severity"] = name_of(finding.code.severity);
+    json["file"] = finding.file;
+    json["offset"] = std::to_string(finding.offset);
+    json["length"] = std::to_string(finding.length);
+    json["message"] = finding.text;
+    json["advice"] = finding.code.advice;
+    return dumped(json);
+}
+
+/** A finding a line, and what to do about each kind at the end. */
+class TextForm : public DoctorForm {
+public:
+    explicit TextForm(Output& out_) : out(out_), coloured(takes_colour(out.fd())) {}
+
+    void print(DoctorFinding const& finding) override {
+        told.insert(finding.code.name);
+        std::string severity = name_of(finding.code.severity);
+        if (coloured) {
+            severity = (finding.code.severity == Severity::kError ? "\x1b[31m" : "\x1b[33m") +
+                       severity + "\x1b[0m";
+        }
+        std::string line = printable(finding.file) + ": offset " + std::to_string(finding.offset) +
+                           ": " + severity + ": " + finding.code.name + ": " + finding.text;
+        if (finding.length > 0) line += "; " + counted(finding.length, "byte") + " skipped";
+        out.write(line + "\n");
+    }
+
+    void end(Sum const& sum) override {
+        if (told.empty()) {
+            out.write("nothing found in " + counted(sum.frames, "frame") + " of " +
+                      counted(sum.files, "file") + "\n");
+            return;
+        }
+        out.write("\nWhat to do:\n");
+        for (FindingCode const& code : finding_codes()) {
+            if (told.count(code.name) == 0) continue;
+            std::string name = code.name;
+            name.resize(17, ' ');
+            out.write("  " + name + code.advice + "\n");
+        }
+    }
+
+private:
+    Output& out;
+    bool coloured;
+    std::set<std::string> told;
+};
+
+/** One object a finding, on a line of its own. */
+class NdjsonForm : public DoctorForm {
+public:
+    explicit NdjsonForm(Output& out_) : out(out_) {}
+
+    void print(DoctorFinding const& finding) override { out.write(json_of(finding) + "\n"); }
+
+private:
+    Output& out;
+};
+
+/** One object, of which nothing is kept but what is still to be printed. */
+class JsonForm : public DoctorForm {
+public:
+    JsonForm(std::string source_, Output& out_) : source(std::move(source_)), out(out_) {}
+
+    void begin() override {
+        out.write("{\n  \"source\": " + dumped(source) + ",\n  \"findings\": [");
+    }
+
+    void print(DoctorFinding const& finding) override {
+        out.write(std::string(first ? "" : ",") + "\n    " + json_of(finding));
+        first = false;
+    }
+
+    void end(Sum const& sum) override {
+        out.write(first ? "]" : "\n  ]");
+        add("files", dumped(std::to_string(sum.files)));
+        add("frames", dumped(std::to_string(sum.frames)));
+        add("errors", dumped(std::to_string(sum.errors)));
+        add("warnings", dumped(std::to_string(sum.warnings)));
+        add("skipped_bytes", dumped(std::to_string(sum.lost_bytes)));
+        add("interrupted", sum.interrupted ? "true" : "false");
+        out.write("\n}\n");
+    }
+
+private:
+    void add(std::string const& key, std::string const& value) {
+        out.write(",\n  " + dumped(key) + ": " + value);
+    }
+
+    Json source;
+    Output& out;
+    bool first = true;
+};
+
+}  // namespace
+
+std::unique_ptr<DoctorForm> make_doctor_form(std::string const& format, std::string const& source,
+                                             Output& out) {
+    if (format == "json") return std::make_unique<JsonForm>(source, out);
+    if (format == "ndjson") return std::make_unique<NdjsonForm>(out);
+    return std::make_unique<TextForm>(out);
+}
+
+}  // namespace Tools

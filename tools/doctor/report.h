@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "tools/cli/output.h"
+#include "tools/doctor/findings.h"
+#include "tools/input/frame_input.h"
+
+namespace Tools {
+
+/** How the findings of a source are printed, each as it comes. One thread at a time. */
+class DoctorForm {
+public:
+    virtual ~DoctorForm() = default;
+    DoctorForm(DoctorForm const&) = delete;
+    DoctorForm& operator=(DoctorForm const&) = delete;
+
+    /** What is printed in front of the findings. */
+    virtual void begin() {}
+    virtual void print(DoctorFinding const& finding) = 0;
+
+    /** What there is to say of the source as a whole. */
+    struct Sum {
+        std::uint64_t files = 0;
+        std::uint64_t frames = 0;
+        std::uint64_t errors = 0;
+        std::uint64_t warnings = 0;
+        std::uint64_t lost_bytes = 0;
+        bool interrupted = false;
+    };
+    virtual void end(Sum const&) {}
+
+protected:
+    DoctorForm() = default;
+};
+
+/** The form called `format`: "text", "json" or "ndjson". The output outlives it. */
+std::unique_ptr<DoctorForm> make_doctor_form(std::string const& format, std::string const& source,
+                                             Output& out);
+
+}  // namespace Tools

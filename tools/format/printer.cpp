@@ -1,0 +1,100 @@
+#include "tools/format/printer.h"
+
+#include <algorithm>
+#include <array>
+#include <thread>
+#include <utility>
+
+#include "tools/format/float_text.h"
+
+namespace Tools {
+
+namespace {
+
+/** One thread reads a recording about as fast as these bring its frames into their form. */
+constexpr unsigned kMostThreads = 8;
+
+std::unique_ptr<FrameForm> make_form(FrameFormat format, std::vector<FrameField> const& fields) {
+    switch (format) {
+        case FrameFormat::kText:
+            return make_text_form(fields);
+        case FrameFormat::kNdjson:
+            return make_ndjson_form(fields);
+        case FrameFormat::kCsv:
+            return make_csv_form(fields);
+        case FrameFormat::kLines:
+            break;
+    }
+    return make_line_form();
+}
+
+}  // namespace
+
+std::vector<std::string> frame_format_names() {
+    return {"lines", "text", "ndjson", "csv"};
+}
+
+FrameFormat frame_format(std::string const& name) {
+    if (name == "text") return FrameFormat::kText;
+    if (name == "ndjson") return FrameFormat::kNdjson;
+    return name == "csv" ? FrameFormat::kCsv : FrameFormat::kLines;
+}
+
+std::string exact_text(float value) {
+    std::array<char, kFloatTextRoom> text;
+    return std::string(text.data(), write_float(text.data(), value));
+}
+
+FramePrinter::FramePrinter(FrameFormat format_, Output& out, std::vector<FrameField> const& fields_)
+    : FramePrinter(
+          format_, [&out](std::string_view piece) { out.write(piece); }, fields_) {}
+
+FramePrinter::FramePrinter(FrameFormat format_, TextBuffer::Write write_,
+                           std::vector<FrameField> const& fields_)
+    : format(format_),
+      fields(fields_),
+      write(std::move(write_)),
+      form(make_form(format, fields)),
+      text(write) {}
+
+void FramePrinter::use_threads() {
+    const unsigned threads = std::min(std::thread::hardware_concurrency(), kMostThreads);
+    // Debug texts depend on the frame before.
+    if (threads < 2 || format == FrameFormat::kText) return;
+    workers = std::make_unique<FormWorkers>(
+        threads, [this] { return make_form(format, fields); }, write);
+    if (!workers->has_threads()) workers.reset();
+}
+
+void FramePrinter::begin() {
+    if (std::exchange(begun, true)) return;
+    form->begin(text);
+    text.hand_over();
+}
+
+void FramePrinter::print(InputFrame const& frame) {
+    begin();
+    if (workers && FormWorkers::takes(frame.payload.size())) return workers->append(frame);
+    if (workers) workers->finish();
+    form->append(frame, text);
+    if (workers) text.hand_over();
+}
+
+void FramePrinter::hand_over() {
+    if (workers) workers->finish();
+    text.hand_over();
+}
+
+void FramePrinter::print(RO::RadarObjects const& frame) {
+    const std::string payload = frame.SerializeAsString();
+    InputFrame input;
+    input.number = index++;
+    input.magic = frame.magic();
+    input.timestamp = frame.timestamp();
+    input.target_count = static_cast<std::uint32_t>(frame.targets_size());
+    input.payload = payload;
+    print(input);
+    hand_over();
+}
+
+}  // namespace Tools

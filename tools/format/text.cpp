@@ -1,0 +1,111 @@
+#include <google/protobuf/text_format.h>
+#include <google/protobuf/unknown_field_set.h>
+
+#include <algorithm>
+#include <string>
+
+#include "kit/encoding/target_reader.h"
+#include "tools/cli/usage_error.h"
+#include "tools/format/form.h"
+
+namespace Tools {
+
+namespace {
+
+using google::protobuf::Descriptor;
+using google::protobuf::FieldDescriptor;
+using google::protobuf::Message;
+using google::protobuf::TextFormat;
+
+/** The fields of a message that are not wanted. */
+std::vector<FieldDescriptor const*> unwanted(Descriptor const& message,
+                                             std::vector<FrameField> const& wanted) {
+    std::vector<FieldDescriptor const*> fields;
+    for (int i = 0; i < message.field_count(); ++i) {
+        FieldDescriptor const* const field = message.field(i);
+        const bool is_wanted = std::any_of(wanted.begin(), wanted.end(), [&](FrameField each) {
+            return field->name() == name_of(each);
+        });
+        if (!is_wanted) fields.push_back(field);
+    }
+    return fields;
+}
+
+/**
+ * Protobuf's own text of a frame, made target by target: the fields of the frame that stand before
+ * the targets, the targets, and what protobuf does not know of, which stands behind.
+ */
+class TextForm : public FrameForm {
+public:
+    explicit TextForm(std::vector<FrameField> const& fields)
+        : restricted(!fields.empty()),
+          with_targets(!restricted || std::any_of(fields.begin(), fields.end(), is_of_target)),
+          unwanted_of_frame(unwanted(*RO::RadarObjects::descriptor(), fields)),
+          unwanted_of_target(unwanted(*RO::TargetData::descriptor(), fields)) {
+        inside.SetInitialIndentLevel(1);
+    }
+
+    void begin(TextBuffer&) override {}
+
+    void append(InputFrame const& frame, TextBuffer& text) override {
+        // Nothing in the text says where a frame ends.
+        if (!first) text.add("\n");
+        first = false;
+        const std::string rest = Kit::frame_without_targets(frame.payload);
+        of_frame.ParseFromString(rest);
+        restrict_to_wanted(of_frame, unwanted_of_frame);
+        RO::RadarObjects unknown;
+        unknown.GetReflection()->MutableUnknownFields(&unknown)->Swap(
+            of_frame.GetReflection()->MutableUnknownFields(&of_frame));
+        add(outside, of_frame, text);
+        if (with_targets) append_targets(frame, text);
+        add(outside, unknown, text);
+    }
+
+private:
+    void append_targets(InputFrame const& frame, TextBuffer& text) {
+        Kit::TargetReader targets(frame.payload);
+        for (std::string_view target; targets.next(target);) {
+            of_target.ParseFromArray(target.data(), static_cast<int>(target.size()));
+            restrict_to_wanted(of_target, unwanted_of_target);
+            text.add("targets {\n");
+            add(inside, of_target, text);
+            text.add("}\n");
+        }
+    }
+
+    void restrict_to_wanted(Message& message, std::vector<FieldDescriptor const*> const& fields) {
+        if (!restricted) return;
+        for (FieldDescriptor const* field : fields) {
+            message.GetReflection()->ClearField(&message, field);
+        }
+        message.GetReflection()->MutableUnknownFields(&message)->Clear();
+    }
+
+    void add(TextFormat::Printer const& printer, Message const& message, TextBuffer& text) {
+        printer.PrintToString(message, &printed);
+        text.add(printed);
+    }
+
+    bool restricted;
+    bool with_targets;
+    bool first = true;
+    std::vector<FieldDescriptor const*> unwanted_of_frame;
+    std::vector<FieldDescriptor const*> unwanted_of_target;
+    TextFormat::Printer outside;
+    TextFormat::Printer inside;
+    RO::RadarObjects of_frame;
+    RO::TargetData of_target;
+    std::string printed;
+};
+
+}  // namespace
+
+std::unique_ptr<FrameForm> make_text_form(std::vector<FrameField> const& fields) {
+    if (std::find(fields.begin(), fields.end(), FrameField::kFrameIndex) != fields.end()) {
+        throw UsageError("--fields: frame_index is nothing that a text says");
+    }
+    return std::make_unique<TextForm>(fields);
+}
+
+}  // namespace Tools

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "tools/format/form.h"
+#include "tools/input/frame_input.h"
+
+namespace Tools {
+
+/**
+ * Brings frames into their form on several threads, since that takes much longer than reading them.
+ * The texts come out in the order of the frames, on the caller's thread, which is the only one to
+ * use the object. Holds at most a few hundred kilobytes of frames and their texts for each thread.
+ */
+class FormWorkers {
+public:
+    using MakeForm = std::function<std::unique_ptr<FrameForm>()>;
+    using Write = std::function<void(std::string_view)>;
+
+    /**
+     * @param threads how many; fewer when the system grants no more, and then perhaps none.
+     * @param make_form makes a form for each; forms that keep nothing from frame to frame.
+     * @param write_ takes the texts.
+     */
+    FormWorkers(unsigned threads, MakeForm const& make_form, Write write_);
+    ~FormWorkers();
+    FormWorkers(FormWorkers const&) = delete;
+    FormWorkers& operator=(FormWorkers const&) = delete;
+
+    bool has_threads() const { return !threads_running.empty(); }
+
+    /** Whether append() takes a frame of this size, in bytes; larger ones take too much memory. */
+    static bool takes(std::size_t payload_size) { return payload_size <= kJobSize; }
+
+    /** Takes a frame; has_threads() holds. Throws what `write` and the forms throw. */
+    void append(InputFrame const& frame);
+
+    /** Waits until every frame that was taken has been written. Throws the same. */
+    void finish();
+
+private:
+    static constexpr std::size_t kJobSize = 64 * 1024;
+
+    /** Frames that one thread takes at a time. */
+    struct Job {
+        std::vector<InputFrame> frames;  // their payloads are in `payloads`, one after the other
+        std::string payloads;
+        std::string text;
+        std::exception_ptr problem;
+        bool done = false;
+    };
+
+    void submit();
+    void write_oldest();
+    std::shared_ptr<Job> make_job();
+    void work(FrameForm& form);
+    std::shared_ptr<Job> take_job();
+    static void bring_into_form(FrameForm& form, Job& job, TextBuffer& text);
+
+    Write write;
+    /** Jobs that were written: their memory is used again, for new pages cost time. */
+    std::vector<std::shared_ptr<Job>> spare;
+    std::shared_ptr<Job> collecting;
+    std::deque<std::shared_ptr<Job>> in_order;  // submitted and not yet written
+    std::vector<std::unique_ptr<FrameForm>> forms;
+
+    std::mutex mutex;  // guards what follows, and `done` of every job
+    std::condition_variable changed;
+    std::deque<std::shared_ptr<Job>> waiting;
+    bool stopping = false;
+
+    std::vector<std::thread> threads_running;
+};
+
+}  // namespace Tools

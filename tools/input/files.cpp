@@ -1,0 +1,142 @@
+#include "tools/input/files.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <tuple>
+#include <utility>
+
+#include "kit/base/input_error.h"
+#include "tools/cli/directory_of.h"
+#include "tools/cli/message_text.h"
+
+namespace Tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kCompleted = ".data";
+
+std::string base_name(std::string const& path) {
+    std::string name(Kit::file_name_of(path));
+    if (name.size() > kCompleted.size() &&
+        name.compare(name.size() - kCompleted.size(), kCompleted.size(), kCompleted) == 0) {
+        name.resize(name.size() - kCompleted.size());
+    }
+    return name;
+}
+
+bool is_earlier(Kit::RecordingFile const& a, Kit::RecordingFile const& b) {
+    return std::forward_as_tuple(a.begin_ms(), a.path) <
+           std::forward_as_tuple(b.begin_ms(), b.path);
+}
+
+/** A tag as people write it: "0xFEED0007", or the recorder's number in it, "7". */
+std::optional<std::uint32_t> parse_tag(std::string_view text) {
+    const bool hexadecimal = text.substr(0, 2) == "0x";
+    if (hexadecimal) text.remove_prefix(2);
+    std::uint32_t tag = 0;
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), tag, hexadecimal ? 16 : 10);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return tag > 0xFFFF ? tag : Kit::kRecordTag | tag;
+}
+
+}  // namespace
+
+std::string current_path(std::string const& path) {
+    std::error_code ignored;
+    const std::string completed = path + std::string(kCompleted);
+    return !fs::exists(path, ignored) && fs::exists(completed, ignored) ? completed : path;
+}
+
+SourceFiles::SourceFiles(std::string const& path, std::string const& recorder, bool follow)
+    : found(Kit::list_recordings(path)), following(follow) {
+    std::error_code ignored;
+    directory_given = fs::is_directory(path, ignored);
+    directory = directory_given ? path : directory_of(path);
+    if (directory_given) choose_recorder(path, recorder);
+    for (Kit::RecordingFile const& file : found) {
+        size += file.size;
+        if (tag || !file.tag) continue;
+        tag = file.tag;
+        if (file.name) prefix = file.name->prefix;
+    }
+    if (!follow) return;
+    for (Kit::RecordingFile const& file : found) known.insert(base_name(file.path));
+    if (directory_given) return;
+    // What the recorder began earlier is not what comes next.
+    for (Kit::RecordingFile const& file : Kit::list_recordings(directory)) {
+        if (is_earlier(file, found.front())) known.insert(base_name(file.path));
+    }
+}
+
+void SourceFiles::choose_recorder(std::string const& path, std::string const& recorder) {
+    const std::vector<std::string> recorders = Kit::recorders_of(found);
+    if (recorder.empty()) {
+        if (recorders.size() > 1) {
+            throw Kit::InputError(path +
+                                  ": holds files of several recorders, choose with "
+                                  "--recorder: " +
+                                  joined(recorders, ", "));
+        }
+    } else {
+        const std::size_t blank = recorder.rfind(' ');  // "radar 0xFEED0007"
+        tag = parse_tag(recorder.substr(blank + 1));
+        if (blank != std::string::npos || !tag) prefix = recorder.substr(0, blank);
+        const auto others = std::stable_partition(found.begin(), found.end(),
+                                                  [&](auto const& file) { return belongs(file); });
+        other_files = static_cast<std::size_t>(found.end() - others);
+        for (auto file = others; file != found.end(); ++file) known.insert(base_name(file->path));
+        found.erase(others, found.end());
+    }
+    if (!found.empty() || following) return;
+    throw Kit::InputError(path + (recorder.empty() ? ": holds no recordings"
+                                                   : ": holds no recordings of " + recorder +
+                                                         ", but of: " + joined(recorders, ", ")));
+}
+
+/** Whether a file is of the chosen recorder, as far as is known. */
+bool SourceFiles::belongs(Kit::RecordingFile const& file) const {
+    if (tag && file.tag && *tag != *file.tag) return false;
+    return prefix.empty() || !file.name || file.name->prefix == prefix;
+}
+
+std::optional<Kit::RecordingFile> SourceFiles::next() {
+    if (position == found.size() && following) look_for_new_files();
+    if (position == found.size()) return std::nullopt;
+    return found[position++];
+}
+
+bool SourceFiles::has_newer() {
+    if (position == found.size()) look_for_new_files();
+    return position < found.size();
+}
+
+void SourceFiles::look_for_new_files() {
+    std::error_code error;
+    std::vector<Kit::RecordingFile> added;
+    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (!Kit::parse_recording_name(name) || known.count(base_name(name)) != 0) continue;
+        Kit::RecordingFile file = Kit::examine_recording(current_path(entry->path().string()));
+        // Whose a file is its first record tells; until it is there, the file is left for later.
+        if (!file.tag && !file.raw) continue;
+        known.insert(base_name(name));
+        if (!file.raw && belongs(file)) added.push_back(std::move(file));
+    }
+    std::sort(added.begin(), added.end(), is_earlier);
+    for (Kit::RecordingFile& file : added) {
+        if (!tag) tag = file.tag;
+        size += file.size;
+        found.push_back(std::move(file));
+    }
+}
+
+}  // namespace Tools

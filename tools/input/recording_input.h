@@ -1,0 +1,61 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "kit/recording/scanner.h"
+#include "tools/input/files.h"
+#include "tools/input/frame_input.h"
+#include "tools/input/source_name.h"
+
+namespace Tools {
+
+/** Recorded files, or standard input, as an input. See FrameInput. */
+class RecordingInput : public FrameInput {
+public:
+    RecordingInput(SourceName const& source, InputOptions const& options, Selection selection);
+
+    bool is_endless() const override { return files && files->follows(); }
+    std::uint64_t bytes_done() const override;
+    std::uint64_t bytes_total() const override { return files ? files->total_size() : 0; }
+
+private:
+    using Scanned = Kit::RecordingScanner::Item;
+
+    bool read() override;
+    bool open_next_file();
+    void open_file(Kit::RecordingFile file);
+    std::unique_ptr<Kit::RecordingScanner> open_scanner(std::string const& path, bool waits) const;
+    Scanned scan();
+    bool use(Scanned scanned);
+    bool use_record();
+    bool use_end();
+    bool suspect();
+    bool use_behind_suspects(Scanned scanned);
+    bool file_goes_on();
+    bool tell(Kit::Finding finding);
+    bool tell(std::string note);
+    void wait() const;
+
+    std::optional<SourceFiles> files;  // none for standard input
+    std::function<void()> idle;
+    std::unique_ptr<Kit::RecordingScanner> scanner;
+    bool standard_input_to_come = false;
+    bool left_out_to_tell = false;
+    bool growing = false;  // the recorder may write more of the file
+    bool frame_seen = false;
+    unsigned ticks = 0;
+    std::uint64_t bytes_before = 0;
+    std::string read_problem;  // why the rest of the file cannot be read
+    std::deque<Kit::Finding> to_tell;
+    /** Of a directory's file: what may only say that it holds raw data, until a record follows. */
+    std::deque<Kit::Finding> suspects;
+    std::optional<Scanned> scanned_ahead;
+};
+
+/** The timestamp of the last frame of a file or a directory; 0 without frames. */
+std::uint64_t find_last_timestamp(SourceName const& source, InputOptions const& options);
+
+}  // namespace Tools

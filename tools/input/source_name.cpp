@@ -1,0 +1,24 @@
+#include "tools/input/source_name.h"
+
+#include "tools/cli/usage_error.h"
+
+namespace Tools {
+
+namespace {
+
+constexpr char kSocketPrefix[] = "unix:";
+
+}  // namespace
+
+SourceName parse_source_name(std::string const& text) {
+    if (text == "-") return {SourceName::Kind::kStandardInput, "", "standard input"};
+    if (text.rfind(kSocketPrefix, 0) != 0) {
+        if (text.empty()) throw UsageError("SOURCE is empty");
+        return {SourceName::Kind::kPath, text, text};
+    }
+    const std::string path = text.substr(sizeof(kSocketPrefix) - 1);
+    if (path.empty()) throw UsageError("SOURCE " + text + " has no path behind unix:");
+    return {SourceName::Kind::kLiveStream, path, text};
+}
+
+}  // namespace Tools

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "kit/stream/client.h"
+#include "tools/input/frame_input.h"
+#include "tools/input/source_name.h"
+
+namespace Tools {
+
+/** A live stream as an input. See FrameInput. */
+class StreamInput : public FrameInput {
+public:
+    /** Connects. @throws Kit::InputError */
+    StreamInput(SourceName const& source, InputOptions const& options, Selection selection);
+
+    bool is_endless() const override { return true; }
+    std::uint64_t bytes_done() const override { return client.bytes(); }
+    std::uint64_t bytes_total() const override { return 0; }
+
+private:
+    using Result = Kit::StreamClient::Result;
+
+    bool read() override;
+    bool use(Result result);
+    bool use_frame();
+    bool tell(Kit::FindingKind kind);
+    bool refuse_foreign_bytes();
+
+    std::function<void()> idle;
+    Kit::StreamClient client;
+    Kit::StreamFrame stream_frame;
+    std::uint64_t frames = 0;
+    bool begun = false;
+    bool ended = false;
+};
+
+}  // namespace Tools

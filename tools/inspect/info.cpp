@@ -1,0 +1,56 @@
+#include "tools/inspect/info.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "tools/cli/options.h"
+#include "tools/input/damage_report.h"
+#include "tools/input/frame_input.h"
+#include "tools/inspect/info_text.h"
+#include "tools/screen/progress.h"
+
+namespace Tools {
+
+namespace {
+
+struct Options {
+    InputOptions input;
+    std::string format = "text";
+};
+
+ExitStatus print_info(Options const& options, Console& console) {
+    const SourceName source = parse_source_name(options.input.source);
+    const auto input = open_frame_input(options.input);
+    ProgressBar bar(ProgressBar::Use::kWherePossible);
+    DamageReport report(console.messages, bar);
+    SourceSurvey survey;
+    while (report.next(*input)) survey.add(*input);
+    survey.finish(*input);
+    const ExitStatus status = report.finish(*input);
+    console.out.write(options.format == "json" ? info_json(source, survey, input->was_cut_short())
+                                               : info_text(source, survey));
+    return status;
+}
+
+Run declare(CLI::App& parser) {
+    const auto options = std::make_shared<Options>();
+    add_source_options(parser, options->input);
+    add_choice(parser, "--format", options->format, {"text", "json"}, "Print it as");
+    return [options](Console& console) { return print_info(*options, console); };
+}
+
+}  // namespace
+
+Verb info_verb() {
+    return {"info",
+            "Tell what there is to know of a recording",
+            {{"info radar_150525_093007_042.data", "header, size, rate and condition of a file"},
+             {"info --format json /var/spool/storage/SD_DISK",
+              "the same of all files on the card, for programs"}},
+            "Gaps are times without a frame that are much longer than nine of ten are. The exit\n"
+            "status is 3 when anything is damaged; doctor tells more about that.",
+            declare};
+}
+
+}  // namespace Tools

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kit/recording/files.h"
+#include "tools/input/file_state.h"
+#include "tools/input/frame_input.h"
+#include "tools/input/timing.h"
+
+namespace Tools {
+
+/** What there is to know of one file of a source. */
+struct FileSurvey {
+    Kit::RecordingFile file;
+    FileState state = FileState::kUnknown;
+    std::uint64_t bytes = 0;                     // that were read
+    std::optional<Kit::RecordingHeader> header;  // the first one
+    std::uint64_t headers = 0;
+    std::uint64_t records = 0;
+    std::uint64_t damaged_places = 0;
+    std::uint64_t skipped_bytes = 0;
+    /** Where it is cut off, in bytes. */
+    std::optional<std::uint64_t> cut_offset;
+    /** Whether the headers count what was found; none when that cannot be told. */
+    std::optional<bool> frame_count_agrees;
+};
+
+/**
+ * Collects what there is to know of a source while it is read. Holds a few hundred bytes for each
+ * file, and nothing for a frame. One thread at a time.
+ */
+class SourceSurvey {
+public:
+    /** Takes the input's item. */
+    void add(FrameInput const& input);
+
+    /** Takes note of the input's end. */
+    void finish(FrameInput const& input);
+
+    std::vector<FileSurvey> const& files() const { return surveys; }
+    FrameTiming const& timing() const { return frame_timing; }
+    /** The number of records of each tag. */
+    std::map<std::uint32_t, std::uint64_t> const& tags() const { return tag_counts; }
+
+    std::uint64_t bytes() const { return byte_count; }
+    std::uint64_t records() const { return frame_timing.frames(); }
+    std::uint64_t targets() const { return target_count; }
+    std::uint32_t fewest_targets() const { return fewest; }
+    std::uint32_t most_targets() const { return most; }
+    std::uint64_t skipped_bytes() const;
+
+private:
+    void begin_file(FrameInput const& input);
+    void end_file(FrameInput const& input);
+    void add_header(Kit::RecordingHeader const& header);
+    void add_frame(FrameInput const& input);
+    void add_finding(Kit::Finding const& finding);
+
+    std::vector<FileSurvey> surveys;
+    FrameTiming frame_timing;
+    std::map<std::uint32_t, std::uint64_t> tag_counts;
+    std::uint64_t* tag_count = nullptr;  // of the last tag
+    std::uint32_t tag = 0;
+    std::uint64_t byte_count = 0;
+    std::uint64_t file_begin = 0;
+    std::uint64_t target_count = 0;
+    std::uint32_t fewest = 0;
+    std::uint32_t most = 0;
+};
+
+}  // namespace Tools

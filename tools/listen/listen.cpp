@@ -1,0 +1,250 @@
+#include "tools/listen/listen.h"
+
+#include <poll.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "kit/base/input_error.h"
+#include "kit/status/runtime_directory.h"
+#include "kit/stream/client.h"
+#include "tools/cli/message_text.h"
+#include "tools/cli/options.h"
+#include "tools/cli/signals.h"
+#include "tools/cli/usage_error.h"
+#include "tools/input/source_name.h"
+#include "tools/listen/rate_meter.h"
+#include "tools/listen/view.h"
+#include "tools/screen/terminal.h"
+
+namespace Tools {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using Result = Kit::StreamClient::Result;
+
+/** How long a wait lasts at most, and so how soon Ctrl-C and the end of a reader are noticed. */
+constexpr milliseconds kTick{50};
+
+/** How long after a failed attempt the next one is made to reach the service again. */
+constexpr milliseconds kConnectAgainAfter{200};
+
+/** A stream without a frame for this long is not called live. */
+constexpr std::chrono::seconds kSilence{2};
+
+struct Options {
+    std::string source;
+    std::string format;   // empty: what suits the output
+    uint64_t frames = 0;  // 0: without limit
+    bool ends_with_the_service = false;
+};
+
+std::string socket_path(std::string const& text) {
+    SourceName source = parse_source_name(text);
+    if (source.kind == SourceName::Kind::kLiveStream) return source.path;
+    throw UsageError("SOURCE " + text + " is no live stream, which is written unix:PATH");
+}
+
+/** Where a service that was started without options sends its stream. */
+std::string default_source() {
+    return "unix:" + Kit::stream_socket_path(Kit::runtime_directory());
+}
+
+std::string frames_text(uint64_t count) {
+    return counted(count, "frame");
+}
+
+/** One run of the verb. */
+class Listener {
+public:
+    Listener(Options const& options_, Console& console_)
+        : options(options_),
+          console(console_),
+          path(socket_path(options_.source)),
+          client(std::make_unique<Kit::StreamClient>(path)) {
+        status.source = options.source;
+        is_live = options.format.empty() && takes_pictures(console.out.fd());
+        view = is_live ? make_live_view(console)
+                       : make_plain_view(frame_format(options.format), console);
+    }
+
+    ExitStatus run() {
+        while (!is_done() && (client != nullptr || connect_again())) use(read());
+        view.reset();
+        return report();
+    }
+
+private:
+    bool is_done() const {
+        return was_interrupted() || view->wants_end() ||
+               (options.frames > 0 && status.frames == options.frames);
+    }
+
+    Result read() {
+        const Result result = client->next(frame, kTick);
+        status.bytes = bytes_before + client->bytes();
+        status.frame_rate = rate.rate(Clock::now());
+        return result;
+    }
+
+    void use(Result result) {
+        switch (result) {
+            case Result::kFrame:
+                return use_frame();
+            case Result::kTimeout:
+                return use_silence();
+            case Result::kUndecodable:
+                ++undecodable;
+                ++status.lost_frames;
+                return view->tell(client->problem(), true);
+            case Result::kEnd:
+                return lose_stream("the stream ended", false);
+            case Result::kCut:
+                ++cut;
+                ++status.lost_frames;
+                return lose_stream("the stream " + client->problem(), true);
+            case Result::kForeign:
+                return use_foreign_bytes();
+            case Result::kFailed:
+                return lose_stream("the stream cannot be read: " + client->problem(), true);
+        }
+    }
+
+    void use_frame() {
+        ++status.frames;
+        targets += static_cast<uint64_t>(frame.objects.targets_size());
+        last_frame = Clock::now();
+        rate.count(last_frame);
+        set_state("live", true);
+        view->show(frame.objects, status);
+    }
+
+    void use_silence() {
+        const auto silence =
+            std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - last_frame);
+        if (silence >= kSilence) {
+            set_state("no frame for " + std::to_string(silence.count()) + " s", false);
+        }
+        view->idle(status);
+    }
+
+    void use_foreign_bytes() {
+        if (status.frames == 0) {
+            view.reset();
+            throw Kit::InputError(options.source + ": no target stream: " + client->problem());
+        }
+        ++cut;
+        ++status.lost_frames;
+        lose_stream("the stream is damaged " + client->problem(), true);
+    }
+
+    void lose_stream(std::string const& why, bool is_problem) {
+        bytes_before += client->bytes();
+        client.reset();
+        if (is_done()) return;
+        const std::string after = " after " + frames_text(status.frames);
+        if (options.ends_with_the_service) return view->tell(why + after, is_problem);
+        set_state(why + ", waiting for the service", false);
+        view->tell(why + after + "; waiting for the service", is_problem);
+    }
+
+    /** Waits until the service is there again. Returns false when there is no need to. */
+    bool connect_again() {
+        if (options.ends_with_the_service) return false;
+        const auto begin = Clock::now();
+        for (auto next = begin + kTick; !is_done(); next += kConnectAgainAfter) {
+            while (Clock::now() < next && !is_done()) {
+                status.frame_rate = rate.rate(Clock::now());
+                view->idle(status);
+                poll(nullptr, 0, static_cast<int>(kTick.count()));
+            }
+            if (!try_to_connect()) continue;
+            ++status.reconnects;
+            last_frame = Clock::now();
+            set_state("connected again", true);
+            view->tell("connected again", false);
+            return true;
+        }
+        return false;
+    }
+
+    bool try_to_connect() {
+        try {
+            client = std::make_unique<Kit::StreamClient>(path);
+        } catch (Kit::InputError const&) {
+            return false;  // not there yet; the person was told that we wait
+        }
+        return true;
+    }
+
+    void set_state(std::string const& state, bool is_well) {
+        status.state = state;
+        status.is_well = is_well;
+    }
+
+    ExitStatus report() const {
+        if (is_live) {
+            console.messages.note(frames_text(status.frames) + ", " + counted(targets, "target") +
+                                  ", " + counted(status.bytes, "byte"));
+        }
+        if (status.lost_frames == 0) return ExitStatus::kOk;
+        console.messages.warn(frames_text(cut) + " cut off, " + frames_text(undecodable) +
+                              " that did not decode");
+        return ExitStatus::kDamaged;
+    }
+
+    Options const& options;
+    Console& console;
+    std::string path;
+    std::unique_ptr<Kit::StreamClient> client;
+    std::unique_ptr<ListenView> view;
+    bool is_live = false;
+    Kit::StreamFrame frame;
+    StreamStatus status{"", "connected"};
+    RateMeter rate;
+    Clock::time_point last_frame = Clock::now();
+    uint64_t targets = 0;
+    uint64_t cut = 0;
+    uint64_t undecodable = 0;
+    uint64_t bytes_before = 0;  // in earlier connections
+};
+
+Run declare(CLI::App& parser) {
+    const auto options = std::make_shared<Options>();
+    CLI::Option* const source =
+        parser.add_option("SOURCE", options->source,
+                          "The stream, unix:PATH; without it, that of the service on this machine");
+    add_choice(parser, "--format", options->format, frame_format_names(), "Print frames");
+    add_count(parser, "--frames", options->frames, "End after N frames");
+    parser.add_flag("--no-reconnect", options->ends_with_the_service,
+                    "End when the service ends the stream");
+    return [options, source](Console& console) {
+        if (source->count() == 0) options->source = default_source();
+        return Listener(*options, console).run();
+    };
+}
+
+}  // namespace
+
+Verb listen_verb() {
+    return {
+        "listen",
+        "Show the frames of a live stream as they come",
+        {{"listen", "watch the targets of the service on this machine in a table"},
+         {"listen unix:/run/petrelradar/targets.sock | head -n 3",
+          "the next three frames of the service at that socket as lines"},
+         {"listen --format csv --frames 300 > log.csv", "the next 300 frames as a detection log"}},
+        "On a terminal the targets are shown in a table, nearest first, until q or Ctrl-C.\n"
+        "Elsewhere, or with --format, frames are printed: lines (one a frame, the default),\n"
+        "text (protobuf's debug text), ndjson (one object a frame) or csv (one row a\n"
+        "target; a frame without targets has no row).",
+        declare};
+}
+
+}  // namespace Tools

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "tools/cli/verb.h"
+
+namespace Tools {
+
+/** `listen`: shows the frames of a live stream as they come. */
+Verb listen_verb();
+
+}  // namespace Tools

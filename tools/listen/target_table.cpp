@@ -1,0 +1,201 @@
+#include "tools/listen/target_table.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+namespace Tools {
+
+namespace {
+
+constexpr char kBold[] = "\x1b[1m";
+constexpr char kDim[] = "\x1b[2m";
+constexpr char kApproaching[] = "\x1b[31m";
+constexpr char kReceding[] = "\x1b[36m";
+constexpr char kWell[] = "\x1b[32m";
+constexpr char kUnwell[] = "\x1b[33m";
+constexpr char kPlain[] = "\x1b[0m";
+
+/** Slower than this a target stands still, in m/s. */
+constexpr float kStill = 0.05F;
+
+/** The bearing scale shows this much to either side, in rad. */
+constexpr float kWidestBearing = 1.5708F;
+constexpr int kScaleMin = 11;
+constexpr int kScaleMax = 41;
+
+constexpr double kDegreesPerRadian = 57.29577951308232;
+
+template <typename... Values>
+std::string formatted(char const* format, Values... values) {
+    std::array<char, 64> text;
+    std::snprintf(text.data(), text.size(), format, values...);
+    return text.data();
+}
+
+/** A number of `width` characters at least, with as many decimals as fit a table. */
+std::string number(double value, int width, int decimals) {
+    if (std::isfinite(value) && std::abs(value) >= 1e6) return formatted("%*.1e", width, value);
+    return formatted("%*.*f", width, decimals, value);
+}
+
+char const* motion(float rdot) {
+    if (rdot <= -kStill) return "approaching";
+    if (rdot >= kStill) return "receding";
+    return "";
+}
+
+std::string bytes_text(uint64_t bytes) {
+    constexpr std::array<char const*, 5> kUnits = {"B", "kB", "MB", "GB", "TB"};
+    double value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    for (; value >= 1000.0 && unit + 1 < kUnits.size(); ++unit) value /= 1000.0;
+    return formatted(unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
+}
+
+std::string count_text(uint64_t count, char const* one, char const* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+/** The columns of the table from the left; as many are shown as fit. */
+struct Column {
+    char const* title;
+    int width;
+    std::string (*text)(RO::TargetData const& target);
+};
+
+constexpr int kGap = 2;
+
+const std::array<Column, 6> kColumns = {{
+    {"range m", 8, [](auto const& target) { return number(target.r(), 8, 2); }},
+    {"speed m/s", 9, [](auto const& target) { return number(target.rdot(), 9, 2); }},
+    {"bearing deg", 11,
+     [](auto const& target) {
+         return number(static_cast<double>(target.theta()) * kDegreesPerRadian, 11, 1);
+     }},
+    {"rcs dB", 7, [](auto const& target) { return number(target.rcs(), 7, 1); }},
+    {"snr dB", 7, [](auto const& target) { return number(target.snr(), 7, 1); }},
+    {"motion", 11, [](auto const& target) { return formatted("%-11s", motion(target.rdot())); }},
+}};
+
+/** Lines that fit a window, with colours where they are wanted. */
+class Picture {
+public:
+    Picture(WindowSize window_, bool coloured_) : window(window_), coloured(coloured_) {
+        int width = 0;
+        for (Column const& column : kColumns) {
+            width += (columns > 0 ? kGap : 0) + column.width;
+            if (width > window.columns) break;
+            ++columns;
+            table_width = width;
+        }
+        const int left = window.columns - table_width - kGap;
+        if (columns == kColumns.size() && left >= kScaleMin) {
+            scale_width = std::min(left, kScaleMax) - (std::min(left, kScaleMax) + 1) % 2;
+        }
+    }
+
+    void add(std::string const& colour, std::string text) {
+        if (static_cast<int>(lines.size()) >= window.rows) return;
+        text.resize(std::min(text.size(), static_cast<std::size_t>(window.columns)));
+        lines.push_back(coloured && !colour.empty() ? colour + text + kPlain : text);
+    }
+
+    void add_titles() {
+        std::string text;
+        for (std::size_t i = 0; i < columns; ++i) {
+            if (i > 0) text.append(kGap, ' ');
+            text += formatted(i + 1 == kColumns.size() ? "%-*s" : "%*s", kColumns[i].width,
+                              kColumns[i].title);
+        }
+        if (scale_width > 0) text += std::string(kGap, ' ') + scale_title();
+        add(kDim, text);
+    }
+
+    void add_target(RO::TargetData const& target) {
+        std::string text;
+        for (std::size_t i = 0; i < columns; ++i) {
+            if (i > 0) text.append(kGap, ' ');
+            text += kColumns[i].text(target);
+        }
+        if (scale_width > 0) text += std::string(kGap, ' ') + scale(target.theta());
+        add(target.rdot() <= -kStill  ? kApproaching
+            : target.rdot() >= kStill ? kReceding
+                                      : "",
+            text);
+    }
+
+    int rows_left() const { return window.rows - static_cast<int>(lines.size()); }
+
+    std::vector<std::string> lines;
+
+private:
+    std::string scale_title() const {
+        std::string text(static_cast<std::size_t>(scale_width), ' ');
+        text.replace(0, 4, "left");
+        text.replace(text.size() - 5, 5, "right");
+        return text;
+    }
+
+    /** Where a target is from left to right, seen from the radar. */
+    std::string scale(float theta) const {
+        std::string text(static_cast<std::size_t>(scale_width), '.');
+        const int middle = scale_width / 2;
+        text[static_cast<std::size_t>(middle)] = '|';
+        if (std::isnan(theta)) return text;
+        const float part = std::clamp(theta / kWidestBearing, -1.0F, 1.0F);
+        const auto place = std::lround(part * static_cast<float>(middle)) + middle;
+        text[static_cast<std::size_t>(place)] = 'O';
+        return text;
+    }
+
+    WindowSize window;
+    bool coloured;
+    std::size_t columns = 0;
+    int table_width = 0;
+    int scale_width = 0;
+};
+
+/** By range, nearest first; ranges that are no number come last. */
+std::vector<RO::TargetData const*> by_range(RO::RadarObjects const& frame) {
+    std::vector<RO::TargetData const*> targets;
+    for (RO::TargetData const& target : frame.targets()) targets.push_back(&target);
+    std::stable_sort(targets.begin(), targets.end(), [](auto const* left, auto const* right) {
+        if (std::isnan(left->r()) || std::isnan(right->r())) return !std::isnan(left->r());
+        return left->r() < right->r();
+    });
+    return targets;
+}
+
+void add_status(Picture& picture, StreamStatus const& status, RO::RadarObjects const& frame) {
+    picture.add(status.is_well ? kWell : kUnwell, status.source + "  " + status.state);
+    picture.add(kBold,
+                "frame " + std::to_string(status.frames) +
+                    formatted("  %.1f/s  ", status.frame_rate) +
+                    count_text(static_cast<uint64_t>(frame.targets_size()), "target", "targets") +
+                    "  " + bytes_text(status.bytes) + "  " + std::to_string(status.lost_frames) +
+                    " lost  " + count_text(status.reconnects, "reconnect", "reconnects"));
+}
+
+}  // namespace
+
+std::vector<std::string> draw_target_table(StreamStatus const& status,
+                                           RO::RadarObjects const& frame, WindowSize window,
+                                           bool coloured) {
+    Picture picture(window, coloured);
+    add_status(picture, status, frame);
+    picture.add("", "");
+    picture.add_titles();
+    const auto targets = by_range(frame);
+    for (std::size_t i = 0; i < targets.size(); ++i) {
+        if (picture.rows_left() == 1 && i + 1 < targets.size()) {
+            picture.add(kDim, "  " + count_text(targets.size() - i, "more target", "more targets"));
+            break;
+        }
+        picture.add_target(*targets[i]);
+    }
+    return std::move(picture.lines);
+}
+
+}  // namespace Tools

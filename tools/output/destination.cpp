@@ -1,0 +1,45 @@
+#include "tools/output/destination.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/cli/usage_error.h"
+#include "tools/input/source_name.h"
+#include "tools/output/file.h"
+
+namespace Tools {
+
+namespace {
+
+constexpr char kStandardInput[] = "/proc/self/fd/0";
+
+}  // namespace
+
+void add_output_options(CLI::App& parser, OutputOptions& options, std::string const& what) {
+    parser.add_option("-o,--output", options.path, "Where " + what + " goes")
+        ->type_name("FILE")
+        ->required();
+    parser.add_flag("--force", options.force, "Replace the file if it is there");
+}
+
+void refuse_input_as_output(InputOptions const& input, OutputOptions const& output) {
+    if (output.path == "-") {
+        throw UsageError("-o takes the name of a file; cat prints on standard output");
+    }
+    const SourceName source = parse_source_name(input.source);
+    if (source.kind == SourceName::Kind::kLiveStream) return;
+    if (source.kind == SourceName::Kind::kStandardInput) {
+        return refuse_same_file(kStandardInput, output.path);
+    }
+    refuse_same_file(source.path, output.path);
+    std::error_code ignored;
+    // Only a file that is there can be an input, whatever its name in the directory.
+    if (!std::filesystem::is_directory(source.path, ignored)) return;
+    if (!std::filesystem::exists(output.path, ignored)) return;
+    for (Kit::RecordingFile const& file : Kit::list_recordings(source.path)) {
+        refuse_same_file(file.path, output.path);
+    }
+}
+
+}  // namespace Tools

@@ -1,0 +1,47 @@
+#include "tools/output/recording.h"
+
+#include "kit/recording/name.h"
+
+namespace Tools {
+
+namespace {
+
+Kit::RecordingHeader made_right(Kit::RecordingHeader header) {
+    header.magic = Kit::kRecordingMagic;
+    header.version = Kit::kRecordingVersion;
+    header.frame_count = 0;
+    return header;
+}
+
+}  // namespace
+
+RecordingOutput::RecordingOutput(std::string const& path, bool force, Kit::RecordingHeader header)
+    : file(path, force) {
+    file.write(Kit::encode_header(made_right(header)));
+}
+
+void RecordingOutput::add(std::uint32_t tag, std::string_view payload) {
+    std::string head;
+    Kit::append_word(head, tag);
+    Kit::append_word(head, static_cast<std::uint32_t>(payload.size()));
+    file.write(head);
+    file.write(payload);
+    ++count;
+}
+
+void RecordingOutput::finish() {
+    std::string word;
+    Kit::append_word(word, static_cast<std::uint32_t>(count));
+    file.overwrite(Kit::kFrameCountOffset, word);
+    file.finish();
+}
+
+std::string complete_name(Kit::RecordingFile const& file, Kit::RecordingHeader const& header) {
+    Kit::RecordingName name =
+        file.name ? *file.name : Kit::name_of_time("radar", header.seconds, 0);
+    name.surplus.clear();
+    name.complete = true;
+    return Kit::text_of(name);
+}
+
+}  // namespace Tools

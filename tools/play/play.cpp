@@ -1,0 +1,76 @@
+#include "tools/play/play.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "kit/base/positive_number.h"
+#include "tools/play/player.h"
+
+namespace Tools {
+
+namespace {
+
+void add_rate(CLI::App& parser, PlayOptions& options) {
+    parser
+        .add_option_function<std::string>(
+            "--rate",
+            // None for max.
+            [&options](std::string const& text) { options.rate = Kit::positive_number(text); },
+            "Play X times as fast, or as fast as the clients read; without it, 1")
+        ->type_name("X|max")
+        ->check(CLI::Validator(
+            [](std::string& text) -> std::string {
+                if (text == "max" || Kit::positive_number(text)) return "";
+                return "'" + text + "' is neither a number above 0 nor max";
+            },
+            ""));
+}
+
+Run declare(CLI::App& parser) {
+    const auto options = std::make_shared<PlayOptions>();
+    add_source_options(parser, options->input);
+    parser.add_option("--socket", options->socket, "Where clients connect")
+        ->type_name("PATH")
+        ->required();
+    add_rate(parser, *options);
+    parser.add_flag("--loop", options->loop, "Begin again at the end");
+    add_selection_options(parser, options->input.selection);
+    parser.add_flag("--paused", options->begins_paused,
+                    "Begin paused; the space key or SIGUSR1 goes on");
+    parser.add_flag("--wait", options->waits_for_client, "Begin when the first client is there");
+    parser.add_flag("--skip-gaps", options->skips_gaps,
+                    "Leave out times of more than a second without a frame");
+    return [options](Console& console) { return Player(*options, console).run(); };
+}
+
+}  // namespace
+
+Verb play_verb() {
+    return {"play",
+            "Serve a recording on a socket, as the radar would",
+            {{"play radar_150525_093007_042.data --socket /tmp/radar.sock",
+              "clients of /tmp/radar.sock get the frames of a recording at its own pace"},
+             {"play /tmp --socket /tmp/radar.sock --loop --rate 2",
+              "the recordings in /tmp, over and over and twice as fast"},
+             {"play log.data --socket /tmp/radar.sock --rate max --wait",
+              "every frame for the first client, as fast as it reads"}},
+            "It plays on when no client is there, as a radar does. A client that reads too\n"
+            "slowly misses frames, which are counted; with --rate max it is waited for. One that\n"
+            "takes no frame for 2 s is disconnected.\n"
+            "\n"
+            "Keys on a terminal:\n"
+            "  space         pause, or go on\n"
+            "  . ,           send the next frame, the one before, and pause\n"
+            "  left right    10 s back, forward\n"
+            "  down up       60 s back, forward\n"
+            "  home          to the first frame\n"
+            "  + - 1 m       twice as fast, half as fast, own pace, as fast as possible\n"
+            "  q             end\n"
+            "\n"
+            "TIME is +10s after the first frame, -5s before the last, a date and time such as\n"
+            "2025-05-15T09:30:07Z, or seconds or microseconds since 1970.",
+            declare};
+}
+
+}  // namespace Tools

@@ -1,0 +1,222 @@
+#include "tools/play/player.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <ctime>
+#include <utility>
+
+#include "kit/stream/format.h"
+#include "tools/cli/message_text.h"
+#include "tools/cli/signals.h"
+#include "tools/cli/usage_error.h"
+#include "tools/play/status.h"
+#include "tools/screen/terminal.h"
+
+namespace Tools {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
+
+/** How soon Ctrl-C, a signal and a new client are noticed. */
+constexpr milliseconds kTick{20};
+/** How soon, as fast as possible, room in a full queue is noticed. */
+constexpr milliseconds kRoomTick{1};
+constexpr milliseconds kStatusInterval{100};
+/** How long clients get for what is queued for them at the end. */
+constexpr milliseconds kStopGrace{1000};
+
+constexpr std::uint64_t kQueueFrames = 64;
+/** So many bytes go to the queues at once when nobody sets the pace; larger frames one by one. */
+constexpr std::uint64_t kQueueBytes = 4 * 1024 * 1024;
+
+/** The person wants the end while the input has nothing to read. */
+struct PlayEnded {};
+
+std::atomic<bool> pause_toggled{false};
+
+void on_pause_signal(int) {
+    pause_toggled = true;
+}
+
+void check(PlayOptions const& options, PlaySource const& source) {
+    if (options.loop && !source.can_rewind()) {
+        throw UsageError("--loop needs a file or a directory, not " + options.input.source);
+    }
+}
+
+}  // namespace
+
+Player::Player(PlayOptions options_, Console& console_)
+    : options(std::move(options_)),
+      console(console_),
+      waiting(options.waits_for_client),
+      clock(options.rate, options.skips_gaps ? Kit::kSkipGaps : Kit::kKeepGaps),
+      source(
+          [this] {
+              InputOptions input = options.input;
+              input.idle = [this] {
+                  look_after_person();
+                  if (std::count(keys.begin(), keys.end(), 'q') > 0) throw PlayEnded();
+              };
+              return input;
+          }(),
+          console_.messages) {
+    check(options, source);
+    Kit::RelayOptions relay_options;
+    relay_options.socket_path = options.socket;
+    relay_options.queue_frames = kQueueFrames;
+    relay_options.queue_bytes = 2 * kQueueBytes;
+    relay = std::make_unique<Kit::Relay>(relay_options);
+    draws = takes_pictures(STDERR_FILENO) && keyboard.is_there();
+    if (draws) watch_terminal_signals();
+    struct sigaction action = {};
+    action.sa_handler = on_pause_signal;
+    sigaction(SIGUSR1, &action, nullptr);
+    // A live stream has the radar's own pace.
+    if (source.is_live()) clock.set_rate(std::nullopt, Clock::now());
+    if (options.begins_paused) clock.pause(Clock::now());
+}
+
+Player::~Player() {
+    Messages::show_line("");
+}
+
+ExitStatus Player::run() {
+    try {
+        advance();
+        if (source.has_frame()) last_timestamp = source.first_timestamp();
+        while (play_on()) {
+        }
+    } catch (PlayEnded const&) {
+        // As at the end of the input.
+    }
+    return report();
+}
+
+/** One turn: sends the frame that is due, or waits. False at the end. */
+bool Player::play_on() {
+    look_after_person();
+    while (!keys.empty() && !quit) {
+        const int key = keys.front();
+        keys.pop_front();
+        use_key(key);
+    }
+    if (quit || was_interrupted() || !source.has_frame()) return false;
+    if (is_due(Clock::now()) && has_room()) {
+        publish();
+        advance();
+    } else {
+        wait();
+    }
+    return true;
+}
+
+/** Goes on to the next frame, which is the first one where the recording is played again. */
+void Player::advance() {
+    if (!source.next() && options.loop && published > 0 && !was_interrupted()) source.rewind();
+    if (source.has_frame()) clock.plan(source.frame().timestamp, Clock::now());
+}
+
+bool Player::is_due(Clock::time_point now) const {
+    return !waiting && clock.due() <= now;
+}
+
+/**
+ * As fast as possible nothing sets the pace but the clients: no queue of theirs overflows. A frame
+ * of many megabytes always waits for them, so that no more than one is kept.
+ */
+bool Player::has_room() {
+    const std::uint64_t size = source.frame().payload.size();
+    if (size <= kQueueBytes && (clock.rate() || source.is_live())) return true;
+    if (room_frames > 0 && room_bytes >= size) return true;
+    std::uint64_t queued = 0;
+    for (auto const& client : relay->counters().clients) queued = std::max(queued, client.queued);
+    room_frames = kQueueFrames - std::min(queued, kQueueFrames);
+    room_bytes = queued == 0 ? std::max(kQueueBytes, size) : 0;
+    return room_frames > 0 && room_bytes > 0;
+}
+
+void Player::publish() {
+    InputFrame const& frame = source.frame();
+    relay->publish(Kit::stream_frame(frame.payload));
+    ++published;
+    last_number = frame.number;
+    last_timestamp = frame.timestamp;
+    room_frames -= std::min<std::uint64_t>(room_frames, 1);
+    room_bytes -= std::min<std::uint64_t>(room_bytes, frame.payload.size());
+}
+
+/** Waits until the frame is due, a key is typed, a signal comes, or it is time to look around. */
+void Player::wait() const {
+    nanoseconds longest = kTick;
+    const auto now = Clock::now();
+    if (is_due(now)) longest = kRoomTick;
+    if (!waiting && clock.due() > now) longest = std::min<nanoseconds>(longest, clock.due() - now);
+    pollfd typed = {keyboard.is_there() ? STDIN_FILENO : -1, POLLIN, 0};
+    const timespec timeout = {0, static_cast<long>(longest.count())};
+    ppoll(&typed, 1, &timeout, nullptr);  // a wait that a signal interrupts has ended, too
+}
+
+void Player::look_after_person() {
+    if (waiting && !relay->counters().clients.empty()) {
+        waiting = false;
+        clock.jump();
+        if (source.has_frame()) clock.plan(source.frame().timestamp, Clock::now());
+    }
+    if (pause_toggled.exchange(false)) toggle_pause();
+    look_at_suspension();
+    for (const int key : keyboard.typed()) keys.push_back(key);
+    show_status();
+}
+
+void Player::look_at_suspension() {
+    if (!draws || !wants_suspension()) return;
+    Messages::show_line("");
+    keyboard.give_back();
+    suspend();
+    keyboard.take();
+    status_due = {};
+}
+
+void Player::show_status() {
+    if (!draws || Clock::now() < status_due) return;
+    status_due = Clock::now() + kStatusInterval;
+    const Kit::RelayCounters counters = relay->counters();
+    PlayStatus status;
+    if (waiting) status.state = PlayStatus::State::kWaiting;
+    if (clock.is_paused()) status.state = PlayStatus::State::kPaused;
+    status.rate = clock.rate();
+    status.frame = last_number;
+    if (last_timestamp > source.first_timestamp()) {
+        status.position_us = last_timestamp - source.first_timestamp();
+    }
+    status.share = source.share_done();
+    status.clients = counters.clients.size();
+    status.dropped = counters.frames_dropped;
+    Messages::show_line(play_status_text(status, window_size(STDERR_FILENO).columns));
+}
+
+ExitStatus Player::report() {
+    Messages::show_line("");
+    relay->stop(kStopGrace);
+    const Kit::RelayCounters counters = relay->counters();
+    if (draws) {
+        console.messages.note(counted(published, "frame") + " to " +
+                              counted(counters.clients_accepted, "client"));
+    }
+    const ExitStatus status = source.finish();
+    if (counters.frames_dropped == 0 && counters.clients_dropped_stuck == 0) return status;
+    console.messages.warn(counted(counters.frames_dropped, "frame") +
+                          " not delivered to clients that were too slow, " +
+                          counted(counters.clients_dropped_stuck, "client") +
+                          " disconnected that took none");
+    return ExitStatus::kDamaged;
+}
+
+}  // namespace Tools

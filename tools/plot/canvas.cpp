@@ -1,0 +1,284 @@
+#include "tools/plot/canvas.h"
+
+#include <cairo-pdf.h>
+#include <cairo-svg.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <stdexcept>
+
+#include "tools/plot/dot_image.h"
+#include "tools/plot/text.h"
+
+namespace Tools {
+
+namespace {
+
+/** The size, in units, of a picture whose text is as large as its pixels. */
+constexpr double kUsualWidth = 900;
+constexpr double kUsualHeight = 600;
+constexpr double kSmallestScale = 0.7;
+
+/** More dots than that are an image in an SVG or a PDF. */
+constexpr std::size_t kMostVectorDots = 2000;
+/** Pixels of that image for a unit of an SVG or a PDF. */
+constexpr double kImageScale = 1.5;
+constexpr double kMostImagePixels = 1000000;
+
+constexpr char kFont[] = "sans-serif";
+
+cairo_status_t append(void* text, unsigned char const* data, unsigned int size) {
+    static_cast<std::string*>(text)->append(reinterpret_cast<char const*>(data), size);
+    return CAIRO_STATUS_SUCCESS;
+}
+
+cairo_status_t hand_over(void* write, unsigned char const* data, unsigned int size) {
+    (*static_cast<PlotCanvas::Write const*>(write))({reinterpret_cast<char const*>(data), size});
+    return CAIRO_STATUS_SUCCESS;
+}
+
+cairo_surface_t* make_surface(PlotFormat format, int width, int height, std::string& bytes) {
+    switch (format) {
+        case PlotFormat::kSvg:
+            return cairo_svg_surface_create_for_stream(append, &bytes, width, height);
+        case PlotFormat::kPdf:
+            return cairo_pdf_surface_create_for_stream(append, &bytes, width, height);
+        case PlotFormat::kPng:
+            break;
+    }
+    return cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+}
+
+template <typename... Values>
+std::string formatted(char const* format, Values... values) {
+    std::array<char, 400> text;
+    std::snprintf(text.data(), text.size(), format, values...);
+    return text.data();
+}
+
+}  // namespace
+
+PlotCanvas::PlotCanvas(PlotFormat format_, int width, int height, std::string const& title_)
+    : format(format_),
+      scale(std::max(std::min(width / kUsualWidth, height / kUsualHeight), kSmallestScale)),
+      unit_width(width / scale),
+      unit_height(height / scale),
+      title(title_),
+      surface(make_surface(format_, width, height, bytes)),
+      context(cairo_create(surface.get())) {
+    check(surface.get());
+    if (format == PlotFormat::kSvg) {
+        cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PX);
+    }
+    if (format == PlotFormat::kPdf) {
+        cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_TITLE, title.c_str());
+    }
+    cairo_scale(context.get(), scale, scale);
+    cairo_set_line_cap(context.get(), CAIRO_LINE_CAP_ROUND);
+    fill({0, 0, unit_width, unit_height}, kPaper);
+}
+
+// The surface writes to members of this object, and reads the images, when it ends.
+PlotCanvas::~PlotCanvas() {
+    cairo_surface_finish(surface.get());
+}
+
+void PlotCanvas::check(cairo_surface_t* of) const {
+    cairo_status_t status = cairo_surface_status(of);
+    if (status == CAIRO_STATUS_SUCCESS) status = cairo_status(context.get());
+    if (status == CAIRO_STATUS_SUCCESS) return;
+    throw std::runtime_error(std::string("cannot draw: ") + cairo_status_to_string(status));
+}
+
+void PlotCanvas::set_colour(Colour colour, double alpha) {
+    cairo_set_source_rgba(context.get(), colour.red, colour.green, colour.blue, alpha);
+}
+
+void PlotCanvas::line(double x1, double y1, double x2, double y2, Colour colour, double thickness) {
+    set_colour(colour);
+    cairo_set_line_width(context.get(), thickness);
+    cairo_move_to(context.get(), x1, y1);
+    cairo_line_to(context.get(), x2, y2);
+    cairo_stroke(context.get());
+}
+
+void PlotCanvas::arc(double x, double y, double radius, double from, double to, Colour colour,
+                     double thickness) {
+    constexpr double kQuarter = 1.57079632679489662;
+    set_colour(colour);
+    cairo_set_line_width(context.get(), thickness);
+    cairo_new_path(context.get());  // not from where the last text ended
+    cairo_arc(context.get(), x, y, radius, from - kQuarter, to - kQuarter);
+    cairo_stroke(context.get());
+}
+
+void PlotCanvas::fill(Box const& box, Colour colour) {
+    set_colour(colour);
+    cairo_rectangle(context.get(), box.left, box.top, box.width(), box.height());
+    cairo_fill(context.get());
+}
+
+void PlotCanvas::frame(Box const& box, Colour colour, double thickness) {
+    set_colour(colour);
+    cairo_set_line_width(context.get(), thickness);
+    cairo_rectangle(context.get(), box.left, box.top, box.width(), box.height());
+    cairo_stroke(context.get());
+}
+
+void PlotCanvas::triangle(double x, double y, double size, Colour colour) {
+    set_colour(colour);
+    cairo_move_to(context.get(), x, y);
+    cairo_line_to(context.get(), x + size / 2, y + size);
+    cairo_line_to(context.get(), x - size / 2, y + size);
+    cairo_close_path(context.get());
+    cairo_fill(context.get());
+}
+
+void PlotCanvas::marker(Dot const& dot, Colour edge) {
+    constexpr double kWholeTurn = 6.28318530717958648;
+    cairo_new_path(context.get());
+    cairo_arc(context.get(), dot.x, dot.y, dot.radius, 0, kWholeTurn);
+    set_colour(dot.colour, dot.alpha);
+    cairo_fill_preserve(context.get());
+    set_colour(edge);
+    cairo_set_line_width(context.get(), 0.8);
+    cairo_stroke(context.get());
+}
+
+void PlotCanvas::choose_font(TextStyle const& style) {
+    cairo_select_font_face(context.get(), kFont, CAIRO_FONT_SLANT_NORMAL,
+                           style.bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+    cairo_set_font_size(context.get(), style.size);
+}
+
+double PlotCanvas::text_width(std::string const& text, TextStyle const& style) {
+    cairo_text_extents_t extents;
+    choose_font(style);
+    cairo_text_extents(context.get(), text.c_str(), &extents);
+    return extents.x_advance;
+}
+
+std::string PlotCanvas::fit_text(std::string const& text, TextStyle const& style, double width) {
+    if (text_width(text, style) <= width) return text;
+    const std::vector<std::string> characters = characters_of(text);
+    for (std::size_t kept = characters.size(); kept-- > 2;) {
+        std::string shorter;
+        for (std::size_t i = 0; i < kept / 2; ++i) shorter += characters[i];
+        shorter += "\u2026";
+        for (std::size_t i = characters.size() - (kept - kept / 2); i < characters.size(); ++i) {
+            shorter += characters[i];
+        }
+        if (text_width(shorter, style) <= width) return shorter;
+    }
+    return "\u2026";
+}
+
+void PlotCanvas::text(double x, double y, std::string const& text, TextStyle const& style) {
+    if (format == PlotFormat::kSvg) return add_svg_text(x, y, text, style);
+    const double width = text_width(text, style);
+    const double shift = style.align == TextStyle::Align::kLeft     ? 0
+                         : style.align == TextStyle::Align::kCentre ? width / 2
+                                                                    : width;
+    cairo_save(context.get());
+    cairo_translate(context.get(), x, y);
+    if (style.upwards) cairo_rotate(context.get(), -1.57079632679489662);
+    cairo_move_to(context.get(), -shift, 0);
+    set_colour(style.colour);
+    cairo_show_text(context.get(), text.c_str());
+    cairo_restore(context.get());
+}
+
+/** Cairo would make shapes of the letters, which nobody can select or search. */
+void PlotCanvas::add_svg_text(double x, double y, std::string const& text, TextStyle const& style) {
+    constexpr std::array<char const*, 3> kAnchors = {"start", "middle", "end"};
+    const auto part = [](double share) { return static_cast<int>(std::lround(255 * share)); };
+    svg_texts += formatted(
+        "<text x=\"%.2f\" y=\"%.2f\" font-size=\"%.2f\" text-anchor=\"%s\" fill=\"#%02x%02x%02x\"",
+        x * scale, y * scale, style.size * scale, kAnchors[static_cast<std::size_t>(style.align)],
+        part(style.colour.red), part(style.colour.green), part(style.colour.blue));
+    if (style.bold) svg_texts += " font-weight=\"bold\"";
+    if (style.upwards) {
+        svg_texts += formatted(" transform=\"rotate(-90 %.2f %.2f)\"", x * scale, y * scale);
+    }
+    svg_texts += ">" + xml_text(text) + "</text>\n";
+}
+
+void PlotCanvas::dots(Box const& box, std::size_t count, Each const& each) {
+    if (format != PlotFormat::kPng && count <= kMostVectorDots) {
+        vector_dots(box, each);
+    } else {
+        image_dots(box, each);
+    }
+}
+
+void PlotCanvas::vector_dots(Box const& box, Each const& each) {
+    cairo_save(context.get());
+    cairo_rectangle(context.get(), box.left, box.top, box.width(), box.height());
+    cairo_clip(context.get());
+    each([this](Dot const& dot) {
+        // A line without length and with round ends: the shortest way to say it in a file.
+        set_colour(dot.colour, dot.alpha);
+        cairo_set_line_width(context.get(), 2 * dot.radius);
+        cairo_move_to(context.get(), dot.x, dot.y);
+        cairo_line_to(context.get(), dot.x, dot.y);
+        cairo_stroke(context.get());
+    });
+    cairo_restore(context.get());
+}
+
+void PlotCanvas::image_dots(Box const& box, Each const& each) {
+    if (format == PlotFormat::kPng) return stamp_dots(surface.get(), box, scale, 0, 0, each);
+    const double density =
+        std::min(scale * kImageScale, std::sqrt(kMostImagePixels / (box.width() * box.height())));
+    const double left = std::floor(box.left * density);
+    const double top = std::floor(box.top * density);
+    Surface image(cairo_image_surface_create(
+        CAIRO_FORMAT_ARGB32, static_cast<int>(std::ceil(box.right * density) - left),
+        static_cast<int>(std::ceil(box.bottom * density) - top)));
+    check(image.get());
+    stamp_dots(image.get(), box, density, left, top, each);
+    cairo_save(context.get());
+    cairo_scale(context.get(), 1 / density, 1 / density);
+    cairo_set_source_surface(context.get(), image.get(), left, top);
+    cairo_paint(context.get());
+    cairo_restore(context.get());
+    // The file takes the image at its end; until then cairo need not copy it.
+    images.push_back(std::move(image));
+}
+
+/** Stamps dots into an image of so many pixels a unit, whose corner is at `left`, `top`. */
+void PlotCanvas::stamp_dots(cairo_surface_t* into, Box const& box, double density, double left,
+                            double top, Each const& each) {
+    DotImage image(into);
+    const auto pixel = [&](double place, double origin) {
+        return static_cast<int>(std::lround(place * density - origin));
+    };
+    image.clip(pixel(box.left, left), pixel(box.top, top), pixel(box.right, left),
+               pixel(box.bottom, top));
+    each([&](Dot const& dot) {
+        image.stamp(dot.x * density - left, dot.y * density - top, dot.radius * density, dot.colour,
+                    dot.alpha);
+    });
+}
+
+void PlotCanvas::finish(Write const& write) {
+    if (format == PlotFormat::kPng) {
+        cairo_surface_flush(surface.get());
+        cairo_surface_write_to_png_stream(surface.get(), hand_over, const_cast<Write*>(&write));
+        return check(surface.get());
+    }
+    cairo_show_page(context.get());
+    cairo_surface_finish(surface.get());
+    check(surface.get());
+    if (format == PlotFormat::kSvg) {
+        const std::size_t begin = bytes.find('>', bytes.find("<svg")) + 1;
+        bytes.insert(begin, "\n<title>" + xml_text(title) + "</title>");
+        bytes.insert(bytes.rfind("</svg>"),
+                     "<g font-family=\"Helvetica, Arial, sans-serif\">\n" + svg_texts + "</g>\n");
+    }
+    write(bytes);
+}
+
+}  // namespace Tools

@@ -1,0 +1,97 @@
+#include "tools/plot/points.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Tools {
+
+int PlotPoints::Axis::index(float value) const {
+    const double place = std::floor(static_cast<double>(value) / width) - first;
+    return static_cast<int>(std::clamp(place, -1.0, static_cast<double>(kCells)));
+}
+
+float PlotPoints::Axis::place(int index) const {
+    return static_cast<float>((first + index + 0.5) * width);
+}
+
+void PlotPoints::add(PlotPoint const& point) {
+    if (cells.empty()) {
+        points.push_back(point);
+        if (points.size() > kMostPoints) begin_grid();
+    } else {
+        put(point);
+    }
+}
+
+void PlotPoints::for_each(std::function<void(PlotPoint const&)> const& use) const {
+    for (PlotPoint const& point : points) use(point);
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        if (cells[i].time < 0) continue;
+        use({columns.place(static_cast<int>(i % kCells)), rows.place(static_cast<int>(i / kCells)),
+             cells[i].speed, cells[i].time});
+    }
+}
+
+/** From now on cells, just wide enough for the points so far. */
+void PlotPoints::begin_grid() {
+    float least_x = 0;
+    float least_y = 0;
+    float most_x = 1e-3F;
+    float most_y = 1e-3F;
+    for (PlotPoint const& point : points) {
+        least_x = std::min(least_x, point.x);
+        least_y = std::min(least_y, point.y);
+        most_x = std::max(most_x, std::abs(point.x));
+        most_y = std::max(most_y, std::abs(point.y));
+    }
+    if (least_x >= 0) columns.first = 0;
+    if (least_y >= 0) rows.first = 0;
+    columns.width = 1.001 * static_cast<double>(most_x) / (kCells + std::min(columns.first, 0));
+    rows.width = 1.001 * static_cast<double>(most_y) / (kCells + std::min(rows.first, 0));
+    cells.resize(static_cast<std::size_t>(kCells) * kCells);
+    for (PlotPoint const& point : points) put(point);
+    points = {};
+}
+
+void PlotPoints::put(PlotPoint const& point) {
+    while (!is_inside(columns.index(point.x))) widen(columns, point.x < 0, 1, kCells);
+    while (!is_inside(rows.index(point.y))) widen(rows, point.y < 0, kCells, 1);
+    const auto column = static_cast<std::size_t>(columns.index(point.x));
+    const auto row = static_cast<std::size_t>(rows.index(point.y));
+    Cell& cell = cells[row * kCells + column];
+    if (cell.time < 0) ++occupied;
+    const Cell another = {point.speed, point.time};
+    if (replaces(another, cell)) cell = another;
+}
+
+/** Makes cells twice as wide: two neighbours become one. A grid that begins at 0 gets a negative
+ * half when that is needed. */
+void PlotPoints::widen(Axis& axis, bool negative, std::size_t stride, std::size_t other_stride) {
+    const int first = negative ? -kCells / 2 : axis.first;
+    std::vector<Cell> line(kCells);
+    for (std::size_t other = 0; other < kCells; ++other) {
+        Cell* const begin = &cells[other * other_stride];
+        for (std::size_t i = 0; i < kCells; ++i) {
+            line[i] = begin[i * stride];
+            begin[i * stride] = Cell();
+        }
+        for (int i = 0; i < kCells; ++i) {
+            Cell const& cell = line[static_cast<std::size_t>(i)];
+            if (cell.time < 0) continue;
+            const int wide = static_cast<int>(std::floor((axis.first + i) / 2.0)) - first;
+            Cell& merged = begin[static_cast<std::size_t>(wide) * stride];
+            if (merged.time >= 0) --occupied;
+            if (replaces(cell, merged)) merged = cell;
+        }
+    }
+    axis.width *= 2;
+    axis.first = first;
+}
+
+bool PlotPoints::replaces(Cell const& cell, Cell const& other) const {
+    if (other.time < 0) return true;
+    return keep == Keep::kNewest ? cell.time >= other.time
+                                 : std::abs(cell.speed) >= std::abs(other.speed);
+}
+
+}  // namespace Tools

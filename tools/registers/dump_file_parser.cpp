@@ -1,0 +1,124 @@
+#include <algorithm>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "kit/base/input_error.h"
+#include "tools/cli/message_text.h"
+#include "tools/cli/number_text.h"
+#include "tools/cli/text_line.h"
+#include "tools/registers/dump_file.h"
+
+namespace Tools {
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr uint32_t kLargest = std::numeric_limits<uint32_t>::max();
+
+[[noreturn]] void fail(std::string const& name, std::string const& reason) {
+    throw Kit::InputError(printable(name) + ": " + reason);
+}
+
+/** "NAME:LINE:COLUMN" of a byte, which is counted from 1. */
+std::string place_of(std::string const& name, std::string_view text, std::size_t byte) {
+    const std::string_view before = text.substr(0, byte == 0 ? 0 : byte - 1);
+    const auto line = 1 + std::count(before.begin(), before.end(), '\n');
+    const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;
+    return name + ":" + std::to_string(line) + ":" + std::to_string(column);
+}
+
+std::pair<std::string, uint32_t> take_field(TextLine& line) {
+    const std::string field(line.word("field"));
+    const std::size_t sign = field.find('=');
+    const auto value =
+        sign == std::string::npos ? std::nullopt : whole_number(field.substr(sign + 1));
+    if (sign == 0 || !value || *value > kLargest) {
+        line.fail(in_quotes(field) + " is no field, which is written NAME=VALUE");
+    }
+    return {field.substr(0, sign), static_cast<uint32_t>(*value)};
+}
+
+RegisterValue take_register(TextLine& line) {
+    RegisterValue whole;
+    whole.address = static_cast<int32_t>(line.number("address", 0, kLastAddress));
+    whole.name = line.word("name");
+    if (whole.name == "-") whole.name.clear();
+    whole.value = line.number("value", 0, kLargest);
+    while (!line.is_at_end()) whole.fields.push_back(take_field(line));
+    return whole;
+}
+
+/** A number of a JSON document. @throws Kit::InputError without its place when it is none. */
+uint32_t number_of(Json const& value, std::string const& name, uint32_t largest) {
+    if (value.is_number_unsigned() && value <= largest) return value.get<uint32_t>();
+    throw Kit::InputError(in_quotes(name) + " is no number from 0 to " + std::to_string(largest));
+}
+
+RegisterValue register_in(Json const& object) {
+    RegisterValue whole;
+    const Json none;
+    const auto member = [&](char const* key) -> Json const& {
+        const auto found = object.find(key);
+        return found != object.end() ? *found : none;
+    };
+    whole.address = static_cast<int32_t>(number_of(member("address"), "address", kLastAddress));
+    whole.value = number_of(member("value"), "value", kLargest);
+    if (member("name").is_string()) whole.name = printable(member("name").get<std::string>());
+    if (!member("fields").is_object()) return whole;
+    for (auto const& [field, value] : member("fields").items()) {
+        whole.fields.emplace_back(printable(field), number_of(value, field, kLargest));
+    }
+    return whole;
+}
+
+std::vector<RegisterValue> parse_json(std::string const& name, std::string const& text) {
+    Json document;
+    try {
+        document = Json::parse(text);
+    } catch (Json::parse_error const& error) {
+        throw Kit::InputError(place_of(printable(name), text, error.byte) + ": no valid JSON");
+    }
+    const auto registers = document.find("registers");
+    if (registers == document.end() || !registers->is_array()) fail(name, "no dump of registers");
+    std::vector<RegisterValue> values;
+    for (Json const& object : *registers) {
+        try {
+            values.push_back(register_in(object));
+        } catch (Kit::InputError const& error) {
+            fail(name, "register " + std::to_string(values.size() + 1) + ": " + error.what());
+        }
+    }
+    return values;
+}
+
+std::vector<RegisterValue> parse_text(std::string const& name, std::string const& text) {
+    std::vector<RegisterValue> values;
+    for_each_line(name, text, [&](TextLine& line, int) { values.push_back(take_register(line)); });
+    return values;
+}
+
+}  // namespace
+
+RegisterDump parse_dump(std::string const& name, std::string const& text) {
+    const std::size_t first = text.find_first_not_of(" \t\r\n");
+    const bool is_json = first != std::string::npos && text[first] == '{';
+    RegisterDump dump;
+    dump.name = name;
+    dump.registers = is_json ? parse_json(name, text) : parse_text(name, text);
+    if (dump.registers.empty()) fail(name, "holds no register");
+
+    std::set<int32_t> addresses;
+    for (RegisterValue const& whole : dump.registers) {
+        if (addresses.insert(whole.address).second) continue;
+        fail(name, "holds " + address_text(whole.address) + " twice");
+    }
+    std::sort(dump.registers.begin(), dump.registers.end(),
+              [](auto const& a, auto const& b) { return a.address < b.address; });
+    return dump;
+}
+
+}  // namespace Tools

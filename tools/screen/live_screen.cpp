@@ -1,0 +1,84 @@
+#include "tools/screen/live_screen.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <exception>
+
+namespace Tools {
+
+namespace {
+
+// The second screen, without a cursor and without wrapping of lines that are too long.
+constexpr char kEnter[] = "\x1b[?1049h\x1b[?25l\x1b[?7l\x1b[H\x1b[2J";
+constexpr char kLeave[] = "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
+constexpr char kTopLeft[] = "\x1b[H";
+constexpr char kEraseLine[] = "\x1b[K";
+constexpr char kEraseBelow[] = "\x1b[J";
+
+}  // namespace
+
+LiveScreen::LiveScreen(Output& out_) : out(out_) {
+    enter();
+}
+
+LiveScreen::~LiveScreen() {
+    try {
+        leave();
+    } catch (std::exception const&) {
+        // A terminal that takes nothing more needs no cursor.
+    } catch (OutputClosed const&) {
+    }
+}
+
+void LiveScreen::draw(std::vector<std::string> const& lines) {
+    out.write(kTopLeft);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (i > 0) out.write("\r\n");
+        // Erased before it is written: behind a full line the cursor stands on its last character.
+        out.write(kEraseLine);
+        out.write(lines[i]);
+    }
+    out.write(kEraseBelow);
+    out.flush();
+}
+
+bool LiveScreen::was_typed(char key) const {
+    std::array<char, 64> keys;
+    pollfd typed = {STDIN_FILENO, POLLIN, 0};
+    if (!typing_is_hidden || poll(&typed, 1, 0) != 1) return false;
+    const ssize_t count = read(STDIN_FILENO, keys.data(), keys.size());
+    return count > 0 && std::find(keys.begin(), keys.begin() + count, key) != keys.begin() + count;
+}
+
+void LiveScreen::enter() {
+    if (entered) return;
+    entered = true;
+    hide_typing();
+    out.write(kEnter);
+    out.flush();
+}
+
+void LiveScreen::leave() {
+    if (!entered) return;
+    entered = false;
+    show_typing();
+    out.write(kLeave);
+    out.flush();
+}
+
+void LiveScreen::hide_typing() {
+    if (tcgetpgrp(STDIN_FILENO) != getpgrp() || tcgetattr(STDIN_FILENO, &typing) != 0) return;
+    termios hidden = typing;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON);
+    typing_is_hidden = tcsetattr(STDIN_FILENO, TCSANOW, &hidden) == 0;
+}
+
+void LiveScreen::show_typing() {
+    if (typing_is_hidden) tcsetattr(STDIN_FILENO, TCSAFLUSH, &typing);
+    typing_is_hidden = false;
+}
+
+}  // namespace Tools

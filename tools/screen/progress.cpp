@@ -1,0 +1,67 @@
+#include "tools/screen/progress.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "tools/cli/messages.h"
+#include "tools/screen/terminal.h"
+
+namespace Tools {
+
+namespace {
+
+constexpr int kLongestBar = 40;
+
+std::string megabytes(double bytes) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.1f MB", bytes / 1e6);
+    return text;
+}
+
+}  // namespace
+
+ProgressBar::ProgressBar(Use use)
+    : enabled(use != Use::kNever && takes_pictures(STDERR_FILENO) &&
+              (use == Use::kWherePossible || isatty(STDOUT_FILENO) == 0)) {}
+
+ProgressBar::~ProgressBar() {
+    clear();
+}
+
+void ProgressBar::clear() {
+    if (drawn) Messages::print("\r\x1b[K");
+    drawn = false;
+}
+
+void ProgressBar::look(std::uint64_t done, std::uint64_t total) {
+    const Clock::time_point now = Clock::now();
+    if (now < next) return;
+    next = now + std::chrono::milliseconds(100);
+    const double seconds = std::chrono::duration<double>(now - begin).count();
+    const int columns = window_size(STDERR_FILENO).columns;
+    Messages::print("\r" + progress_text(done, total, seconds, columns) + "\x1b[K");
+    drawn = true;
+}
+
+std::string progress_text(std::uint64_t done, std::uint64_t total, double seconds, int columns) {
+    const auto bytes = static_cast<double>(done);
+    std::string text = megabytes(bytes);
+    if (seconds > 0) text += "  " + megabytes(bytes / seconds) + "/s";
+    if (total > 0) {
+        const double share = std::min(1.0, bytes / static_cast<double>(total));
+        char percent[8];
+        std::snprintf(percent, sizeof(percent), "%3d %%", static_cast<int>(100 * share));
+        text = std::string(percent) + "  " + text;
+        const int length = std::min(columns - 5 - static_cast<int>(text.size()), kLongestBar);
+        if (length > 4) {
+            const auto full = static_cast<std::size_t>(share * length);
+            text = "[" + std::string(full, '#') +
+                   std::string(static_cast<std::size_t>(length) - full, '.') + "] " + text;
+        }
+    }
+    return text.substr(0, static_cast<std::size_t>(std::max(1, columns - 1)));
+}
+
+}  // namespace Tools

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/cli/verb.h"
+#include "tools/screen/line.h"
+#include "tools/screen/live_screen.h"
+#include "tools/screen/terminal.h"
+
+namespace CLI {
+class App;
+}
+
+namespace Tools {
+
+/** How often something is looked at. */
+struct Repetition {
+    double interval_s = 1;
+    uint64_t count = 0;  // 0: without limit
+};
+
+/** Adds --interval and --count. */
+void add_repetition(CLI::App& parser, Repetition& repetition);
+
+/**
+ * Takes turns until there were enough of them or the person ends them: Ctrl-C, or q where pictures
+ * are drawn. On a terminal a picture is drawn in place of the one before. The console outlives the
+ * object. One thread at a time. Throws what the console's output throws.
+ */
+class Repeater {
+public:
+    /** @param pictures whether to draw pictures, if standard output is a terminal. */
+    Repeater(Repetition const& repetition, bool pictures, Console& console);
+
+    /** Whether show() draws pictures; else the caller prints. */
+    bool draws() const { return screen != nullptr; }
+
+    /** Waits until it is time for the next turn, the first one at once. False when there is none.
+     */
+    bool next();
+
+    /** Draws a picture; its lines are asked for again when the window has changed. */
+    void show(std::function<std::vector<ScreenLine>(WindowSize)> lines);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    bool is_over();
+    void look_at_terminal();
+    void draw();
+
+    Console& console;
+    Clock::duration interval;
+    uint64_t count;
+    bool is_limited;
+    bool coloured;
+    Clock::time_point due = Clock::now();
+    std::unique_ptr<LiveScreen> screen;
+    std::function<std::vector<ScreenLine>(WindowSize)> picture;
+    WindowSize drawn_size;
+};
+
+}  // namespace Tools

@@ -1,0 +1,31 @@
+#include "tools/settings/file_option.h"
+
+#include <CLI/CLI.hpp>
+
+#include "kit/base/input_error.h"
+#include "tools/cli/message_text.h"
+
+namespace Tools {
+
+void add_settings_file(CLI::App& parser, std::string& file) {
+    parser
+        .add_option("--file", file,
+                    std::string("The settings file; without it, ") + kDefaultSettingsFile)
+        ->type_name("FILE");
+}
+
+SettingsText load_settings(std::string const& file, Messages const& messages) {
+    const SettingsFile settings(file.empty() ? kDefaultSettingsFile : file);
+    if (!settings.exists() && !file.empty()) {
+        throw Kit::InputError(printable(file) + ": No such file or directory");
+    }
+    if (!settings.exists()) {
+        messages.note(std::string("there is no ") + kDefaultSettingsFile +
+                      "; every setting has its default");
+    }
+    if (!settings.text().problem().empty()) throw Kit::InputError(settings.text().problem());
+    for (std::string const& line : settings.text().repetitions()) messages.warn(line);
+    return settings.text();
+}
+
+}  // namespace Tools

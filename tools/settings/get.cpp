@@ -1,0 +1,54 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "kit/base/input_error.h"
+#include "tools/cli/message_text.h"
+#include "tools/settings/file_option.h"
+#include "tools/settings/keys.h"
+#include "tools/settings/settings.h"
+
+namespace Tools {
+
+namespace {
+
+struct Options {
+    std::string file;
+    std::string name;
+};
+
+ExitStatus run(Options const& options, Console& console) {
+    const SettingsText settings = load_settings(options.file, console.messages);
+    SettingKey const* const key = find_setting_key(options.name);
+    if (const auto value = settings.value(options.name)) {
+        console.out.write(std::to_string(*value) + "\n");
+    } else if (key != nullptr) {
+        console.messages.note(options.name + " is not set; this is its default");
+        console.out.write(std::to_string(key->without) + "\n");
+    } else {
+        throw Kit::InputError(printable(options.name) + " is not set, and has no default");
+    }
+    return ExitStatus::kOk;
+}
+
+Run declare(CLI::App& parser) {
+    const auto options = std::make_shared<Options>();
+    parser.add_option("SETTING", options->name, "The setting, by name")->required();
+    add_settings_file(parser, options->file);
+    return [options](Console& console) { return run(*options, console); };
+}
+
+}  // namespace
+
+Verb settings_get_verb() {
+    return {
+        "get",
+        "Print the value of a setting",
+        {{"settings get FileWriterFileTime", "how long a file is written"},
+         {"settings get TargetLimit --file my.conf", "a setting of another file"}},
+        "Prints the value, or the default of a setting that is not in the file; then a line on\n"
+        "standard error says so.",
+        declare};
+}
+
+}  // namespace Tools

@@ -1,0 +1,239 @@
+#include "tools/settings/text.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <set>
+#include <utility>
+
+#include "kit/base/input_error.h"
+#include "tools/cli/message_text.h"
+
+namespace Tools {
+
+namespace {
+
+constexpr char kGroup[] = "Radar";
+constexpr char kBlanks[] = " \t\f\v\r\n";
+
+struct KeyFileDeleter {
+    void operator()(GKeyFile* file) const { g_key_file_free(file); }
+};
+using KeyFile = std::unique_ptr<GKeyFile, KeyFileDeleter>;
+
+struct KeyListDeleter {
+    void operator()(gchar** keys) const { g_strfreev(keys); }
+};
+using KeyList = std::unique_ptr<gchar*, KeyListDeleter>;
+
+/** GLib's text for an error, in one line; frees the error. */
+std::string take_message(GError* error) {
+    const std::string message = printable(error->message);
+    g_error_free(error);
+    return message;
+}
+
+/** Without blanks at either end. */
+std::string_view trimmed(std::string_view text) {
+    const std::size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == std::string_view::npos) return {};
+    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+/** The name of the group that a line begins; nothing when it begins none. */
+std::optional<std::string_view> group_of(std::string_view line) {
+    const std::string_view inside = trimmed(line);
+    if (inside.empty() || inside.front() != '[' || inside.back() != ']') return std::nullopt;
+    const std::string_view group = inside.substr(1, inside.size() - 2);
+    if (group.find(']') != std::string_view::npos) return std::nullopt;
+    return group;
+}
+
+/** The key of a line "key=value"; empty when it is none. */
+std::string_view key_of(std::string_view line) {
+    const std::string_view inside = trimmed(line);
+    const std::size_t sign = inside.find('=');
+    if (inside.empty() || inside.front() == '#' || sign == std::string_view::npos) return {};
+    return trimmed(inside.substr(0, sign));
+}
+
+/**
+ * Where the value that begins there ends. A key file has comments on lines of their own only, but
+ * an integer is read up to the first blank, so that people write them behind it.
+ */
+std::size_t end_of_value(std::string const& line, std::size_t begin) {
+    const std::size_t end = std::min(line.find_first_of("\r\n", begin), line.size());
+    std::size_t sign = line.find('#', begin);
+    while (sign > begin && sign < end && line[sign - 1] != ' ' && line[sign - 1] != '\t') {
+        sign = line.find('#', sign + 1);
+    }
+    if (sign == begin) return begin;
+    return sign < end ? line.find_last_not_of(" \t", sign - 1) + 1 : end;
+}
+
+std::string line_number(std::size_t index) {
+    return "line " + std::to_string(index + 1);
+}
+
+}  // namespace
+
+SettingsText::SettingsText(std::string name_, std::string_view text) : name(std::move(name_)) {
+    if (text.find('\0') != std::string_view::npos) {
+        throw Kit::InputError(printable(name) + ": holds a NUL byte, so it is no key file");
+    }
+    if (text.substr(0, 3) == "\xef\xbb\xbf") {
+        throw Kit::InputError(printable(name) + ": begins with a byte-order mark");
+    }
+    take_lines(text);
+    take_values();
+}
+
+void SettingsText::take_lines(std::string_view text) {
+    bool is_in_radar_group = false;
+    bool is_in_group = false;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
+        const std::string_view line = text.substr(0, end);
+        text.remove_prefix(end);
+        if (const auto group = group_of(line)) {
+            is_in_group = true;
+            is_in_radar_group = *group == kGroup;
+        } else if (!is_in_group && !key_of(line).empty()) {
+            throw Kit::InputError(printable(name) + ": " + line_number(lines.size()) +
+                                  " stands outside a group; a service would replace this file");
+        }
+        take_line(line, is_in_radar_group);
+    }
+    if (!lines.empty() && lines.front().text.find("\r\n") != std::string::npos) line_end = "\r\n";
+}
+
+void SettingsText::take_line(std::string_view text, bool is_in_radar_group) {
+    Line line;
+    line.text = text;
+    line.is_group = group_of(text).has_value();
+    line.is_in_radar_group = is_in_radar_group;
+    if (is_in_radar_group && !line.is_group) line.key = key_of(text);
+    lines.push_back(std::move(line));
+}
+
+/** What a text means is GLib's to say. */
+void SettingsText::take_values() {
+    table.clear();
+    what_is_wrong.clear();
+    const KeyFile file(g_key_file_new());
+    const std::string whole = text();
+    GError* error = nullptr;
+    g_key_file_load_from_data(file.get(), whole.data(), whole.size(), G_KEY_FILE_NONE, &error);
+    if (error != nullptr) throw Kit::InputError(printable(name) + ": " + take_message(error));
+    if (g_key_file_has_group(file.get(), kGroup) == FALSE) return;
+
+    const KeyList keys(g_key_file_get_keys(file.get(), kGroup, nullptr, nullptr));
+    for (gchar** key = keys.get(); *key != nullptr; ++key) {
+        const int number = g_key_file_get_integer(file.get(), kGroup, *key, &error);
+        if (error != nullptr) {
+            g_error_free(error);
+            what_is_wrong = no_integer(*key);
+            return;
+        }
+        table[*key] = number;
+    }
+}
+
+std::string SettingsText::no_integer(std::string const& key) const {
+    constexpr std::size_t kLongest = 40;
+    const std::vector<std::size_t> places = lines_of(key);
+    std::string where;
+    std::string_view value;
+    if (!places.empty()) {
+        std::string_view line = lines[places.back()].text;
+        line.remove_prefix(line.find('=') + 1);
+        value = trimmed(line);
+        where = ": " + line_number(places.back());
+    }
+    return printable(name) + where + ": " + printable(key) + " is " +
+           in_quotes(value.substr(0, kLongest)) + (value.size() > kLongest ? "..." : "") +
+           ", which is no 32-bit integer";
+}
+
+std::vector<std::string> SettingsText::keys() const {
+    std::vector<std::string> all;
+    std::set<std::string> seen;
+    for (Line const& line : lines) {
+        if (table.count(line.key) == 1 && seen.insert(line.key).second) all.push_back(line.key);
+    }
+    return all;
+}
+
+std::optional<int32_t> SettingsText::value(std::string const& key) const {
+    const auto found = table.find(key);
+    return found != table.end() ? std::optional<int32_t>(found->second) : std::nullopt;
+}
+
+std::vector<std::string> SettingsText::repetitions() const {
+    std::map<std::string, std::vector<std::size_t>> places;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (!lines[i].key.empty()) places[lines[i].key].push_back(i);
+    }
+    std::vector<std::string> all;
+    for (auto const& [key, those] : places) {
+        if (those.size() < 2) continue;
+        all.push_back(printable(name) + ": " + printable(key) + " is there " +
+                      std::to_string(those.size()) + " times; " + line_number(those.back()) +
+                      " counts");
+    }
+    return all;
+}
+
+void SettingsText::set(std::string const& key, int32_t new_value) {
+    const std::string value_text = std::to_string(new_value);
+    const std::vector<std::size_t> places = lines_of(key);
+    if (places.empty()) {
+        add(key, value_text);
+    } else {
+        std::string& line = lines[places.back()].text;
+        const std::size_t sign = line.find('=') + 1;
+        const std::size_t begin = std::min(line.find_first_not_of(" \t\f\v", sign), line.size());
+        const std::size_t end = end_of_value(line, begin);
+        const bool touches_comment = end < line.size() && line[end] == '#';
+        line.replace(begin, end - begin, value_text + (touches_comment ? " " : ""));
+    }
+    take_values();
+}
+
+std::string SettingsText::text() const {
+    std::string whole;
+    for (Line const& line : lines) whole += line.text;
+    return whole;
+}
+
+/** The lines in which `key` has a value, by their index. */
+std::vector<std::size_t> SettingsText::lines_of(std::string const& key) const {
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (lines[i].key == key) places.push_back(i);
+    }
+    return places;
+}
+
+/** Adds a setting behind the last one of the group, or behind a group that is added, too. */
+void SettingsText::add(std::string const& key, std::string const& value_text) {
+    if (!lines.empty() && lines.back().text.back() != '\n') lines.back().text += line_end;
+    const auto last = std::find_if(lines.rbegin(), lines.rend(), [](Line const& line) {
+        return line.is_in_radar_group && (line.is_group || !line.key.empty());
+    });
+    Line line;
+    line.text = key + "=" + value_text + line_end;
+    line.key = key;
+    line.is_in_radar_group = true;
+    if (last != lines.rend()) {
+        lines.insert(last.base(), line);
+        return;
+    }
+    if (!lines.empty()) take_line(line_end, false);
+    take_line("[" + std::string(kGroup) + "]" + line_end, true);
+    lines.push_back(line);
+}
+
+}  // namespace Tools

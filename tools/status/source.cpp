@@ -1,0 +1,107 @@
+#include "tools/status/source.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "kit/base/input_error.h"
+#include "kit/stream/unix_address.h"
+#include "tools/cli/message_text.h"
+#include "tools/cli/signals.h"
+
+namespace Tools {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr std::size_t kLargestDocument = 16U << 20;
+
+/** How soon Ctrl-C is noticed. */
+constexpr milliseconds kTick(50);
+
+/** One connection to a service, with a deadline for everything. */
+class StatusConnection {
+public:
+    StatusConnection(std::string const& path_, milliseconds patience_)
+        : path(path_),
+          patience(patience_),
+          deadline(Clock::now() + patience_),
+          fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+        if (fd < 0) fail(std::strerror(errno));
+    }
+    ~StatusConnection() {
+        if (fd >= 0) close(fd);
+    }
+    StatusConnection(StatusConnection const&) = delete;
+    StatusConnection& operator=(StatusConnection const&) = delete;
+
+    void connect() const {
+        const Kit::UnixAddress address(path);
+        while (!Kit::connect_to(fd, address)) {
+            const int error = errno;
+            const bool is_nobody_there = error == ENOENT || error == ECONNREFUSED;
+            if (is_nobody_there) {
+                fail(std::string(std::strerror(error)) + "; is the service running?");
+            }
+            // EAGAIN: more are waiting there than the service has taken.
+            if (error != EAGAIN && error != EINTR) fail(std::strerror(error));
+            wait(0);
+        }
+    }
+
+    std::string read_to_end() const {
+        std::string document;
+        std::array<char, 16384> piece;
+        for (;;) {
+            const ssize_t size = read(fd, piece.data(), piece.size());
+            if (size == 0) return document;
+            if (size > 0) {
+                document.append(piece.data(), static_cast<std::size_t>(size));
+            } else if (errno == EAGAIN || errno == EINTR) {
+                wait(POLLIN);
+            } else {
+                fail(std::strerror(errno));
+            }
+            if (document.size() > kLargestDocument) fail("the status is larger than 16 MiB");
+        }
+    }
+
+private:
+    /** Waits for the service, for a tick at most. */
+    void wait(short events) const {
+        if (was_interrupted()) fail("interrupted");
+        const Clock::time_point now = Clock::now();
+        if (now >= deadline) {
+            fail("the service does not answer within " + std::to_string(patience.count()) + " ms");
+        }
+        const auto left = std::chrono::ceil<milliseconds>(deadline - now);
+        pollfd waiting = {events != 0 ? fd : -1, events, 0};
+        poll(&waiting, 1, static_cast<int>(std::min(left, kTick).count()));
+    }
+
+    [[noreturn]] void fail(std::string const& reason) const {
+        throw Kit::InputError("unix:" + printable(path) + ": " + reason);
+    }
+
+    std::string const& path;
+    milliseconds patience;
+    Clock::time_point deadline;
+    int fd;
+};
+
+}  // namespace
+
+std::string read_status(std::string const& path, milliseconds patience) {
+    const StatusConnection connection(path, patience);
+    connection.connect();
+    return connection.read_to_end();
+}
+
+}  // namespace Tools
