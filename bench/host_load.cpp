@@ -69,7 +69,7 @@ void await_ready(int notifications) {
         if (poll(&wait, 1, 10000) != 1) fail("the host does not start");
         char message[512];
         const ssize_t size = recv(notifications, message, sizeof(message), 0);
-        if (std::string(message, size > 0 ? static_cast<std::size_t>(size) : 0).find("READY=1") !=
+        if (std::string(message, size > 0 ? static_cast<size_t>(size) : 0).find("READY=1") !=
             std::string::npos) {
             return;
         }

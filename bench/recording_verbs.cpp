@@ -48,7 +48,7 @@ struct Contender {
 /** A frame whose numbers are as a radar's: range and speed in steps, the others in finer ones. */
 RO::RadarObjects make_frame(int number, int targets) {
     static std::mt19937 random;
-    const auto step = [](std::uint32_t steps) { return static_cast<float>(random() % steps); };
+    const auto step = [](uint32_t steps) { return static_cast<float>(random() % steps); };
     RO::RadarObjects frame;
     frame.set_magic(Kit::kFrameMagic);
     frame.set_timestamp(1747301407000000ULL + 33333ULL * static_cast<unsigned>(number));
@@ -66,10 +66,10 @@ RO::RadarObjects make_frame(int number, int targets) {
 /** All records of a recording, and where each payload is. */
 struct Recording {
     std::string bytes;
-    std::vector<std::pair<std::size_t, std::size_t>> payloads;
+    std::vector<std::pair<size_t, size_t>> payloads;
 };
 
-Recording make_recording(std::size_t size, int targets) {
+Recording make_recording(size_t size, int targets) {
     Recording recording;
     Kit::RecordingHeader header;
     header.magic = Kit::kRecordingMagic;
@@ -79,11 +79,11 @@ Recording make_recording(std::size_t size, int targets) {
     for (int i = 0; recording.bytes.size() < size; ++i) {
         const std::string payload = make_frame(i, targets).SerializeAsString();
         Kit::append_word(recording.bytes, Kit::kRecordTag | 7);
-        Kit::append_word(recording.bytes, static_cast<std::uint32_t>(payload.size()));
+        Kit::append_word(recording.bytes, static_cast<uint32_t>(payload.size()));
         recording.payloads.emplace_back(recording.bytes.size(), payload.size());
         recording.bytes += payload;
     }
-    header.frame_count = static_cast<std::uint32_t>(recording.payloads.size());
+    header.frame_count = static_cast<uint32_t>(recording.payloads.size());
     recording.bytes.replace(0, Kit::kRecordingHeaderSize, Kit::encode_header(header));
     return recording;
 }
@@ -127,7 +127,7 @@ void measure(Contender& contender) {
     contender.cpu_seconds = std::min(contender.cpu_seconds, cpu_time() - cpu_begin);
 }
 
-bool report(std::vector<Contender> const& contenders, std::size_t bytes) {
+bool report(std::vector<Contender> const& contenders, size_t bytes) {
     bool all_kept = true;
     Contender const& protobuf = contenders.front();
     std::printf("%-18s %10s %10s %10s %10s\n", "", "MB/s", "ratio", "CPU ratio", "promised");
@@ -156,8 +156,7 @@ int run(int argc, char** argv) {
     const int megabytes = argument(argc, argv, 1, 50);
     const int targets = argument(argc, argv, 2, 20);
     const int runs = argument(argc, argv, 3, 5);
-    const Recording recording =
-        make_recording(static_cast<std::size_t>(megabytes) * 1000000, targets);
+    const Recording recording = make_recording(static_cast<size_t>(megabytes) * 1000000, targets);
     char directory[] = "/tmp/recording-verbs-XXXXXX";
     if (mkdtemp(directory) == nullptr) fail("no directory in /tmp");
     const std::string path = std::string(directory) + "/bench.data";

@@ -6,16 +6,16 @@ namespace Chip {
 
 namespace {
 
-std::size_t total_size(std::vector<iovec> const& pieces) {
-    std::size_t size = 0;
+size_t total_size(std::vector<iovec> const& pieces) {
+    size_t size = 0;
     for (iovec const& piece : pieces) size += piece.iov_len;
     return size;
 }
 
 /** What a transfer of `wanted` bytes came to: the calls stop quietly at the first bad page. */
-int error_of(ssize_t moved, std::size_t wanted) {
+int error_of(ssize_t moved, size_t wanted) {
     if (moved < 0) return errno;
-    return static_cast<std::size_t>(moved) == wanted ? 0 : EFAULT;
+    return static_cast<size_t>(moved) == wanted ? 0 : EFAULT;
 }
 
 }  // namespace

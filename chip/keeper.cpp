@@ -51,7 +51,7 @@ pid_t parent_of(std::string const& pid) {
     std::ifstream file("/proc/" + pid + "/stat");
     std::string line;
     std::getline(file, line);
-    const std::size_t name_end = line.rfind(')');
+    const size_t name_end = line.rfind(')');
     int parent = -1;
     if (name_end != std::string::npos) std::sscanf(line.c_str() + name_end, ") %*c %d", &parent);
     return parent;

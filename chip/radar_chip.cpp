@@ -130,7 +130,7 @@ bool RadarChip::is_reported(TargetWords const& target) const {
 }
 
 bool RadarChip::pack_targets(RO::RadarObjects const& frame, Frame& packed) const {
-    const std::size_t limit =
+    const size_t limit =
         std::min(extract(kMaxTargets, control_), static_cast<uint32_t>(kTargetLimit));
     for (RO::TargetData const& target : frame.targets()) {
         const TargetWords words = pack_target(target);
@@ -179,8 +179,8 @@ uint32_t RadarChip::window_register(int32_t address) const {
     const int32_t offset = address - kTargets;
     const auto count = static_cast<int32_t>(frame.targets.size());
     if (offset < 0 || offset >= count * kTargetBytes || offset % 4 != 0) return 0;
-    const auto target = static_cast<std::size_t>(offset / kTargetBytes);
-    const auto word = static_cast<std::size_t>(offset % kTargetBytes / 4);
+    const auto target = static_cast<size_t>(offset / kTargetBytes);
+    const auto word = static_cast<size_t>(offset % kTargetBytes / 4);
     return frame.targets[target][word];
 }
 

@@ -43,8 +43,8 @@ int check_lengths(std::vector<spi_ioc_transfer> const& transfers) {
 
 /** A transfer without buffers may be 2 GiB long; past its frame the slave takes no notice of zeros.
  */
-std::size_t clocked_bytes(spi_ioc_transfer const& transfer) {
-    return std::min<std::size_t>(transfer.len, Spidev::kBufferSize);
+size_t clocked_bytes(spi_ioc_transfer const& transfer) {
+    return std::min<size_t>(transfer.len, Spidev::kBufferSize);
 }
 
 template <class Value>
@@ -99,7 +99,7 @@ Spidev::Reply Spidev::control(unsigned request, std::vector<uint8_t> const& argu
     }
 }
 
-std::vector<uint8_t> Spidev::read(std::size_t size) {
+std::vector<uint8_t> Spidev::read(size_t size) {
     std::vector<uint8_t> received(size);
     slave_.select();
     for (uint8_t& byte : received) byte = slave_.exchange(0);
@@ -107,9 +107,9 @@ std::vector<uint8_t> Spidev::read(std::size_t size) {
     return received;
 }
 
-void Spidev::write(uint8_t const* bytes, std::size_t size) {
+void Spidev::write(uint8_t const* bytes, size_t size) {
     slave_.select();
-    for (std::size_t i = 0; i < size; ++i) slave_.exchange(bytes[i]);
+    for (size_t i = 0; i < size; ++i) slave_.exchange(bytes[i]);
     slave_.deselect();
 }
 
@@ -142,10 +142,10 @@ int Spidev::transfer(std::vector<spi_ioc_transfer> const& transfers, ClientMemor
 std::vector<uint8_t> Spidev::clock(std::vector<spi_ioc_transfer> const& transfers,
                                    std::vector<uint8_t> const& sent) {
     std::vector<uint8_t> received;
-    std::size_t next = 0;
+    size_t next = 0;
     slave_.select();
     for (spi_ioc_transfer const& transfer : transfers) {
-        for (std::size_t i = 0; i < clocked_bytes(transfer); ++i) {
+        for (size_t i = 0; i < clocked_bytes(transfer); ++i) {
             const uint8_t answer = slave_.exchange(transfer.tx_buf != 0 ? sent[next++] : 0);
             if (transfer.rx_buf != 0) received.push_back(answer);
         }

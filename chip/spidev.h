@@ -21,7 +21,7 @@ namespace Chip {
 class Spidev {
 public:
     /** Most bytes that one message takes from, or brings to, a program's buffers. */
-    static constexpr std::size_t kBufferSize = 4096;
+    static constexpr size_t kBufferSize = 4096;
 
     explicit Spidev(SpiSlave& slave);
 
@@ -40,10 +40,10 @@ public:
     Reply control(unsigned request, std::vector<uint8_t> const& argument, ClientMemory& client);
 
     /** Clocks out zeros under one chip select; returns what came back. @pre size <= kBufferSize */
-    std::vector<uint8_t> read(std::size_t size);
+    std::vector<uint8_t> read(size_t size);
 
     /** Clocks out bytes under one chip select. */
-    void write(uint8_t const* bytes, std::size_t size);
+    void write(uint8_t const* bytes, size_t size);
 
 private:
     int message(std::vector<uint8_t> const& argument, ClientMemory& client);

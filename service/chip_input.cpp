@@ -166,7 +166,7 @@ bool ChipInput::read_window(uint32_t sequence, RO::RadarObjects& frame) {
     for (int i = 0; i < count; ++i) {
         TargetWords words = {};
         for (int word = 0; word < kRegistersPerTarget; ++word) {
-            words[static_cast<std::size_t>(word)] = read(target_register(i, word));
+            words[static_cast<size_t>(word)] = read(target_register(i, word));
         }
         *frame.add_targets() = unpack_target(words);
     }

@@ -30,7 +30,7 @@ public:
     /** How long a message is held back after it was let through. */
     static constexpr std::chrono::seconds kInterval{10};
     /** How many messages are remembered; those beyond are let through. */
-    static constexpr std::size_t kMostMessages = 64;
+    static constexpr size_t kMostMessages = 64;
 
     /** Takes note of a message. Returns what is to be logged now. */
     std::vector<LogMessage> pass(LogMessage const& message, Clock::time_point now);

@@ -41,7 +41,7 @@ std::string formatted(char const* format, va_list arguments) {
     const int length = std::vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
     if (length < 0) return format;
-    std::string text(static_cast<std::size_t>(length), '\0');
+    std::string text(static_cast<size_t>(length), '\0');
     std::vsnprintf(text.data(), text.size() + 1, format, arguments);
     return text;
 }

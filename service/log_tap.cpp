@@ -31,7 +31,7 @@ void LogTap::note(int level, std::string const& text) {
         problems.last = line;
     }
     if (line.rfind(kFailedFlush, 0) == 0 && line.back() == '!') {
-        const std::size_t begin = sizeof(kFailedFlush) - 1;
+        const size_t begin = sizeof(kFailedFlush) - 1;
         failed_flushes_.insert(line.substr(begin, line.size() - begin - 1));
     }
 }

@@ -43,12 +43,12 @@ int duplicate(int fd) {
 }
 
 /** As many as leave the service the descriptors for its own work; at the least half of them all. */
-std::size_t most_consumers() {
+size_t most_consumers() {
     constexpr rlim_t kMost = 65536;
     rlimit descriptors = {kMost, kMost};
     getrlimit(RLIMIT_NOFILE, &descriptors);  // fails for no reason that applies
     const rlim_t all = std::min(descriptors.rlim_cur, kMost);
-    return static_cast<std::size_t>(std::max(all - std::min(all, kOwnDescriptors), all / 2));
+    return static_cast<size_t>(std::max(all - std::min(all, kOwnDescriptors), all / 2));
 }
 
 Kit::RelayOptions relay_options(std::string const& path) {

@@ -73,7 +73,7 @@ private:
         RecordingPlace place;
         bool enabled = false;
         /** Its number in the watch, which has the recorders that are on. */
-        std::size_t watched = 0;
+        size_t watched = 0;
         uint64_t frames = 0;
         uint64_t exceptions = 0;
         std::string last_exception;

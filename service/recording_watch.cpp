@@ -88,7 +88,7 @@ RecordingWatch::~RecordingWatch() {
     stop();
 }
 
-RecordedFiles RecordingWatch::files(std::size_t index) const {
+RecordedFiles RecordingWatch::files(size_t index) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     Place const& place = places_[index];
     RecordedFiles files = place.files;
@@ -126,7 +126,7 @@ void RecordingWatch::read_events() {
     for (;;) {
         const ssize_t size = read(inotify_.get(), events.data(), events.size());
         if (size <= 0) return;
-        for (std::size_t offset = 0; offset < static_cast<std::size_t>(size);) {
+        for (size_t offset = 0; offset < static_cast<size_t>(size);) {
             auto const* const event =
                 reinterpret_cast<inotify_event const*>(events.data() + offset);
             handle(event->wd, event->mask, event->len > 0 ? event->name : "");

@@ -56,7 +56,7 @@ public:
     RecordingWatch& operator=(RecordingWatch const&) = delete;
 
     /** The files of the recorder at `places[index]`, as far as they were noticed. */
-    RecordedFiles files(std::size_t index) const;
+    RecordedFiles files(size_t index) const;
 
     /** Handles every file that was completed before this call, then ends the thread. */
     void stop();

@@ -67,7 +67,7 @@ bool StatusServer::send(Reader& reader) {
                    reader.document.size() - reader.sent, MSG_DONTWAIT | MSG_NOSIGNAL);
         if (size < 0 && errno == EINTR) continue;
         if (size < 0) return errno == EAGAIN || errno == EWOULDBLOCK;
-        reader.sent += static_cast<std::size_t>(size);
+        reader.sent += static_cast<size_t>(size);
     }
     return false;
 }

@@ -25,7 +25,7 @@ public:
     /** How long a reader may take for a document. */
     static constexpr std::chrono::seconds kReaderTime{2};
     /** Readers that are being served at one time; more are disconnected without a document. */
-    static constexpr std::size_t kMostReaders = 32;
+    static constexpr size_t kMostReaders = 32;
     /** How often the socket's file is looked after: where it is gone it is made anew. */
     static constexpr std::chrono::seconds kLookAfterEvery{5};
 
@@ -48,7 +48,7 @@ private:
     struct Reader {
         Kit::FileDescriptor connection;
         std::string document;
-        std::size_t sent = 0;
+        size_t sent = 0;
         Clock::time_point deadline;
     };
 

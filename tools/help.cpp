@@ -7,8 +7,8 @@ namespace Tools {
 
 namespace {
 
-constexpr std::size_t kColumnWidth = 26;
-constexpr std::size_t kWidth = 80;
+constexpr size_t kColumnWidth = 26;
+constexpr size_t kWidth = 80;
 
 /** A name and what it means, side by side, with the meaning broken into lines between words. */
 std::string entry(std::string const& name, std::string const& meaning) {
@@ -20,7 +20,7 @@ std::string entry(std::string const& name, std::string const& meaning) {
     }
     line.resize(kColumnWidth, ' ');
     std::istringstream words(meaning);
-    std::size_t words_in_line = 0;
+    size_t words_in_line = 0;
     for (std::string word; words >> word; ++words_in_line) {
         if (words_in_line > 0 && line.size() + 1 + word.size() > kWidth) {
             text += line + "\n";

@@ -126,7 +126,7 @@ std::string verb_page(Command const& program, Command const& command, Verb const
                        synopsis(program.name, command) + ".SH EXAMPLES\n" +
                        examples(program.name, verb.examples) + ".SH DESCRIPTION\n" +
                        paragraphs(verb.details) + parameters(command, ".SH");
-    for (std::size_t i = 0; i < command.verbs.size(); ++i) {
+    for (size_t i = 0; i < command.verbs.size(); ++i) {
         text += section(program.name, command.verbs[i], verb.verbs[i]);
     }
     return text + exit_status() + see_also(program, page);
@@ -143,7 +143,7 @@ std::map<std::string, std::string> man_pages(Command const& program,
         examples(program.name, first_examples(verbs)) +
         ".SH DESCRIPTION\nData goes to standard output, everything else to standard error.\n" +
         parameters(program, ".SH") + exit_status() + see_also(program, program.name);
-    for (std::size_t i = 0; i < verbs.size(); ++i) {
+    for (size_t i = 0; i < verbs.size(); ++i) {
         pages[program.name + "-" + verbs[i].name + ".1"] =
             verb_page(program, program.verbs[i], verbs[i]);
     }

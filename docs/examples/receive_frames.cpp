@@ -20,11 +20,11 @@
 namespace {
 
 /** Fills `bytes` from the stream; false at its end and on errors. */
-bool read_all(int fd, void* bytes, std::size_t size) {
-    for (std::size_t done = 0; done < size;) {
+bool read_all(int fd, void* bytes, size_t size) {
+    for (size_t done = 0; done < size;) {
         const ssize_t got = read(fd, static_cast<char*>(bytes) + done, size - done);
         if (got <= 0) return false;
-        done += static_cast<std::size_t>(got);
+        done += static_cast<size_t>(got);
     }
     return true;
 }

@@ -57,15 +57,15 @@ void wait_until_readable(int fd) {
  * A block, and room for `size` bytes in a power of two of blocks, which bounds how often the buffer
  * is replaced and what the old and the new one hold together.
  */
-std::size_t buffer_size(std::size_t size) {
-    std::size_t room = BlockReader::kBlockSize;
+size_t buffer_size(size_t size) {
+    size_t room = BlockReader::kBlockSize;
     while (room + BlockReader::kBlockSize < size) room *= 2;
     return room + BlockReader::kBlockSize;
 }
 
 }  // namespace
 
-BlockReader::BlockReader(std::string const& path_, std::size_t block_size)
+BlockReader::BlockReader(std::string const& path_, size_t block_size)
     : path(path_ == "-" ? "standard input" : path_),
       file(path_ == "-" ? duplicate_standard_input() : open_input(path_)),
       buffer(block_size) {}
@@ -79,18 +79,18 @@ void BlockReader::rewind() {
 }
 
 /** Reads until the window has `size` bytes or the input ends. */
-void BlockReader::fill(std::size_t size) {
+void BlockReader::fill(size_t size) {
     while (end - begin < size) {
         // Nothing is moved before there is something to read: windows beyond the end cost little.
         if (end == buffer.size()) make_room(size);
-        const std::size_t count = read_block(buffer.data() + end, buffer.size() - end);
+        const size_t count = read_block(buffer.data() + end, buffer.size() - end);
         if (count == 0) return;
         end += count;
     }
 }
 
 /** Moves what is left to the front, of a larger buffer if `size` bytes are more than this one. */
-void BlockReader::make_room(std::size_t size) {
+void BlockReader::make_room(size_t size) {
     if (buffer.size() < size) {
         std::vector<char> larger(buffer_size(size));
         std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin),
@@ -103,11 +103,11 @@ void BlockReader::make_room(std::size_t size) {
     begin = 0;
 }
 
-std::size_t BlockReader::read_block(char* into, std::size_t size) {
+size_t BlockReader::read_block(char* into, size_t size) {
     for (;;) {
         if (before_read) before_read(file.get());
         const ssize_t count = read(file.get(), into, std::min(size, kBlockSize));
-        if (count >= 0) return static_cast<std::size_t>(count);
+        if (count >= 0) return static_cast<size_t>(count);
         if (errno == EAGAIN) {
             wait_until_readable(file.get());
         } else if (errno != EINTR) {

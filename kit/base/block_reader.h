@@ -23,7 +23,7 @@ namespace Kit {
 class BlockReader {
 public:
     /** Bytes that are asked of the system at a time, and the smallest buffer. */
-    static constexpr std::size_t kBlockSize = 256 * 1024;
+    static constexpr size_t kBlockSize = 256 * 1024;
 
     /**
      * Opens `path`; "-" is standard input. Opening a FIFO waits for its writer.
@@ -31,7 +31,7 @@ public:
      * @param block_size bytes to begin with, where less than a block will do.
      * @throws InputError "path: reason" when it cannot be opened or is a directory or a device.
      */
-    explicit BlockReader(std::string const& path, std::size_t block_size = kBlockSize);
+    explicit BlockReader(std::string const& path, size_t block_size = kBlockSize);
     BlockReader(BlockReader const&) = delete;
     BlockReader& operator=(BlockReader const&) = delete;
 
@@ -41,19 +41,19 @@ public:
      *
      * @throws InputError "path: reason" when the input cannot be read.
      */
-    std::string_view window(std::size_t size) {
+    std::string_view window(size_t size) {
         if (end - begin < size) fill(size);
         return {buffer.data() + begin, end - begin};
     }
 
     /** Moves on by `size` bytes, at most what the last window held. */
-    void advance(std::size_t size) {
+    void advance(size_t size) {
         begin += size;
         position += size;
     }
 
     /** The current position in bytes from the front. */
-    std::uint64_t offset() const { return position; }
+    uint64_t offset() const { return position; }
 
     /** The path, or "standard input". */
     std::string const& name() const { return path; }
@@ -69,13 +69,13 @@ private:
     FileDescriptor file;
     std::function<void(int)> before_read;
     std::vector<char> buffer;
-    std::size_t begin = 0;
-    std::size_t end = 0;
-    std::uint64_t position = 0;
+    size_t begin = 0;
+    size_t end = 0;
+    uint64_t position = 0;
 
-    void fill(std::size_t size);
-    void make_room(std::size_t size);
-    std::size_t read_block(char* into, std::size_t size);
+    void fill(size_t size);
+    void make_room(size_t size);
+    size_t read_block(char* into, size_t size);
     [[noreturn]] void fail(int error) const;
 };
 

@@ -8,7 +8,7 @@ namespace {
 
 bool survey_target(std::string_view encoding) {
     WireWalk walk(encoding);
-    std::uint32_t tag = 0;
+    uint32_t tag = 0;
     for (;;) {
         walk.skip_floats();
         if (walk.at_end()) return true;
@@ -17,14 +17,14 @@ bool survey_target(std::string_view encoding) {
 }
 
 bool survey_field(WireWalk& walk, FrameSurvey& survey) {
-    std::uint32_t tag = 0;
-    std::uint64_t value = 0;
+    uint32_t tag = 0;
+    uint64_t value = 0;
     std::string_view inside;
     if (!walk.short_varint(tag)) return false;
     switch (tag) {
         case kMagicTag:
             if (!walk.varint(value)) return false;
-            survey.magic = static_cast<std::uint32_t>(value);
+            survey.magic = static_cast<uint32_t>(value);
             return true;
         case kTimestampTag:
             return walk.varint(survey.timestamp);
@@ -38,12 +38,12 @@ bool survey_field(WireWalk& walk, FrameSurvey& survey) {
 
 }  // namespace
 
-bool survey_frame(std::string_view encoding, FrameSurvey& survey, std::size_t* examined) {
+bool survey_frame(std::string_view encoding, FrameSurvey& survey, size_t* examined) {
     WireWalk walk(encoding);
     survey = {};
     bool well_formed = true;
     while (well_formed && !walk.at_end()) well_formed = survey_field(walk, survey);
-    if (examined != nullptr) *examined = static_cast<std::size_t>(walk.place() - encoding.data());
+    if (examined != nullptr) *examined = static_cast<size_t>(walk.place() - encoding.data());
     return well_formed;
 }
 

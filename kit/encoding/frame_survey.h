@@ -8,9 +8,9 @@ namespace Kit {
 
 /** What a frame's encoding says, told without building the frame. */
 struct FrameSurvey {
-    std::uint32_t magic = 0;
-    std::uint64_t timestamp = 0;
-    std::uint32_t targets = 0;
+    uint32_t magic = 0;
+    uint64_t timestamp = 0;
+    uint32_t targets = 0;
 };
 
 /**
@@ -20,6 +20,6 @@ struct FrameSurvey {
  *
  * @param examined when not null, is set to how many bytes were looked at.
  */
-bool survey_frame(std::string_view encoding, FrameSurvey& survey, std::size_t* examined = nullptr);
+bool survey_frame(std::string_view encoding, FrameSurvey& survey, size_t* examined = nullptr);
 
 }  // namespace Kit

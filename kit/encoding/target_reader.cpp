@@ -18,14 +18,14 @@ constexpr unsigned char kOptionsTag = 5 << 3 | 0;
 constexpr unsigned char kSnrTag = 6 << 3 | 5;
 
 float read_float(char const* bytes) {
-    const std::uint32_t bits = read_word({bytes, 4});
+    const uint32_t bits = read_word({bytes, 4});
     float value = 0;
     std::memcpy(&value, &bits, sizeof(value));
     return value;
 }
 
 /** The float that the field of a tag is; null when it is another field. */
-float* float_of(TargetValues& values, std::uint32_t tag) {
+float* float_of(TargetValues& values, uint32_t tag) {
     switch (tag) {
         case kRcsTag:
             return &values.rcs;
@@ -43,8 +43,8 @@ float* float_of(TargetValues& values, std::uint32_t tag) {
 }
 
 bool read_field(WireWalk& walk, TargetValues& values) {
-    std::uint32_t tag = 0;
-    std::uint64_t number = 0;
+    uint32_t tag = 0;
+    uint64_t number = 0;
     if (!walk.short_varint(tag)) return false;
     if (float* const value = float_of(values, tag)) {
         char const* const bytes = walk.place();
@@ -54,7 +54,7 @@ bool read_field(WireWalk& walk, TargetValues& values) {
     }
     if (tag != kOptionsTag) return walk.skip_field(tag, kDeepest - 1);
     if (!walk.varint(number)) return false;
-    values.options = static_cast<std::uint32_t>(number);
+    values.options = static_cast<uint32_t>(number);
     return true;
 }
 
@@ -62,11 +62,11 @@ bool read_field(WireWalk& walk, TargetValues& values) {
 
 bool TargetReader::next(std::string_view& target) {
     WireWalk walk(rest);
-    std::uint32_t tag = 0;
+    uint32_t tag = 0;
     while (walk.short_varint(tag)) {
         if (tag == kTargetTag) {
             if (!walk.piece(target)) break;
-            rest.remove_prefix(static_cast<std::size_t>(walk.place() - rest.data()));
+            rest.remove_prefix(static_cast<size_t>(walk.place() - rest.data()));
             return true;
         }
         if (!walk.skip_field(tag, kDeepest)) break;
@@ -86,7 +86,7 @@ TargetValues read_target(std::string_view target) {
 std::string frame_without_targets(std::string_view frame) {
     std::string rest;
     WireWalk walk(frame);
-    std::uint32_t tag = 0;
+    uint32_t tag = 0;
     while (!walk.at_end()) {
         char const* const begin = walk.place();
         if (!walk.short_varint(tag) || !walk.skip_field(tag, kDeepest)) break;

@@ -12,7 +12,7 @@ struct TargetValues {
     float r = 0;
     float rdot = 0;
     float theta = 0;
-    std::uint32_t options = 0;
+    uint32_t options = 0;
     float snr = 0;
 };
 

@@ -7,9 +7,9 @@
 namespace Kit {
 
 // Field numbers and wire types of a frame, in tags as they stand in an encoding.
-constexpr std::uint32_t kMagicTag = 1 << 3 | 0;
-constexpr std::uint32_t kTimestampTag = 2 << 3 | 0;
-constexpr std::uint32_t kTargetTag = 3 << 3 | 2;
+constexpr uint32_t kMagicTag = 1 << 3 | 0;
+constexpr uint32_t kTimestampTag = 2 << 3 | 0;
+constexpr uint32_t kTargetTag = 3 << 3 | 2;
 
 /** How deep messages and groups may be nested; protobuf's own limit. */
 constexpr int kDeepest = 100;
@@ -24,18 +24,18 @@ public:
 
     bool at_end() const { return position == end; }
 
-    bool varint(std::uint64_t& value) {
+    bool varint(uint64_t& value) {
         value = 0;
         for (int shift = 0; shift < 70 && position != end; shift += 7) {
             const auto byte = static_cast<unsigned char>(*position++);
-            value |= static_cast<std::uint64_t>(byte & 0x7F) << shift;
+            value |= static_cast<uint64_t>(byte & 0x7F) << shift;
             if (byte < 0x80) return true;
         }
         return false;
     }
 
     /** A tag or a length: five bytes at most, of which bits beyond 32 are lost. */
-    bool short_varint(std::uint32_t& value) {
+    bool short_varint(uint32_t& value) {
         if (position != end && static_cast<unsigned char>(*position) < 0x80) {  // mostly
             value = static_cast<unsigned char>(*position++);
             return true;
@@ -43,7 +43,7 @@ public:
         value = 0;
         for (int shift = 0; shift < 35 && position != end; shift += 7) {
             const auto byte = static_cast<unsigned char>(*position++);
-            value |= static_cast<std::uint32_t>(byte & 0x7F) << shift;
+            value |= static_cast<uint32_t>(byte & 0x7F) << shift;
             if (byte < 0x80) return true;
         }
         return false;
@@ -58,8 +58,8 @@ public:
         }
     }
 
-    bool skip(std::size_t size) {
-        if (static_cast<std::size_t>(end - position) < size) return false;
+    bool skip(size_t size) {
+        if (static_cast<size_t>(end - position) < size) return false;
         position += size;
         return true;
     }
@@ -67,7 +67,7 @@ public:
     /** A length, and the position behind as many bytes, which are given to `inside`. */
     bool piece(std::string_view& inside) {
         char const* const begin = position;
-        std::uint32_t size = 0;
+        uint32_t size = 0;
         if (!short_varint(size)) return false;
         // A fifth byte that says 2 GiB or more.
         if (position - begin == 5 && static_cast<unsigned char>(position[-1]) >= 8) return false;
@@ -78,8 +78,8 @@ public:
     }
 
     /** The rest of a field whose tag has been read. */
-    bool skip_field(std::uint32_t tag, int depth) {
-        std::uint64_t value = 0;
+    bool skip_field(uint32_t tag, int depth) {
+        uint64_t value = 0;
         std::string_view inside;
         if (tag >> 3 == 0) return false;
         switch (tag & 7) {
@@ -102,9 +102,9 @@ private:
     char const* position;
     char const* end;
 
-    bool skip_group(std::uint32_t start, int depth) {
+    bool skip_group(uint32_t start, int depth) {
         if (depth < 0) return false;
-        for (std::uint32_t tag = 0; short_varint(tag);) {
+        for (uint32_t tag = 0; short_varint(tag);) {
             if (tag == start + 1) return true;  // an end with the same field number
             if (!skip_field(tag, depth)) return false;
         }

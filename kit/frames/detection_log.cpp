@@ -16,7 +16,7 @@ namespace {
 
 /** `text` in quotes, short and fit for a terminal. */
 std::string quoted(std::string_view text) {
-    constexpr std::size_t kLongest = 40;
+    constexpr size_t kLongest = 40;
     std::string result = "'";
     for (const char c : text.substr(0, kLongest)) result += c >= ' ' && c <= '~' ? c : '?';
     return result + (text.size() > kLongest ? "...'" : "'");
@@ -32,7 +32,7 @@ std::errc parse_tiny(std::string_view text, float& number) {
     return result.ec;
 }
 
-std::string change(std::uint64_t from, std::uint64_t to) {
+std::string change(uint64_t from, uint64_t to) {
     return " from " + std::to_string(from) + " to " + std::to_string(to);
 }
 
@@ -61,8 +61,8 @@ void DetectionLog::rewind() {
 
 bool DetectionLog::next(RO::RadarObjects& frame) {
     if (!has_row && !read_row()) return false;
-    const std::uint64_t frame_index = row.frame_index;
-    const std::uint64_t timestamp = row.timestamp;
+    const uint64_t frame_index = row.frame_index;
+    const uint64_t timestamp = row.timestamp;
     frame.set_magic(kFrameMagic);
     frame.set_timestamp(timestamp);
     frame.clear_targets();
@@ -78,8 +78,8 @@ bool DetectionLog::next(RO::RadarObjects& frame) {
 void DetectionLog::read_header() {
     std::string_view line;
     if (!read_line(line)) throw InputError(input->name() + ": empty, not a detection log");
-    for (std::size_t begin = 0; begin <= line.size();) {
-        const std::size_t end = std::min(line.find(',', begin), line.size());
+    for (size_t begin = 0; begin <= line.size();) {
+        const size_t end = std::min(line.find(',', begin), line.size());
         add_column(line.substr(begin, end - begin), begin);
         begin = end + 1;
     }
@@ -91,7 +91,7 @@ void DetectionLog::read_header() {
     }
 }
 
-void DetectionLog::add_column(std::string_view name, std::size_t begin) {
+void DetectionLog::add_column(std::string_view name, size_t begin) {
     int i = 0;
     while (i < kColumns && name_of(static_cast<Column>(i)) != name) ++i;
     if (i == kColumns && begin == 0) {
@@ -108,9 +108,9 @@ void DetectionLog::add_column(std::string_view name, std::size_t begin) {
 /** Reads a line as soon as its end has come, also from a pipe that then has no more for a while. */
 bool DetectionLog::read_line(std::string_view& line) {
     std::string_view window = input->window(1);
-    std::size_t end = window.find('\n');
+    size_t end = window.find('\n');
     while (end == std::string_view::npos && window.size() <= kMaxLine) {
-        const std::size_t searched = window.size();
+        const size_t searched = window.size();
         window = input->window(searched + 1);
         if (window.size() == searched) break;
         end = window.find('\n', searched);
@@ -127,12 +127,12 @@ bool DetectionLog::read_line(std::string_view& line) {
 bool DetectionLog::read_row() {
     std::string_view line;
     if (!read_line(line)) return false;
-    std::size_t begin = 0;
+    size_t begin = 0;
     for (const Column column : columns) {
         if (begin > line.size()) {
             fail(line.size(), std::string(name_of(column)) + " has no value");
         }
-        const std::size_t end = std::min(line.find(',', begin), line.size());
+        const size_t end = std::min(line.find(',', begin), line.size());
         row.begins[column] = begin;
         read_value(column, line.substr(begin, end - begin));
         begin = end + 1;
@@ -144,10 +144,10 @@ bool DetectionLog::read_row() {
 void DetectionLog::read_value(Column column, std::string_view text) {
     switch (column) {
         case kFrameIndex:
-            row.frame_index = parse<std::uint64_t>(column, text);
+            row.frame_index = parse<uint64_t>(column, text);
             break;
         case kTimestamp:
-            row.timestamp = parse<std::uint64_t>(column, text);
+            row.timestamp = parse<uint64_t>(column, text);
             break;
         case kRcs:
             row.target.set_rcs(parse<float>(column, text));
@@ -162,7 +162,7 @@ void DetectionLog::read_value(Column column, std::string_view text) {
             row.target.set_theta(parse<float>(column, text));
             break;
         case kOptions:
-            row.target.set_options(parse<std::uint32_t>(column, text));
+            row.target.set_options(parse<uint32_t>(column, text));
             break;
         case kSnr:
             row.target.set_snr(parse<float>(column, text));
@@ -173,7 +173,7 @@ void DetectionLog::read_value(Column column, std::string_view text) {
 }
 
 /** Checks the row that was read last against the frame that the row before belongs to. */
-void DetectionLog::check_order(std::uint64_t frame_index, std::uint64_t timestamp) const {
+void DetectionLog::check_order(uint64_t frame_index, uint64_t timestamp) const {
     const bool same_frame = row.frame_index == frame_index;
     if (row.frame_index < frame_index) {
         fail(row.begins[kFrameIndex],
@@ -209,7 +209,7 @@ Number DetectionLog::parse(Column column, std::string_view text) const {
     return number;
 }
 
-void DetectionLog::fail(std::size_t begin, std::string const& reason) const {
+void DetectionLog::fail(size_t begin, std::string const& reason) const {
     throw InputError(input->name() + ":" + std::to_string(line_number) + ":" +
                      std::to_string(begin + 1) + ": " + reason);
 }

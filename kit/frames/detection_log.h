@@ -26,7 +26,7 @@ namespace Kit {
 class DetectionLog : public FrameSource {
 public:
     /** A longer line is refused. */
-    static constexpr std::size_t kMaxLine = 4096;
+    static constexpr size_t kMaxLine = 4096;
     /** A frame of more targets is refused. */
     static constexpr int kMaxTargets = 65536;
 
@@ -43,15 +43,15 @@ private:
 
     /** One line: a target and the frame that it belongs to. */
     struct Row {
-        std::uint64_t frame_index = 0;
-        std::uint64_t timestamp = 0;
+        uint64_t frame_index = 0;
+        uint64_t timestamp = 0;
         RO::TargetData target;
         /** Where each value stands in the line. */
-        std::array<std::size_t, kColumns> begins = {};
+        std::array<size_t, kColumns> begins = {};
     };
 
     std::unique_ptr<BlockReader> input;
-    std::uint64_t line_number = 0;
+    uint64_t line_number = 0;
     std::vector<Column> columns;
     /** The first row of the next frame, when there is one. */
     Row row;
@@ -59,14 +59,14 @@ private:
 
     static std::string_view name_of(Column column);
     void read_header();
-    void add_column(std::string_view name, std::size_t begin);
+    void add_column(std::string_view name, size_t begin);
     bool read_line(std::string_view& line);
     bool read_row();
     void read_value(Column column, std::string_view text);
-    void check_order(std::uint64_t frame_index, std::uint64_t timestamp) const;
+    void check_order(uint64_t frame_index, uint64_t timestamp) const;
     template <typename Number>
     Number parse(Column column, std::string_view text) const;
-    [[noreturn]] void fail(std::size_t begin, std::string const& reason) const;
+    [[noreturn]] void fail(size_t begin, std::string const& reason) const;
 };
 
 }  // namespace Kit

@@ -39,7 +39,7 @@ void check_recorders(std::string const& directory, std::vector<RecordingFile> co
     const std::vector<std::string> recorders = recorders_of(found);
     if (recorders.size() < 2) return;
     std::string text = directory + ": holds files of several recorders: " + recorders.front();
-    for (std::size_t i = 1; i < recorders.size(); ++i) text += ", " + recorders[i];
+    for (size_t i = 1; i < recorders.size(); ++i) text += ", " + recorders[i];
     throw InputError(text);
 }
 

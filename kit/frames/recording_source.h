@@ -40,7 +40,7 @@ public:
 private:
     /** The files, unless there is only the one that is open. */
     std::vector<std::string> files;
-    std::size_t next_file = 0;
+    size_t next_file = 0;
     std::unique_ptr<RecordingScanner> scanner;
 
     void open_next_file();

@@ -50,7 +50,7 @@ struct Scene::Kind {
 const Scene::Kind Scene::kPerson = {25, 0.6, 2.2, -6, 1, 0};
 const Scene::Kind Scene::kVehicle = {kFarthest, 3, 14, 9, 3, 1.4};
 
-Scene::Scene(std::uint32_t seed_, double frame_rate_, int max_targets_)
+Scene::Scene(uint32_t seed_, double frame_rate_, int max_targets_)
     : seed(seed_), frame_rate(frame_rate_), max_targets(max_targets_) {
     if (!(frame_rate > 0 && frame_rate <= 1e6)) {
         throw InputError("scene: the frame rate is not above 0 and up to 1000000 Hz");
@@ -73,7 +73,7 @@ void Scene::rewind() {
         bodies.back().x += seconds * bodies.back().x_speed;
         bodies.back().y += seconds * bodies.back().y_speed;
     }
-    reflectors.assign(static_cast<std::size_t>(max_targets / 5), {});
+    reflectors.assign(static_cast<size_t>(max_targets / 5), {});
     for (Reflector& reflector : reflectors) {
         const double range = uniform(1, kFarthest);
         place(reflector.x, reflector.y, range);
@@ -84,7 +84,7 @@ void Scene::rewind() {
 bool Scene::next(RO::RadarObjects& frame) {
     const double elapsed = static_cast<double>(frame_number) * 1e6 / frame_rate;
     frame.set_magic(kFrameMagic);
-    frame.set_timestamp(kEpoch + static_cast<std::uint64_t>(elapsed + 0.5));
+    frame.set_timestamp(kEpoch + static_cast<uint64_t>(elapsed + 0.5));
     frame.clear_targets();
     for (Body const& body : bodies) see_body(body, frame);
     for (Reflector const& reflector : reflectors) {

@@ -17,7 +17,7 @@ namespace Kit {
 class Scene : public FrameSource {
 public:
     /** The time of the first frame in us: 1 January 2025, 00:00 UTC. */
-    static constexpr std::uint64_t kEpoch = 1735689600000000;
+    static constexpr uint64_t kEpoch = 1735689600000000;
 
     /**
      * @param seed which scene.
@@ -26,7 +26,7 @@ public:
      * in the scene, so that a frame has about half as many. With 0 every frame is empty.
      * @throws InputError when a number is out of range.
      */
-    explicit Scene(std::uint32_t seed, double frame_rate = 30, int max_targets = 64);
+    explicit Scene(uint32_t seed, double frame_rate = 30, int max_targets = 64);
 
     /** Always true. */
     bool next(RO::RadarObjects& frame) override;
@@ -50,11 +50,11 @@ private:
         double rcs;
     };
 
-    std::uint32_t seed;
+    uint32_t seed;
     double frame_rate;
     int max_targets;
     std::mt19937 engine;  // the standard defines its numbers, unlike those of the distributions
-    std::uint64_t frame_number = 0;
+    uint64_t frame_number = 0;
     std::vector<Body> bodies;
     std::vector<Reflector> reflectors;
 

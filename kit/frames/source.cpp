@@ -26,10 +26,10 @@ bool is_scene(std::string const& input) {
     return input == kScene || input.compare(0, kScene.size() + 1, "scene:") == 0;
 }
 
-std::uint32_t seed_of(std::string const& input) {
+uint32_t seed_of(std::string const& input) {
     if (input == kScene) return 1;
     const std::string_view text = std::string_view(input).substr(kScene.size() + 1);
-    std::uint32_t seed = 0;
+    uint32_t seed = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
     if (error != std::errc() || end != text.data() + text.size()) {
         throw InputError(input + ": the seed is not a whole number up to 4294967295");
@@ -40,8 +40,8 @@ std::uint32_t seed_of(std::string const& input) {
 /** Whether the first line, which may not have come yet, names a column of a log. */
 bool begins_log(BlockReader& input) {
     std::string_view bytes = input.window(kColumn.size());
-    for (std::size_t size = 0; size < bytes.size() && bytes.size() < DetectionLog::kMaxLine &&
-                               bytes.find('\n') == std::string_view::npos;) {
+    for (size_t size = 0; size < bytes.size() && bytes.size() < DetectionLog::kMaxLine &&
+                          bytes.find('\n') == std::string_view::npos;) {
         size = bytes.size();
         bytes = input.window(size + 1);
     }

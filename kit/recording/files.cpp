@@ -31,7 +31,7 @@ void examine_first_bytes(std::string_view bytes, RecordingFile& file) {
     file.header = read_header(bytes);
     bytes.remove_prefix(kRecordingHeaderSize);
     if (bytes.size() < 4) return;
-    const std::uint32_t word = read_word(bytes);
+    const uint32_t word = read_word(bytes);
     file.raw = !is_record_tag(word) && word != kRecordingMagic;
     if (is_record_tag(word)) file.tag = word;
 }
@@ -66,8 +66,8 @@ std::vector<RecordingFile> list_directory(std::string const& path) {
 
 }  // namespace
 
-std::int64_t RecordingFile::begin_ms() const {
-    const std::int64_t seconds = header ? header->seconds : name ? begin_of(*name) : 0;
+int64_t RecordingFile::begin_ms() const {
+    const int64_t seconds = header ? header->seconds : name ? begin_of(*name) : 0;
     return seconds * 1000 + (name ? name->millisecond : 0);
 }
 
@@ -77,9 +77,9 @@ RecordingFile examine_recording(std::string const& path) {
     file.name = parse_recording_name(file_name_of(path));
     const struct stat status = status_of(path);
     if (S_ISFIFO(status.st_mode)) return file;  // what is read from it now would be missing later
-    file.size = static_cast<std::uint64_t>(status.st_size);
+    file.size = static_cast<uint64_t>(status.st_size);
     try {
-        constexpr std::size_t kFirstBytes = kRecordingHeaderSize + kRecordHeaderSize;
+        constexpr size_t kFirstBytes = kRecordingHeaderSize + kRecordHeaderSize;
         BlockReader reader(path, kFirstBytes);
         examine_first_bytes(reader.window(kFirstBytes), file);
     } catch (InputError const& error) {
@@ -103,7 +103,7 @@ std::vector<RecordingFile> list_recordings(std::string const& path) {
 }
 
 std::vector<std::string> recorders_of(std::vector<RecordingFile> const& files) {
-    std::map<std::uint32_t, std::set<std::string>> prefixes;
+    std::map<uint32_t, std::set<std::string>> prefixes;
     for (RecordingFile const& file : files) {
         if (!file.tag) continue;
         std::set<std::string>& of_tag = prefixes[*file.tag];

@@ -18,17 +18,17 @@ struct RecordingFile {
     /** None when the file is shorter or begins otherwise. */
     std::optional<RecordingHeader> header;
     /** Of the first record; none when there is no record, or raw data. */
-    std::optional<std::uint32_t> tag;
+    std::optional<uint32_t> tag;
     /** Whether something that is no record follows the header: raw data, or damage. */
     bool raw = false;
-    std::uint64_t size = 0;
+    uint64_t size = 0;
     /** Why the file could not be read; empty when it could. */
     std::string problem;
 
     /** Whether the recorder has not completed the file: its end may be missing. */
     bool unfinished() const { return name && !name->complete; }
     /** When the file was begun, in ms since 1970 UTC: from the header, or else from the name. */
-    std::int64_t begin_ms() const;
+    int64_t begin_ms() const;
 };
 
 /** What the file at `path` is, which need not be a recorded one. Does not read from a FIFO. */

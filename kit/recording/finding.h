@@ -28,9 +28,9 @@ enum class FindingKind {
 struct Finding {
     FindingKind kind = FindingKind::kEmpty;
     /** In bytes from the front of the file. */
-    std::uint64_t offset = 0;
+    uint64_t offset = 0;
     /** For kSkipped: how many bytes. */
-    std::uint64_t length = 0;
+    uint64_t length = 0;
     /** What is the matter, as part of a line: "cut off inside a record: 12 of 308 bytes". */
     std::string text;
 };

@@ -8,48 +8,46 @@
 namespace Kit {
 
 /** The numbers of docs/recorded-files.md. They stand on storage media and never change. */
-constexpr std::uint32_t kRecordingMagic = 0xBADABADA;
-constexpr std::uint32_t kRecordingVersion = 5;
-constexpr std::size_t kRecordingHeaderSize = 40;
+constexpr uint32_t kRecordingMagic = 0xBADABADA;
+constexpr uint32_t kRecordingVersion = 5;
+constexpr size_t kRecordingHeaderSize = 40;
 /** Where the count of frames stands in the header. */
-constexpr std::size_t kFrameCountOffset = 36;
+constexpr size_t kFrameCountOffset = 36;
 /** Upper half of every record's tag; the lower half is the recorder's number. */
-constexpr std::uint32_t kRecordTag = 0xFEED0000;
+constexpr uint32_t kRecordTag = 0xFEED0000;
 /** Tag and length in front of every frame. */
-constexpr std::size_t kRecordHeaderSize = 8;
+constexpr size_t kRecordHeaderSize = 8;
 /** A record whose length says more is taken for damage. */
-constexpr std::uint32_t kLargestPayload = 16 * 1024 * 1024;
+constexpr uint32_t kLargestPayload = 16 * 1024 * 1024;
 /** First field of every frame. */
-constexpr std::uint32_t kFrameMagic = 29061378;
+constexpr uint32_t kFrameMagic = 29061378;
 
 /** The header that every recorded file begins with. */
 struct RecordingHeader {
-    std::uint32_t magic = 0;
-    std::uint32_t version = 0;
+    uint32_t magic = 0;
+    uint32_t version = 0;
     /** When the file was begun, in s since 1970 UTC. */
-    std::int32_t seconds = 0;
+    int32_t seconds = 0;
     /** Positive when daylight saving time was on then, 0 when not, negative when not known. */
-    std::int32_t daylight_saving = 0;
+    int32_t daylight_saving = 0;
     double height = 0;
     double tilt = 0;
-    std::int32_t sensitivity = 0;
+    int32_t sensitivity = 0;
     /** Records that the recorder has counted. */
-    std::uint32_t frame_count = 0;
+    uint32_t frame_count = 0;
 };
 
 /** The 4 bytes at the front of `bytes`, least significant first. */
-inline std::uint32_t read_word(std::string_view bytes) {
-    const auto byte = [&](std::size_t i) -> std::uint32_t {
-        return static_cast<unsigned char>(bytes[i]);
-    };
+inline uint32_t read_word(std::string_view bytes) {
+    const auto byte = [&](size_t i) -> uint32_t { return static_cast<unsigned char>(bytes[i]); };
     return byte(0) | byte(1) << 8 | byte(2) << 16 | byte(3) << 24;
 }
 
 /** A magic or a tag as people write it: "0xFEED0007". */
-std::string hexadecimal(std::uint32_t word);
+std::string hexadecimal(uint32_t word);
 
 /** Appends the 4 bytes of `word`, least significant first. */
-void append_word(std::string& bytes, std::uint32_t word);
+void append_word(std::string& bytes, uint32_t word);
 
 /** The header in the first 40 bytes of `bytes`, whatever it says. */
 RecordingHeader read_header(std::string_view bytes);
@@ -61,7 +59,7 @@ std::string encode_header(RecordingHeader const& header);
 bool begins_recording(std::string_view bytes);
 
 /** Whether `tag` is one that a recorder can have. */
-constexpr bool is_record_tag(std::uint32_t tag) {
+constexpr bool is_record_tag(uint32_t tag) {
     return (tag & 0xFFFF0000) == kRecordTag;
 }
 

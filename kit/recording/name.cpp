@@ -28,7 +28,7 @@ public:
     }
 
     /** A number of `digits` digits that is `low` to `high`. */
-    bool number(std::size_t digits, int low, int high, int& value) {
+    bool number(size_t digits, int low, int high, int& value) {
         if (rest.size() < digits) return false;
         value = 0;
         for (const char c : rest.substr(0, digits)) {
@@ -41,7 +41,7 @@ public:
 
     /** Years since 2000: two digits, three from 2100 on, a minus and one or two before 2000. */
     bool year(int& value) {
-        const std::size_t end = rest.find('_');
+        const size_t end = rest.find('_');
         if (end == std::string_view::npos || end < 2 || end > 3) return false;
         const bool before = rest.front() == '-';
         if (before) rest.remove_prefix(1);
@@ -63,7 +63,7 @@ bool parse_time(Parts& parts, RecordingName& name) {
 
 /** Whether `text` can be the end of a name that a recorder gave. */
 bool can_be_surplus(std::string_view text) {
-    for (std::size_t i = 1; i <= text.size() && i <= kNameEnd.size(); ++i) {
+    for (size_t i = 1; i <= text.size() && i <= kNameEnd.size(); ++i) {
         const char c = text[text.size() - i];
         const bool digit = kNameEnd[kNameEnd.size() - i] == '0';
         if (digit ? !is_digit(c) && c != '-' : c != '_') return false;
@@ -90,7 +90,7 @@ std::optional<RecordingName> parse_recording_name(std::string_view file_name) {
     name.complete = file_name.size() >= kCompleted.size() &&
                     file_name.substr(file_name.size() - kCompleted.size()) == kCompleted;
     if (name.complete) file_name.remove_suffix(kCompleted.size());
-    for (std::size_t place = file_name.find('_'); place != std::string_view::npos;
+    for (size_t place = file_name.find('_'); place != std::string_view::npos;
          place = file_name.find('_', place + 1)) {
         Parts parts(file_name.substr(place));
         if (!parse_time(parts, name) || !can_be_surplus(parts.rest)) continue;
@@ -113,7 +113,7 @@ std::string text_of(RecordingName const& name) {
     return name.complete ? text.append(kCompleted) : text;
 }
 
-RecordingName name_of_time(std::string const& prefix, std::int64_t seconds, int millisecond) {
+RecordingName name_of_time(std::string const& prefix, int64_t seconds, int millisecond) {
     const auto time = static_cast<std::time_t>(seconds);
     std::tm local = {};
     localtime_r(&time, &local);
@@ -134,12 +134,12 @@ std::string_view file_name_of(std::string_view path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-std::int64_t begin_of(RecordingName const& name) {
+int64_t begin_of(RecordingName const& name) {
     std::tm local = time_in(name);
     return std::mktime(&local);
 }
 
-std::int64_t begin_as_utc(RecordingName const& name) {
+int64_t begin_as_utc(RecordingName const& name) {
     std::tm time = time_in(name);
     return timegm(&time);
 }

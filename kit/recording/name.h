@@ -38,7 +38,7 @@ std::string text_of(RecordingName const& name);
  * The name, complete and without surplus, of a file that was begun at `seconds` since 1970 UTC and
  * `millisecond`, if the time zone of this machine is the recorder's.
  */
-RecordingName name_of_time(std::string const& prefix, std::int64_t seconds, int millisecond);
+RecordingName name_of_time(std::string const& prefix, int64_t seconds, int millisecond);
 
 /** The name of the file at `path`, without the directory. */
 std::string_view file_name_of(std::string_view path);
@@ -47,9 +47,9 @@ std::string_view file_name_of(std::string_view path);
  * When the file was begun, in s since 1970 UTC, if the time zone of this machine is the recorder's.
  * An hour that the clock went through twice counts as the first time.
  */
-std::int64_t begin_of(RecordingName const& name);
+int64_t begin_of(RecordingName const& name);
 
 /** The time in the name in s since 1970 UTC, if the recorder's time zone is UTC. */
-std::int64_t begin_as_utc(RecordingName const& name);
+int64_t begin_as_utc(RecordingName const& name);
 
 }  // namespace Kit

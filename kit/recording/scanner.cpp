@@ -7,7 +7,7 @@ namespace Kit {
 
 namespace {
 
-std::string decimal(std::uint64_t number) {
+std::string decimal(uint64_t number) {
     return std::to_string(number);
 }
 
@@ -87,9 +87,9 @@ RecordingScanner::Item RecordingScanner::take_record() {
         return lose(FindingKind::kCutShort,
                     "cut off inside a record: " + decimal(head.size()) + " bytes");
     }
-    const std::uint32_t found = read_word(head);
+    const uint32_t found = read_word(head);
     if (!is_record_tag(found) || (records_of_tag != 0 && found != tag)) return refuse_tag(head);
-    const std::uint32_t length = read_word(head.substr(4));
+    const uint32_t length = read_word(head.substr(4));
     if (length > kLargestPayload) {
         return lose(FindingKind::kTooLong, "record with a payload of " + decimal(length) +
                                                " bytes, more than " + decimal(kLargestPayload));
@@ -97,8 +97,8 @@ RecordingScanner::Item RecordingScanner::take_record() {
     return take_frame(found, length);
 }
 
-RecordingScanner::Item RecordingScanner::take_frame(std::uint32_t found, std::uint32_t length) {
-    const std::size_t size = kRecordHeaderSize + length;
+RecordingScanner::Item RecordingScanner::take_frame(uint32_t found, uint32_t length) {
+    const size_t size = kRecordHeaderSize + length;
     const std::string_view bytes = input->window(size);
     if (bytes.size() < size) {
         if (tail == Tail::kGrowing) return Item::kEnd;
@@ -121,7 +121,7 @@ RecordingScanner::Item RecordingScanner::take_frame(std::uint32_t found, std::ui
 
 /** What stands where a record has to begin is not a tag of this recording's records. */
 RecordingScanner::Item RecordingScanner::refuse_tag(std::string_view head) {
-    const std::uint32_t found = read_word(head);
+    const uint32_t found = read_word(head);
     if (begins_recording(head)) {
         if (frame_count_differs()) return tell_frame_count();
         state = State::kHeader;
@@ -145,7 +145,7 @@ RecordingScanner::Item RecordingScanner::refuse_tag(std::string_view head) {
 }
 
 /** The payload of the record of `size` bytes here is not a radar's frame but, if any, `frame`. */
-RecordingScanner::Item RecordingScanner::refuse_frame(std::size_t size, FrameSurvey const* frame) {
+RecordingScanner::Item RecordingScanner::refuse_frame(size_t size, FrameSurvey const* frame) {
     if (frame == nullptr) {
         return lose(FindingKind::kUndecodable,
                     "the payload of a record of " + decimal(size) + " bytes does not decode", size);
@@ -162,7 +162,7 @@ RecordingScanner::Item RecordingScanner::refuse_frame(std::size_t size, FrameSur
 
 RecordingScanner::Item RecordingScanner::go_on_after_damage() {
     if (search.run() == RecordSearch::Result::kNotYet) return Item::kEnd;
-    const std::uint64_t length = input->offset() - lost_from;
+    const uint64_t length = input->offset() - lost_from;
     current_finding = {FindingKind::kSkipped, lost_from, length,
                        decimal(length) + " bytes skipped"};
     state = State::kRecords;
@@ -183,7 +183,7 @@ RecordingScanner::Item RecordingScanner::tell(FindingKind kind, std::string text
 }
 
 RecordingScanner::Item RecordingScanner::lose(FindingKind kind, std::string text,
-                                              std::size_t record_size) {
+                                              size_t record_size) {
     const Item item = tell(kind, std::move(text));
     const bool certain = records_of_tag >= 2;
     if (!certain) records_of_tag = 0;

@@ -17,8 +17,8 @@ namespace Kit {
 /** One record of a recording. */
 struct Record {
     /** Of its tag, in bytes from the front of the file. */
-    std::uint64_t offset = 0;
-    std::uint32_t tag = 0;
+    uint64_t offset = 0;
+    uint32_t tag = 0;
     /** The frame's encoding, which protobuf decodes. Valid until the scan goes on. */
     std::string_view payload;
     /** The magic, timestamp and number of targets of the frame. */
@@ -77,7 +77,7 @@ public:
     Finding const& finding() const { return current_finding; }
 
     /** How far the scan has come, in bytes from the front. */
-    std::uint64_t offset() const { return input->offset(); }
+    uint64_t offset() const { return input->offset(); }
     /** The name of the input, for messages. */
     std::string const& name() const { return input->name(); }
 
@@ -92,26 +92,26 @@ private:
     Record current_record;
     Finding current_finding;
     /** Bytes of the last item, passed when the scan goes on. */
-    std::size_t consumed = 0;
+    size_t consumed = 0;
     /** Where the header is, and the records since, while its count is to be compared. */
-    std::uint64_t header_offset = 0;
-    std::uint64_t frame_count = 0;
+    uint64_t header_offset = 0;
+    uint64_t frame_count = 0;
     bool compare_frame_count = false;
     /** The tag of the last records, and of how many: with two it is certain. */
-    std::uint32_t tag = 0;
-    std::uint64_t records_of_tag = 0;
+    uint32_t tag = 0;
+    uint64_t records_of_tag = 0;
     bool foreign_frame_told = false;
-    std::uint64_t lost_from = 0;
+    uint64_t lost_from = 0;
 
     Item take_header();
     Item take_record();
-    Item take_frame(std::uint32_t record_tag, std::uint32_t length);
+    Item take_frame(uint32_t record_tag, uint32_t length);
     Item refuse_tag(std::string_view head);
-    Item refuse_frame(std::size_t size, FrameSurvey const* survey);
+    Item refuse_frame(size_t size, FrameSurvey const* survey);
     Item go_on_after_damage();
     Item finish();
     Item tell(FindingKind kind, std::string text);
-    Item lose(FindingKind kind, std::string text, std::size_t record_size = 0);
+    Item lose(FindingKind kind, std::string text, size_t record_size = 0);
     Item tell_frame_count();
     bool frame_count_differs() const;
 };

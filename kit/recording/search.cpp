@@ -11,7 +11,7 @@ namespace Kit {
 namespace {
 
 /** How much is looked through at a time: little, because all of it may be looked at again. */
-constexpr std::size_t kSearchWindow = 4096;
+constexpr size_t kSearchWindow = 4096;
 
 /** The first field of every frame as recorders write it. */
 constexpr std::string_view kFrameStart = "\x08\x82\xE2\xED\x0D";
@@ -21,27 +21,27 @@ constexpr std::string_view kFrameStart = "\x08\x82\xE2\xED\x0D";
  * again. These bounds keep the time in proportion to the file; files that recorders wrote and
  * accidents damaged stay far below.
  */
-constexpr std::uint64_t kExaminedAtOnce = 64 * 1024 * 1024;
-constexpr std::uint64_t kExaminedPerByte = 16;
+constexpr uint64_t kExaminedAtOnce = 64 * 1024 * 1024;
+constexpr uint64_t kExaminedPerByte = 16;
 
 /** Where `byte` is in `bytes` from `from` on; its size if nowhere. */
-std::size_t find_byte(std::string_view bytes, unsigned char byte, std::size_t from) {
+size_t find_byte(std::string_view bytes, unsigned char byte, size_t from) {
     void const* const found = std::memchr(bytes.data() + from, byte, bytes.size() - from);
     if (found == nullptr) return bytes.size();
-    return static_cast<std::size_t>(static_cast<char const*>(found) - bytes.data());
+    return static_cast<size_t>(static_cast<char const*>(found) - bytes.data());
 }
 
 /** Where a record or a header may begin in `bytes`, or, if nowhere, the last 7 bytes. */
-std::size_t find_candidate(std::string_view bytes) {
+size_t find_candidate(std::string_view bytes) {
     // The last byte of a tag, FE, or of the magic, BA, is what to look for.
     const std::string_view lasts = bytes.substr(0, bytes.size() - 4);
-    std::size_t of_tag = find_byte(lasts, 0xFE, 3);
-    std::size_t of_magic = find_byte(lasts, 0xBA, 3);
+    size_t of_tag = find_byte(lasts, 0xFE, 3);
+    size_t of_magic = find_byte(lasts, 0xBA, 3);
     while (of_tag < lasts.size() || of_magic < lasts.size()) {
-        const std::size_t place = std::min(of_tag, of_magic) - 3;
-        const std::uint32_t word = read_word(bytes.substr(place));
+        const size_t place = std::min(of_tag, of_magic) - 3;
+        const uint32_t word = read_word(bytes.substr(place));
         if (is_record_tag(word) || word == kRecordingMagic) return place;
-        std::size_t& next = of_tag < of_magic ? of_tag : of_magic;
+        size_t& next = of_tag < of_magic ? of_tag : of_magic;
         next = find_byte(lasts, of_tag < of_magic ? 0xFE : 0xBA, next + 1);
     }
     return bytes.size() - (kRecordHeaderSize - 1);
@@ -49,9 +49,9 @@ std::size_t find_candidate(std::string_view bytes) {
 
 }  // namespace
 
-bool continues_recording(std::string_view rest, std::uint32_t tag) {
+bool continues_recording(std::string_view rest, uint32_t tag) {
     if (rest.size() < kRecordHeaderSize) {
-        for (std::size_t i = 0; i < std::min<std::size_t>(rest.size(), 4); ++i) {
+        for (size_t i = 0; i < std::min<size_t>(rest.size(), 4); ++i) {
             if (static_cast<unsigned char>(rest[i]) != (tag >> 8 * i & 0xFF)) return false;
         }
         return true;
@@ -60,7 +60,7 @@ bool continues_recording(std::string_view rest, std::uint32_t tag) {
     return read_word(rest) == tag && read_word(rest.substr(4)) <= kLargestPayload;
 }
 
-void RecordSearch::begin(std::optional<std::uint32_t> expected_tag, std::size_t record_size) {
+void RecordSearch::begin(std::optional<uint32_t> expected_tag, size_t record_size) {
     tag = expected_tag;
     damaged_record = record_size;
     begin_offset = input.offset();
@@ -77,7 +77,7 @@ RecordSearch::Result RecordSearch::run() {
             input.advance(window.size());
             return Result::kEnd;
         }
-        const std::size_t place = find_candidate(window);
+        const size_t place = find_candidate(window);
         input.advance(place);
         if (window.size() - place < kRecordHeaderSize) continue;
         const Result result = judge(tag);
@@ -101,15 +101,15 @@ bool RecordSearch::step_over_damaged_record() {
 }
 
 /** Whether the last bytes of a damaged record are whole records, which its length has swallowed. */
-bool RecordSearch::ends_with_records(std::string_view bytes, std::uint32_t expected_tag) {
+bool RecordSearch::ends_with_records(std::string_view bytes, uint32_t expected_tag) {
     bytes.remove_prefix(1);
     while (bytes.size() >= kRecordHeaderSize && within_budget()) {
         const std::string_view window = bytes.substr(0, kSearchWindow);
-        const std::size_t place = find_candidate(window);
+        const size_t place = find_candidate(window);
         bytes.remove_prefix(place);
         if (window.size() - place < kRecordHeaderSize) continue;
         std::string_view rest = bytes;
-        for (std::size_t size = 1; size != 0 && !rest.empty(); rest.remove_prefix(size)) {
+        for (size_t size = 1; size != 0 && !rest.empty(); rest.remove_prefix(size)) {
             size = record_at(rest, expected_tag);
         }
         if (rest.empty()) return true;
@@ -119,9 +119,9 @@ bool RecordSearch::ends_with_records(std::string_view bytes, std::uint32_t expec
 }
 
 /** The size of the credible record at the front of `bytes`, 0 when there is none. */
-std::size_t RecordSearch::record_at(std::string_view bytes, std::uint32_t expected_tag) {
+size_t RecordSearch::record_at(std::string_view bytes, uint32_t expected_tag) {
     if (bytes.size() < kRecordHeaderSize || read_word(bytes) != expected_tag) return 0;
-    const std::uint32_t length = read_word(bytes.substr(4));
+    const uint32_t length = read_word(bytes.substr(4));
     if (length > bytes.size() - kRecordHeaderSize) return 0;
     return is_frame(bytes.substr(kRecordHeaderSize, length)) ? kRecordHeaderSize + length : 0;
 }
@@ -130,21 +130,21 @@ bool RecordSearch::within_budget() const {
     return examined <= kExaminedAtOnce + kExaminedPerByte * (input.offset() - begin_offset);
 }
 
-RecordSearch::Result RecordSearch::judge(std::optional<std::uint32_t> expected_tag) {
+RecordSearch::Result RecordSearch::judge(std::optional<uint32_t> expected_tag) {
     const std::string_view head = input.window(kRecordHeaderSize + kFrameStart.size());
     if (head.size() >= kRecordHeaderSize && begins_recording(head)) return judge_header();
     if (head.size() < kRecordHeaderSize + kFrameStart.size()) {
         return growing ? Result::kNotYet : Result::kEnd;
     }
-    const std::uint32_t found = read_word(head);
-    const std::uint32_t length = read_word(head.substr(4));
+    const uint32_t found = read_word(head);
+    const uint32_t length = read_word(head.substr(4));
     if (!is_record_tag(found) || found != expected_tag.value_or(found) ||
         length > kLargestPayload || length < kFrameStart.size() ||
         head.substr(kRecordHeaderSize, kFrameStart.size()) != kFrameStart) {
         return Result::kEnd;
     }
     if (!within_budget()) return Result::kEnd;
-    const std::size_t size = kRecordHeaderSize + length;
+    const size_t size = kRecordHeaderSize + length;
     const std::string_view bytes = input.window(size + kRecordHeaderSize);
     if (bytes.size() < size) return growing ? Result::kNotYet : Result::kEnd;
     if (!expected_tag && !continues_recording(bytes.substr(size), found)) return Result::kEnd;
@@ -155,13 +155,13 @@ RecordSearch::Result RecordSearch::judge_header() {
     const std::string_view bytes = input.window(kRecordingHeaderSize + kRecordHeaderSize);
     if (bytes.size() < kRecordingHeaderSize) return growing ? Result::kNotYet : Result::kEnd;
     const std::string_view rest = bytes.substr(kRecordingHeaderSize);
-    const std::uint32_t found = rest.size() < 4 ? kRecordTag : read_word(rest);
+    const uint32_t found = rest.size() < 4 ? kRecordTag : read_word(rest);
     return is_record_tag(found) && continues_recording(rest, found) ? Result::kFound : Result::kEnd;
 }
 
 bool RecordSearch::is_frame(std::string_view payload) {
     FrameSurvey frame;
-    std::size_t size = 0;
+    size_t size = 0;
     const bool well_formed = survey_frame(payload, frame, &size);
     examined += size;
     return well_formed && frame.magic == kFrameMagic;

@@ -31,7 +31,7 @@ public:
      * @param record_size size of the record that is there, by its own account; 0 when it cannot be
      * right. If the next record stands right behind it, nothing inside is taken for one.
      */
-    void begin(std::optional<std::uint32_t> expected_tag, std::size_t record_size);
+    void begin(std::optional<uint32_t> expected_tag, size_t record_size);
 
     /**
      * Moves the input to the place that was found, or to its end. kNotYet when what is there so far
@@ -43,19 +43,19 @@ public:
     void stop_growing() { growing = false; }
 
     /** Whether a credible record or header is where the input is; kNotYet as for run(). */
-    Result judge(std::optional<std::uint32_t> expected_tag);
+    Result judge(std::optional<uint32_t> expected_tag);
 
 private:
     BlockReader& input;
     bool growing;
-    std::optional<std::uint32_t> tag;
-    std::size_t damaged_record = 0;
-    std::uint64_t begin_offset = 0;
-    std::uint64_t examined = 0;
+    std::optional<uint32_t> tag;
+    size_t damaged_record = 0;
+    uint64_t begin_offset = 0;
+    uint64_t examined = 0;
 
     bool step_over_damaged_record();
-    bool ends_with_records(std::string_view bytes, std::uint32_t expected_tag);
-    std::size_t record_at(std::string_view bytes, std::uint32_t expected_tag);
+    bool ends_with_records(std::string_view bytes, uint32_t expected_tag);
+    size_t record_at(std::string_view bytes, uint32_t expected_tag);
     bool within_budget() const;
     Result judge_header();
     bool is_frame(std::string_view payload);
@@ -63,6 +63,6 @@ private:
 
 /** Whether `rest`, what is behind a record with `tag`, is as it has to be: a record, a header, or
  * nothing. Fewer than 8 bytes are judged by what is there. */
-bool continues_recording(std::string_view rest, std::uint32_t tag);
+bool continues_recording(std::string_view rest, uint32_t tag);
 
 }  // namespace Kit

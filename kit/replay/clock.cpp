@@ -16,7 +16,7 @@ ReplayClock::ReplayClock(std::optional<double> rate_, std::chrono::microseconds 
     set_rate(rate_, since);
 }
 
-void ReplayClock::plan(std::uint64_t timestamp_us, Clock::time_point now) {
+void ReplayClock::plan(uint64_t timestamp_us, Clock::time_point now) {
     next = pacer.due(timestamp_us);
     const bool at_once = jumps || !current_rate;
     jumps = false;

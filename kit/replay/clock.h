@@ -30,7 +30,7 @@ public:
                          std::chrono::microseconds longest_gap = kKeepGaps);
 
     /** Plans the next frame, to be called at the moment `now` when the one before is done with. */
-    void plan(std::uint64_t timestamp_us, Clock::time_point now);
+    void plan(uint64_t timestamp_us, Clock::time_point now);
 
     /** The next frame that is planned is due at once: the replay continues at another place. */
     void jump();

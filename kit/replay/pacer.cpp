@@ -21,12 +21,12 @@ std::chrono::nanoseconds to_nanoseconds(double nanoseconds) {
 
 Pacer::Pacer(double rate_, std::chrono::microseconds longest_gap_)
     : rate(rate_),
-      longest_gap(static_cast<std::uint64_t>(
+      longest_gap(static_cast<uint64_t>(
           std::max(longest_gap_, std::chrono::microseconds::zero()).count())) {
     if (!(rate > 0)) throw InputError("the rate of a replay is not above 0");
 }
 
-std::chrono::nanoseconds Pacer::due(std::uint64_t timestamp_us) {
+std::chrono::nanoseconds Pacer::due(uint64_t timestamp_us) {
     if (started) elapsed += step_to(timestamp_us);
     started = true;
     last = timestamp_us;
@@ -34,7 +34,7 @@ std::chrono::nanoseconds Pacer::due(std::uint64_t timestamp_us) {
 }
 
 /** How long after the last frame this one comes, in us at the timestamps' pace. */
-double Pacer::step_to(std::uint64_t timestamp_us) {
+double Pacer::step_to(uint64_t timestamp_us) {
     if (timestamp_us < last || timestamp_us - last > longest_gap) {
         return steps > 0 ? counted / steps : kDefaultInterval;
     }

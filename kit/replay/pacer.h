@@ -31,18 +31,18 @@ public:
      * How long after the first frame this one, the next, is due; 0 for the first. Never shrinks,
      * and stays at the largest value that can be told.
      */
-    std::chrono::nanoseconds due(std::uint64_t timestamp_us);
+    std::chrono::nanoseconds due(uint64_t timestamp_us);
 
 private:
     double rate;
-    std::uint64_t longest_gap;
+    uint64_t longest_gap;
     bool started = false;
-    std::uint64_t last = 0;
+    uint64_t last = 0;
     double elapsed = 0;  // us
     double counted = 0;  // us, of the steps that counted
     double steps = 0;
 
-    double step_to(std::uint64_t timestamp_us);
+    double step_to(uint64_t timestamp_us);
 };
 
 }  // namespace Kit

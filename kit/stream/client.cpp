@@ -22,7 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr std::size_t kPieceSize = 65536;
+constexpr size_t kPieceSize = 65536;
 
 /** How long a service whose backlog is full may take to accept a client. */
 constexpr time_t kConnectSeconds = 2;
@@ -73,7 +73,7 @@ StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout
 void StreamClient::read_piece() {
     const ssize_t size = read(stream.get(), piece.get(), kPieceSize);
     if (size > 0) {
-        parser.append({piece.get(), static_cast<std::size_t>(size)});
+        parser.append({piece.get(), static_cast<size_t>(size)});
     } else if (size < 0 && errno != EAGAIN && errno != EINTR) {
         end(Result::kFailed, std::strerror(errno));
     } else if (size == 0 && parser.pending() > 0) {

@@ -15,7 +15,7 @@ namespace Kit {
 constexpr uint32_t kStreamMagic = 29061378;
 
 /** The bytes before a frame's payload. */
-constexpr std::size_t kStreamHeaderSize = 8;
+constexpr size_t kStreamHeaderSize = 8;
 
 /** The largest payload that readers accept unless they are told otherwise, in bytes. */
 constexpr uint32_t kMaxStreamPayload = 16 * 1024 * 1024;

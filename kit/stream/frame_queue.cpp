@@ -5,8 +5,8 @@
 
 namespace Kit {
 
-FrameQueue::FrameQueue(std::size_t limit_, std::size_t byte_limit_)
-    : limit(std::max<std::size_t>(limit_, 1)), byte_limit(byte_limit_) {}
+FrameQueue::FrameQueue(size_t limit_, size_t byte_limit_)
+    : limit(std::max<size_t>(limit_, 1)), byte_limit(byte_limit_) {}
 
 void FrameQueue::push(SharedFrame frame, Clock::time_point now) {
     if (frames.empty()) since = now;
@@ -15,13 +15,13 @@ void FrameQueue::push(SharedFrame frame, Clock::time_point now) {
     drop_above_limits();
 }
 
-FrameQueue::Turn FrameQueue::begin_turn(std::size_t max_frames) {
+FrameQueue::Turn FrameQueue::begin_turn(size_t max_frames) {
     held = std::min(max_frames, frames.size());
     const auto end = frames.begin() + static_cast<std::ptrdiff_t>(held);
     return {std::vector<SharedFrame>(frames.begin(), end), first_taken};
 }
 
-void FrameQueue::end_turn(std::size_t taken, Clock::time_point now) {
+void FrameQueue::end_turn(size_t taken, Clock::time_point now) {
     sent_bytes += taken;
     first_taken += taken;
     while (!frames.empty() && first_taken >= frames.front()->size()) {
@@ -37,20 +37,20 @@ void FrameQueue::end_turn(std::size_t taken, Clock::time_point now) {
 
 void FrameQueue::drop_above_limits() {
     while (frames.size() - held > limit) drop(held);
-    const std::size_t outgoing = std::max<std::size_t>(held, 1);
+    const size_t outgoing = std::max<size_t>(held, 1);
     while (frames.size() > outgoing + 1 && bytes_behind(outgoing) > byte_limit) drop(outgoing);
 }
 
-void FrameQueue::drop(std::size_t index) {
+void FrameQueue::drop(size_t index) {
     const auto frame = frames.begin() + static_cast<std::ptrdiff_t>(index);
     bytes -= (*frame)->size();
     frames.erase(frame);
     ++dropped;
 }
 
-std::size_t FrameQueue::bytes_behind(std::size_t count) const {
-    std::size_t behind = bytes;
-    for (std::size_t i = 0; i < count; ++i) behind -= frames[i]->size();
+size_t FrameQueue::bytes_behind(size_t count) const {
+    size_t behind = bytes;
+    for (size_t i = 0; i < count; ++i) behind -= frames[i]->size();
     return behind;
 }
 
@@ -58,7 +58,7 @@ bool FrameQueue::empty() const noexcept {
     return frames.empty();
 }
 
-std::size_t FrameQueue::size() const noexcept {
+size_t FrameQueue::size() const noexcept {
     return frames.size();
 }
 

@@ -33,7 +33,7 @@ public:
     /** The next bytes for the client: `frames` in order, without the first `skipped` bytes. */
     struct Turn {
         std::vector<SharedFrame> frames;
-        std::size_t skipped = 0;
+        size_t skipped = 0;
     };
 
     /**
@@ -41,20 +41,20 @@ public:
      * @param byte_limit the bytes of the frames behind the one that goes out, at most; 0 lets one
      *        frame wait there.
      */
-    FrameQueue(std::size_t limit, std::size_t byte_limit);
+    FrameQueue(size_t limit, size_t byte_limit);
 
     /** Appends a frame. What is above a limit then is dropped, the oldest first. */
     void push(SharedFrame frame, Clock::time_point now);
 
     /** What to write next: no more than `max_frames` frames, none when no frame waits. */
-    Turn begin_turn(std::size_t max_frames);
+    Turn begin_turn(size_t max_frames);
 
     /** Ends the turn in which the client took `taken` bytes, or none. */
-    void end_turn(std::size_t taken, Clock::time_point now);
+    void end_turn(size_t taken, Clock::time_point now);
 
     bool empty() const noexcept;
     /** The number of frames that the client has not got whole. */
-    std::size_t size() const noexcept;
+    size_t size() const noexcept;
 
     /** Since when frames have waited without one being handed over whole; meaningless if empty().
      */
@@ -66,15 +66,15 @@ public:
 
 private:
     void drop_above_limits();
-    void drop(std::size_t index);
-    std::size_t bytes_behind(std::size_t count) const;
+    void drop(size_t index);
+    size_t bytes_behind(size_t count) const;
 
-    std::size_t limit;
-    std::size_t byte_limit;
+    size_t limit;
+    size_t byte_limit;
     std::deque<SharedFrame> frames;
-    std::size_t bytes = 0;        // of all frames
-    std::size_t held = 0;         // frames at the front that are being written and stay
-    std::size_t first_taken = 0;  // bytes of the front frame that the client has got
+    size_t bytes = 0;        // of all frames
+    size_t held = 0;         // frames at the front that are being written and stay
+    size_t first_taken = 0;  // bytes of the front frame that the client has got
     Clock::time_point since;
     uint64_t sent = 0;
     uint64_t sent_bytes = 0;

@@ -35,7 +35,7 @@ std::optional<std::string> StreamParser::next() {
     if (found || !magic_is_right() || pending() < kStreamHeaderSize) return std::nullopt;
     const uint32_t length = read_le32(bytes.data() + begin + 4);
     if (!length_is_right(length)) return std::nullopt;
-    const std::size_t size = kStreamHeaderSize + length;
+    const size_t size = kStreamHeaderSize + length;
     if (pending() < size) return std::nullopt;
     std::string frame = bytes.substr(begin, size);
     begin += size;
@@ -64,7 +64,7 @@ std::optional<StreamFault> const& StreamParser::fault() const noexcept {
     return found;
 }
 
-std::size_t StreamParser::pending() const noexcept {
+size_t StreamParser::pending() const noexcept {
     return bytes.size() - begin;
 }
 

@@ -47,7 +47,7 @@ public:
     std::optional<StreamFault> const& fault() const noexcept;
 
     /** The number of bytes that belong to a frame that is not whole yet; 0 between two frames. */
-    std::size_t pending() const noexcept;
+    size_t pending() const noexcept;
 
     /** The number of bytes that next() has returned. */
     uint64_t offset() const noexcept;
@@ -61,7 +61,7 @@ private:
 
     uint32_t max_payload;
     std::string bytes;
-    std::size_t begin = 0;  // of the next frame, in `bytes`
+    size_t begin = 0;  // of the next frame, in `bytes`
     uint64_t stream_offset = 0;
     std::optional<StreamFault> found;
 };

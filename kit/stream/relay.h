@@ -13,15 +13,15 @@ struct RelayOptions {
     /** Where clients connect: the path of a UNIX stream socket. */
     std::string socket_path;
     /** The number of frames that wait for one client at most; 0 counts as 1. */
-    std::size_t queue_frames = 64;
+    size_t queue_frames = 64;
     /** A client for which frames wait this long without one of them going out whole is dropped;
      * 0 or less: never. */
     std::chrono::milliseconds stuck_after{2000};
     /** How many clients are connected at a time at most; 0 counts as 1. */
-    std::size_t most_clients = 65536;
+    size_t most_clients = 65536;
     /** The bytes of the frames that wait for one client behind the one that goes out, at most. A
      * frame is queued whatever its size when nothing else waits there. */
-    std::size_t queue_bytes = 8 * 1024 * 1024;
+    size_t queue_bytes = 8 * 1024 * 1024;
     /** How often the socket's file is looked after: where it is gone it is made anew. 0 or less:
      * never. */
     std::chrono::milliseconds look_after_every{5000};

@@ -15,7 +15,7 @@ namespace Kit {
 namespace {
 
 /** Frames that one write hands over; a client that takes them all does not keep others waiting. */
-constexpr std::size_t kFramesATurn = 16;
+constexpr size_t kFramesATurn = 16;
 
 /** Where the bytes that clients send go: written by the relay's thread and never looked at. */
 asio::mutable_buffer discarded() {
@@ -82,7 +82,7 @@ RelayClient::Written RelayClient::write_turn() {
     if (turn.frames.empty()) return Written::kEverything;
     const auto buffers = buffers_of(turn);
     std::error_code error;
-    const std::size_t bytes = socket.write_some(buffers, error);
+    const size_t bytes = socket.write_some(buffers, error);
     if (error && error != asio::error::would_block) return Written::kFailed;
     const std::lock_guard<std::mutex> guard(lock);
     queue.end_turn(bytes, FrameQueue::Clock::now());
@@ -133,7 +133,7 @@ bool RelayClient::is_stuck() {
 
 void RelayClient::discard_input() {
     socket.async_read_some(
-        discarded(), [self = shared_from_this()](std::error_code const& error, std::size_t) {
+        discarded(), [self = shared_from_this()](std::error_code const& error, size_t) {
             if (error == asio::error::operation_aborted || !self->socket.is_open()) return;
             if (error == asio::error::eof) return self->watch_for_hang_up();
             if (error) return self->depart(Departure::kGone);

@@ -152,7 +152,7 @@ void RelayServer::accept_clients() {
 
 bool RelayServer::is_full() const {
     const std::lock_guard<std::mutex> guard(lock);
-    return clients.size() >= std::max<std::size_t>(options.most_clients, 1);
+    return clients.size() >= std::max<size_t>(options.most_clients, 1);
 }
 
 // The client stays in the backlog, where it would wake a plain wait at once and for ever.
@@ -229,7 +229,7 @@ void RelayServer::source_frame(std::string stream_frame) {
         const std::lock_guard<std::mutex> guard(lock);
         queue_frame(std::move(stream_frame));
     }
-    if (unflushed_frames >= std::max<std::size_t>(options.queue_frames / 2, 1) ||
+    if (unflushed_frames >= std::max<size_t>(options.queue_frames / 2, 1) ||
         unflushed_bytes >= options.queue_bytes / 2) {
         flush_clients();
     }

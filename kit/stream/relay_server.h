@@ -78,8 +78,8 @@ private:
     asio::steady_timer grace_timer{context};
     std::vector<std::shared_ptr<RelaySource>> sources;
     // Queued by sources since clients were flushed.
-    std::size_t unflushed_frames = 0;
-    std::size_t unflushed_bytes = 0;
+    size_t unflushed_frames = 0;
+    size_t unflushed_bytes = 0;
     bool accept_fails = false;
     bool stopping = false;
     std::thread thread;

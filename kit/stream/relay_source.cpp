@@ -12,7 +12,7 @@ namespace Kit {
 namespace {
 
 /** More than a socket holds: reading what is there ends although its writer goes on. */
-constexpr std::size_t kPiecesAtTheEnd = 256;
+constexpr size_t kPiecesAtTheEnd = 256;
 
 }  // namespace
 
@@ -33,9 +33,9 @@ void RelaySource::start() {
 }
 
 void RelaySource::finish() {
-    for (std::size_t i = 0; i < kPiecesAtTheEnd && descriptor.is_open(); ++i) {
+    for (size_t i = 0; i < kPiecesAtTheEnd && descriptor.is_open(); ++i) {
         std::error_code error;
-        const std::size_t size = descriptor.read_some(asio::buffer(piece), error);
+        const size_t size = descriptor.read_some(asio::buffer(piece), error);
         if (error == asio::error::would_block) break;
         if (error) return end(error);
         use_piece(size);
@@ -52,17 +52,16 @@ void RelaySource::close() {
 }
 
 void RelaySource::read_more() {
-    descriptor.async_read_some(
-        asio::buffer(piece),
-        [self = shared_from_this()](std::error_code const& error, std::size_t size) {
-            if (!self->descriptor.is_open()) return;
-            if (error) return self->end(error);
-            self->use_piece(size);
-            self->read_more();
-        });
+    descriptor.async_read_some(asio::buffer(piece), [self = shared_from_this()](
+                                                        std::error_code const& error, size_t size) {
+        if (!self->descriptor.is_open()) return;
+        if (error) return self->end(error);
+        self->use_piece(size);
+        self->read_more();
+    });
 }
 
-void RelaySource::use_piece(std::size_t size) {
+void RelaySource::use_piece(size_t size) {
     if (at_fault) return;
     parser.append({piece.data(), size});
     while (std::optional<std::string> frame = parser.next()) owner.source_frame(std::move(*frame));

@@ -51,7 +51,7 @@ public:
 private:
     void read_more();
     /** Passes on the frames among the first `size` bytes of `piece`. */
-    void use_piece(std::size_t size);
+    void use_piece(size_t size);
     void end(std::error_code const& error);
 
     Owner& owner;

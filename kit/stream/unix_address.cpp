@@ -7,7 +7,7 @@
 namespace Kit {
 
 UnixAddress::UnixAddress(std::string const& path) {
-    constexpr std::size_t kLongest = sizeof(address.sun_path) - 1;
+    constexpr size_t kLongest = sizeof(address.sun_path) - 1;
     if (path.empty()) throw InputError("the socket path is empty");
     if (path.size() > kLongest) {
         throw InputError(path + ": too long for a socket path, which has at most " +

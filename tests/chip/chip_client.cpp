@@ -36,13 +36,13 @@ void read_register(Chip& chip, std::string const& argument) {
 
 /** "write:ADDRESS=VALUE" */
 void write_register(Chip& chip, std::string const& argument) {
-    const std::size_t sign = argument.find('=');
+    const size_t sign = argument.find('=');
     chip.write_register(number(argument.substr(0, sign)), number(argument.substr(sign + 1)), 0);
 }
 
 /** "await:ADDRESS=VALUE" reads until the register has the value, within 10 s. */
 void await(Chip& chip, std::string const& argument) {
-    const std::size_t sign = argument.find('=');
+    const size_t sign = argument.find('=');
     const int address = number(argument.substr(0, sign));
     const int value = number(argument.substr(sign + 1));
     for (int tries = 0; tries < 2000; ++tries) {
@@ -54,7 +54,7 @@ void await(Chip& chip, std::string const& argument) {
 
 /** "check:ADDRESS=VALUE" reads a register many times, which has to have the value each time. */
 void check(Chip& chip, std::string const& argument) {
-    const std::size_t sign = argument.find('=');
+    const size_t sign = argument.find('=');
     const int address = number(argument.substr(0, sign));
     const int value = number(argument.substr(sign + 1));
     for (int times = 0; times < 1000; ++times) {
@@ -64,7 +64,7 @@ void check(Chip& chip, std::string const& argument) {
 
 /** "measure:ADDRESS=TIMES" reads a register so many times and prints how long one took. */
 void measure(Chip& chip, std::string const& argument) {
-    const std::size_t sign = argument.find('=');
+    const size_t sign = argument.find('=');
     const int address = number(argument.substr(0, sign));
     const int times = number(argument.substr(sign + 1));
     const auto start = std::chrono::steady_clock::now();
@@ -159,7 +159,7 @@ void note_interrupts() {
 }
 
 void step(Chip& chip, std::string const& text) {
-    const std::size_t colon = text.find(':');
+    const size_t colon = text.find(':');
     const std::string verb = text.substr(0, colon);
     const std::string argument = colon == std::string::npos ? "" : text.substr(colon + 1);
     if (verb == "read") {

@@ -41,7 +41,7 @@ protected:
     /** How often `text` stands in what the process has printed. */
     static int count(Process const& process, std::string const& text) {
         int found = 0;
-        for (std::size_t at = process.output().find(text); at != std::string::npos;
+        for (size_t at = process.output().find(text); at != std::string::npos;
              at = process.output().find(text, at + text.size())) {
             ++found;
         }

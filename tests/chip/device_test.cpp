@@ -159,8 +159,8 @@ TEST_F(DeviceTest, AProgramOfAnotherUserMayNotOpenTheDevice) {
 TEST_F(DeviceTest, WithoutACommandItSaysHowItIsReached) {
     Process chip({PETRELRADAR_CHIP_PROGRAM});
     ASSERT_TRUE(chip.await_output("COMMAND\n"));
-    const std::size_t begin = chip.output().find("nsenter");
-    const std::size_t end = chip.output().find("COMMAND");
+    const size_t begin = chip.output().find("nsenter");
+    const size_t end = chip.output().find("COMMAND");
     const std::string line =
         chip.output().substr(begin, end - begin) + client_text({"read:0x0000"});
     EXPECT_EQ(run({"sh", "-c", line}).output, "0x31445250\n");

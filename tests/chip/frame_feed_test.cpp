@@ -35,7 +35,7 @@ public:
 private:
     std::vector<uint64_t> times_;
     int& rewinds_;
-    std::size_t next_ = 0;
+    size_t next_ = 0;
 };
 
 /** Two frames 10 ms apart, then damage. */

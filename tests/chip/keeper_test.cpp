@@ -34,7 +34,7 @@ protected:
         waitpid(keeper, &status, 0);
         std::array<char, 256> buffer = {};
         const ssize_t size = read(ends[0], buffer.data(), buffer.size());
-        output_.assign(buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+        output_.assign(buffer.data(), size > 0 ? static_cast<size_t>(size) : 0);
         close(ends[0]);
         return Chip::exit_status(status);
     }

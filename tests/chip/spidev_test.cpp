@@ -143,7 +143,7 @@ TEST_F(SpidevTest, ABadReceiveBufferIsAFaultAfterTheTransfer) {
 }
 
 TEST_F(SpidevTest, ABufferThatRunsIntoAHoleIsAFault) {
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     void* pages =
         mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(pages, MAP_FAILED);

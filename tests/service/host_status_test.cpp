@@ -118,7 +118,7 @@ TEST_F(HostStatusTest, MissingDataIsAFailure) {
 TEST_F(HostStatusTest, MissingDataIsOverWhenDataArriveAgain) {
     // A silence of 1.5 s, then a frame every 0.15 s.
     std::vector<RO::RadarObjects> frames = frames_of(40, 30000);
-    for (std::size_t i = 1; i < frames.size(); ++i) {
+    for (size_t i = 1; i < frames.size(); ++i) {
         frames[i].set_timestamp(frames[i].timestamp() + 300000);
     }
     test_support::write_file(kLog, service_test::log_of(frames));

@@ -103,8 +103,8 @@ protected:
     void expect_every_frame_in_order(int count) {
         for (auto const& client : good_) {
             const auto frames = next_frames(*client, count);
-            ASSERT_EQ(frames.size(), static_cast<std::size_t>(count));
-            for (std::size_t i = 1; i < frames.size(); ++i) {
+            ASSERT_EQ(frames.size(), static_cast<size_t>(count));
+            for (size_t i = 1; i < frames.size(); ++i) {
                 ASSERT_EQ(frames[i].timestamp() - frames[i - 1].timestamp(), 5000U) << i;
             }
         }

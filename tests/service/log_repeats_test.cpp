@@ -67,7 +67,7 @@ TEST_F(LogRepeatsTest, TheRestIsWhatWasHeldBackAndNotToldOf) {
 }
 
 TEST_F(LogRepeatsTest, MessagesBeyondThoseThatAreRememberedPass) {
-    for (std::size_t i = 0; i < LogRepeats::kMostMessages; ++i) pass(std::to_string(i));
+    for (size_t i = 0; i < LogRepeats::kMostMessages; ++i) pass(std::to_string(i));
     EXPECT_THAT(pass("full\n"), testing::SizeIs(1));
     EXPECT_THAT(pass("full\n"), testing::SizeIs(1));
 }

@@ -30,7 +30,7 @@ protected:
     std::string received() const {
         char message[1024];
         const ssize_t size = recv(manager_.get(), message, sizeof(message), MSG_DONTWAIT);
-        return size > 0 ? std::string(message, static_cast<std::size_t>(size)) : "";
+        return size > 0 ? std::string(message, static_cast<size_t>(size)) : "";
     }
 
     Kit::FileDescriptor manager_;

@@ -12,9 +12,9 @@ namespace {
 using Service::FrameConditions;
 
 /** The word of 4 bytes at place `index` of the record. */
-uint32_t word(std::string const& record, std::size_t index) {
+uint32_t word(std::string const& record, size_t index) {
     uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
+    for (size_t i = 0; i < 4; ++i) {
         value |= uint32_t{static_cast<unsigned char>(record.at(4 * index + i))} << (8 * i);
     }
     return value;

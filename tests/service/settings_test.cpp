@@ -92,7 +92,7 @@ TEST_F(SettingsTest, ObjectsAreRecordedUnlessTheSettingsSayOtherwise) {
 
 TEST_F(SettingsTest, EveryKeyOfEveryRecorderIsHandedOver) {
     std::string content = "[Radar]\n";
-    std::size_t keys = 0;
+    size_t keys = 0;
     for (std::string const prefix : {"FileWriter", "DataFileWriter", "DiagnosticFileWriter"}) {
         for (char const* const name :
              {"Enabled", "FileTime", "Location", "MaxFileCount", "MaxFileSize"}) {

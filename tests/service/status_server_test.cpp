@@ -82,7 +82,7 @@ TEST_F(StatusServerTest, AReaderThatReadsLateStillGetsTheWholeDocument) {
         char bytes[65536];
         const ssize_t size = ::read(slow.get(), bytes, sizeof(bytes));
         ASSERT_GT(size, 0);
-        read.append(bytes, static_cast<std::size_t>(size));
+        read.append(bytes, static_cast<size_t>(size));
         serve();
     }
     EXPECT_EQ(read + read_to_end(slow), document);

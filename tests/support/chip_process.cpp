@@ -32,7 +32,7 @@ void take(Kit::FileDescriptor& fd, std::string& text) {
         fd.reset();
         return;
     }
-    text.append(buffer.data(), static_cast<std::size_t>(size));
+    text.append(buffer.data(), static_cast<size_t>(size));
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ void send_all(int fd, std::string_view left) {
     while (!left.empty()) {
         const ssize_t size = send(fd, left.data(), left.size(), MSG_NOSIGNAL);
         if (size <= 0) return;  // the reader has gone
-        left.remove_prefix(static_cast<std::size_t>(size));
+        left.remove_prefix(static_cast<size_t>(size));
     }
 }
 

@@ -105,7 +105,7 @@ std::string HostProcess::await_notification(std::string const& text,
         }
         char message[1024];
         const ssize_t size = recv(notifications_.get(), message, sizeof(message), 0);
-        const std::string received(message, size > 0 ? static_cast<std::size_t>(size) : 0);
+        const std::string received(message, size > 0 ? static_cast<size_t>(size) : 0);
         if (received.find(text) != std::string::npos) return received;
     }
     return "";
@@ -178,7 +178,7 @@ std::string read_to_end(Kit::FileDescriptor const& stream) {
         char bytes[4096];
         const ssize_t size = wait.revents != 0 ? read(stream.get(), bytes, sizeof(bytes)) : 0;
         if (size <= 0) return text;
-        text.append(bytes, static_cast<std::size_t>(size));
+        text.append(bytes, static_cast<size_t>(size));
     }
 }
 

@@ -38,7 +38,7 @@ public:
     Redirection& operator=(Redirection const&) = delete;
 
 private:
-    static std::size_t index(int stream) { return static_cast<std::size_t>(stream); }
+    static size_t index(int stream) { return static_cast<size_t>(stream); }
 
     std::array<int, 3> kept = {};
 };

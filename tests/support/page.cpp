@@ -11,7 +11,7 @@ namespace test_support {
 std::string code_block(std::string const& page, std::string const& kind, int number) {
     const std::string text = read_file(PETRELRADAR_SOURCE_DIR "/docs/" + page);
     const std::string opening = "```" + kind + "\n";
-    std::size_t begin = text.find(opening);
+    size_t begin = text.find(opening);
     for (; number > 0 && begin != std::string::npos; --number) {
         begin = text.find(opening, begin + 1);
     }
@@ -23,7 +23,7 @@ std::string code_block(std::string const& page, std::string const& kind, int num
     return text.substr(begin, text.find("```\n", begin) - begin);
 }
 
-std::string bytes_of_dump(std::string const& dump, std::size_t width) {
+std::string bytes_of_dump(std::string const& dump, size_t width) {
     std::istringstream lines(dump);
     std::string bytes;
     for (std::string line; std::getline(lines, line);) {

@@ -11,6 +11,6 @@ std::string code_block(std::string const& page, std::string const& kind, int num
  * The bytes of a dump, after a check that each line stands at the offset that it says: four digits,
  * and from column 6 on `width` characters with pairs of digits.
  */
-std::string bytes_of_dump(std::string const& dump, std::size_t width);
+std::string bytes_of_dump(std::string const& dump, size_t width);
 
 }  // namespace test_support

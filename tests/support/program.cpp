@@ -59,7 +59,7 @@ void read_into(int& fd, std::string& text) {
     char bytes[4096];
     const ssize_t size = read(fd, bytes, sizeof(bytes));
     if (size > 0) {
-        text.append(bytes, static_cast<std::size_t>(size));
+        text.append(bytes, static_cast<size_t>(size));
     } else {
         close(fd);  // the end; EIO for a terminal that the program has left
         fd = -1;

@@ -10,23 +10,23 @@ namespace test_support {
 /** Numbers that are the same in every run. */
 class Random {
 public:
-    explicit Random(std::uint32_t seed) : engine(seed) {}
+    explicit Random(uint32_t seed) : engine(seed) {}
 
-    std::uint32_t operator()() { return static_cast<std::uint32_t>(engine()); }
+    uint32_t operator()() { return static_cast<uint32_t>(engine()); }
 
     /** A number below `limit`. */
-    std::uint32_t below(std::uint32_t limit) { return (*this)() % limit; }
+    uint32_t below(uint32_t limit) { return (*this)() % limit; }
 
 private:
     std::mt19937 engine;
 };
 
 /** A frame as radars produce them, of up to `most` targets, in which many a field is zero. */
-inline RO::RadarObjects random_frame(Random& random, std::uint32_t most) {
+inline RO::RadarObjects random_frame(Random& random, uint32_t most) {
     RO::RadarObjects frame;
     frame.set_magic(29061378);
-    frame.set_timestamp(static_cast<std::uint64_t>(random()) << random.below(33));
-    for (std::uint32_t i = random.below(most + 1); i > 0; --i) {
+    frame.set_timestamp(static_cast<uint64_t>(random()) << random.below(33));
+    for (uint32_t i = random.below(most + 1); i > 0; --i) {
         RO::TargetData& target = *frame.add_targets();
         if (random.below(4) != 0) target.set_rcs(static_cast<float>(random.below(500)) / -8);
         if (random.below(4) != 0) target.set_r(static_cast<float>(random.below(1000)) / 16);

@@ -14,20 +14,20 @@ namespace {
 
 constexpr uint32_t kFrameMagic = 29061378;
 constexpr uint32_t kFileMagic = 0xBADABADA;
-constexpr std::size_t kFileHeaderSize = 40;
-constexpr std::size_t kFrameCounterOffset = 36;
-constexpr std::size_t kRecordHeaderSize = 8;
+constexpr size_t kFileHeaderSize = 40;
+constexpr size_t kFrameCounterOffset = 36;
+constexpr size_t kRecordHeaderSize = 8;
 
-uint32_t word_at(std::string const& bytes, std::size_t offset) {
+uint32_t word_at(std::string const& bytes, size_t offset) {
     uint32_t word = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
+    for (size_t i = 0; i < 4; ++i) {
         word |= uint32_t{static_cast<unsigned char>(bytes[offset + i])} << (8 * i);
     }
     return word;
 }
 
 /** Names end in DDMMYY_HHMMSS_mmm: what sorts as text within one year sorts by time. */
-std::string sort_key(std::string const& name, std::size_t prefix_size) {
+std::string sort_key(std::string const& name, size_t prefix_size) {
     const std::string date = name.substr(prefix_size + 1);
     return date.substr(4, 2) + date.substr(2, 2) + date.substr(0, 2) + date.substr(6);
 }
@@ -59,7 +59,7 @@ std::vector<RO::RadarObjects> frames_of(int count, uint64_t step_us) {
 std::string log_of(std::vector<RO::RadarObjects> const& frames) {
     std::ostringstream log;
     log << "frame_index,timestamp_us,rcs,r,rdot,theta,options,snr\n";
-    for (std::size_t i = 0; i < frames.size(); ++i) {
+    for (size_t i = 0; i < frames.size(); ++i) {
         for (RO::TargetData const& target : frames[i].targets()) {
             log << i << "," << frames[i].timestamp() << "," << target.rcs() << "," << target.r()
                 << "," << target.rdot() << "," << target.theta() << "," << target.options() << ","
@@ -87,7 +87,7 @@ Recording read_recording(std::string const& path) {
         return recording;
     }
     recording.frame_counter = word_at(bytes, kFrameCounterOffset);
-    std::size_t offset = kFileHeaderSize;
+    size_t offset = kFileHeaderSize;
     while (bytes.size() - offset >= kRecordHeaderSize) {
         const uint32_t length = word_at(bytes, offset + 4);
         if (bytes.size() - offset - kRecordHeaderSize < length) break;

@@ -12,7 +12,7 @@ ShellOutcome run_in_shell(std::string const& command) {
     FILE* const shell = popen((command + " 2>&1").c_str(), "re");
     if (shell == nullptr) return outcome;
     std::array<char, 4096> piece;
-    for (std::size_t size = 1; size > 0;) {
+    for (size_t size = 1; size > 0;) {
         size = std::fread(piece.data(), 1, piece.size(), shell);
         outcome.text.append(piece.data(), size);
     }

@@ -37,9 +37,9 @@ std::set<std::string> words_of_code() {
 }
 
 TEST(CommandLinePageTest, HasARowForEveryVerbInTheOrderOfTheHelp) {
-    std::size_t position = 0;
+    size_t position = 0;
     for (Tools::Verb const& verb : Tools::all_verbs()) {
-        const std::size_t row = page().find("\n| `" + verb.name + "` | ");
+        const size_t row = page().find("\n| `" + verb.name + "` | ");
         ASSERT_NE(row, std::string::npos) << verb.name;
         EXPECT_GT(row, position) << verb.name;
         position = row;
@@ -67,7 +67,7 @@ std::string anchor(std::string const& heading) {
 bool has_heading(std::string const& text, std::string const& wanted) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        const std::size_t begin = line.find_first_not_of('#');
+        const size_t begin = line.find_first_not_of('#');
         if (begin == 0 || begin == std::string::npos || line[begin] != ' ') continue;
         if (anchor(line.substr(begin + 1)) == wanted) return true;
     }

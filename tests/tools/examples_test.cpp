@@ -111,11 +111,10 @@ std::optional<std::string> sign_of_endless(std::string const& command) {
     return prints ? std::optional<std::string>("") : std::nullopt;
 }
 
-std::string recording(int count, std::uint64_t step_us, std::uint64_t begin = kBegin,
-                      float range = 2) {
+std::string recording(int count, uint64_t step_us, uint64_t begin = kBegin, float range = 2) {
     std::vector<std::string> frames;
     for (int i = 0; i < count; ++i) {
-        const auto number = static_cast<std::uint64_t>(i);
+        const auto number = static_cast<uint64_t>(i);
         frames.push_back(tools_test::frame(begin + number * step_us, {{range, 0.5F, 0.1F}}));
     }
     return tools_test::recording(frames);
@@ -194,7 +193,7 @@ protected:
 
     /** One example's output has the name of what another one reads. */
     static void remove_output() {
-        const std::size_t option = command().find(" -o ");
+        const size_t option = command().find(" -o ");
         if (option != std::string::npos) fs::remove_all(command().substr(option + 4));
     }
 

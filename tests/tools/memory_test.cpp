@@ -67,11 +67,11 @@ protected:
 };
 
 TEST_P(RecordingMemoryTest, IsBoundedWhateverTheFilesSize) {
-    constexpr std::uint32_t kFrames = 24000;
+    constexpr uint32_t kFrames = 24000;
     const std::string unknown = "\x22\x80\x10" + std::string(2048, 'x');  // a field of 2 KiB
     std::ofstream file(kPath, std::ios::binary);
     file << header(kFrames);
-    for (std::uint64_t i = 0; i < kFrames; ++i) {
+    for (uint64_t i = 0; i < kFrames; ++i) {
         file << record(frame(1747301407000000 + i * 33333, 10) + unknown);
     }
     file.close();
@@ -82,13 +82,13 @@ TEST_P(RecordingMemoryTest, IsBoundedWhateverTheFilesSize) {
  */
 void write_largest_record(std::ostream& file) {
     std::string begin = frame(1747301407000000) + "\x22";  // a field that nobody knows
-    const std::size_t rest = Kit::kLargestPayload - begin.size() - 4;
+    const size_t rest = Kit::kLargestPayload - begin.size() - 4;
     for (int shift = 0; shift < 28; shift += 7) {
         begin += static_cast<char>((rest >> shift & 0x7F) | (shift < 21 ? 0x80 : 0));
     }
     const std::string kilobyte(1024, 'x');
     file << word(0xFEED0007) << word(Kit::kLargestPayload) << begin;
-    for (std::size_t i = 0; i < rest / 1024; ++i) file << kilobyte;
+    for (size_t i = 0; i < rest / 1024; ++i) file << kilobyte;
     file << kilobyte.substr(0, rest % 1024);
 }
 

@@ -53,7 +53,7 @@ inline const VerbRow kVerbs[] = {
 };
 
 inline std::string good_frame(int number) {
-    return frame(kBegin + static_cast<std::uint64_t>(number) * 50000, {{2, 0.5F, 0}});
+    return frame(kBegin + static_cast<uint64_t>(number) * 50000, {{2, 0.5F, 0}});
 }
 
 /** A recording of the frames from `first` to before `end`. */

@@ -44,8 +44,8 @@ const std::set<std::string> kOthers = {"completion", "listen", "regs", "settings
 
 std::string damaged_recording() {
     std::string bytes = good_recording();
-    const std::size_t third = 40 + 2 * record(good_frame(0)).size();
-    for (std::size_t i = 0; i < 20; ++i) bytes[third + i] = '\xA5';
+    const size_t third = 40 + 2 * record(good_frame(0)).size();
+    for (size_t i = 0; i < 20; ++i) bytes[third + i] = '\xA5';
     return bytes;
 }
 

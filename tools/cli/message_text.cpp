@@ -4,7 +4,7 @@ namespace Tools {
 
 std::string printable(std::string_view text) {
     std::string shown(text);
-    for (std::size_t i = 0; i < shown.size(); ++i) {
+    for (size_t i = 0; i < shown.size(); ++i) {
         const auto byte = static_cast<unsigned char>(shown[i]);
         const auto next = static_cast<unsigned char>(i + 1 < shown.size() ? shown[i + 1] : '\0');
         // In UTF-8 a second set of control characters takes two bytes.
@@ -19,7 +19,7 @@ std::string in_quotes(std::string_view word) {
     return "'" + printable(word) + "'";
 }
 
-std::string counted(std::uint64_t count, std::string const& what) {
+std::string counted(uint64_t count, std::string const& what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 

@@ -14,7 +14,7 @@ std::string printable(std::string_view text);
 std::string in_quotes(std::string_view word);
 
 /** A number of things: "1 frame", "2 frames". */
-std::string counted(std::uint64_t count, std::string const& what);
+std::string counted(uint64_t count, std::string const& what);
 
 /** The words with `between` between them. */
 std::string joined(std::vector<std::string> const& words, std::string const& between);

@@ -17,11 +17,11 @@ std::mutex lock;  // of the line and of the order of what is written
 std::string line;
 
 void write_all(std::string const& text) {
-    for (std::size_t written = 0; written < text.size();) {
+    for (size_t written = 0; written < text.size();) {
         const ssize_t result = write(STDERR_FILENO, text.data() + written, text.size() - written);
         if (result < 0 && errno == EINTR) continue;
         if (result <= 0) return;
-        written += static_cast<std::size_t>(result);
+        written += static_cast<size_t>(result);
     }
 }
 

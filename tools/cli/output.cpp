@@ -14,7 +14,7 @@ namespace Tools {
 
 namespace {
 
-constexpr std::size_t kPieceSize = 65536;
+constexpr size_t kPieceSize = 65536;
 
 constexpr int kPatienceMilliseconds = 500;
 
@@ -56,7 +56,7 @@ void Output::put(std::string_view left) const {
         const std::string_view piece = next_piece(descriptor, left);
         const ssize_t written = ::write(descriptor, piece.data(), piece.size());
         if (written >= 0) {
-            left.remove_prefix(static_cast<std::size_t>(written));
+            left.remove_prefix(static_cast<size_t>(written));
         } else if (errno == EPIPE) {
             throw OutputClosed();
         } else if (errno == EAGAIN) {

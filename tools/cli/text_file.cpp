@@ -41,7 +41,7 @@ std::string read_to_end(int fd, std::string const& name) {
         if (size < 0 && errno == EINTR && !was_interrupted()) continue;
         if (size < 0) fail(name, std::strerror(errno));
         if (size == 0) return text;
-        text.append(piece.data(), static_cast<std::size_t>(size));
+        text.append(piece.data(), static_cast<size_t>(size));
         if (text.size() > kLargestTextFile) fail(name, "larger than 16 MiB");
     }
 }

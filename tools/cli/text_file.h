@@ -5,7 +5,7 @@
 namespace Tools {
 
 /** Text files that a person wrote are not larger, in bytes: maps, dumps, settings. */
-constexpr std::size_t kLargestTextFile = 16U << 20;
+constexpr size_t kLargestTextFile = 16U << 20;
 
 /**
  * Returns what the regular file `path` holds. Never waits, as opening a FIFO would.

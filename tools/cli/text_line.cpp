@@ -67,7 +67,7 @@ void for_each_line(std::string const& name, std::string const& text,
                    std::function<void(TextLine&, int)> const& use) {
     std::string_view left = text;
     for (int number = 1; !left.empty(); ++number) {
-        const std::size_t end = std::min(left.find('\n'), left.size());
+        const size_t end = std::min(left.find('\n'), left.size());
         TextLine line(left.substr(0, end), printable(name) + ":" + std::to_string(number));
         left.remove_prefix(std::min(end + 1, left.size()));
         if (!line.is_empty()) use(line, number);

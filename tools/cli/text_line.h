@@ -40,9 +40,9 @@ private:
 
     std::string_view text;
     std::string place;
-    std::size_t end;
-    std::size_t position = 0;
-    std::size_t begin = 0;  // of the word that was taken last
+    size_t end;
+    size_t position = 0;
+    size_t begin = 0;  // of the word that was taken last
 };
 
 /** Calls `use` with every line of `text` that is not empty, and its number, from 1 on. */

@@ -25,16 +25,16 @@ std::string date_text(std::time_t seconds) {
 
 }  // namespace
 
-std::string utc_text(std::uint64_t us) {
+std::string utc_text(uint64_t us) {
     return date_text(static_cast<std::time_t>(us / 1000000)) +
            formatted(".%06dZ", static_cast<int>(us % 1000000));
 }
 
-std::string utc_text_of_seconds(std::int64_t seconds) {
+std::string utc_text_of_seconds(int64_t seconds) {
     return date_text(static_cast<std::time_t>(seconds)) + "Z";
 }
 
-bool looks_like_date(std::uint64_t us) {
+bool looks_like_date(uint64_t us) {
     return us >= 100000000000000 && us < 10000000000000000;
 }
 

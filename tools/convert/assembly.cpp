@@ -11,10 +11,10 @@ namespace Tools {
 
 namespace {
 
-constexpr std::uint64_t kUsInS = 1000000;
+constexpr uint64_t kUsInS = 1000000;
 
 /** What a recorder writes when nothing is set: medium sensitivity. */
-constexpr std::int32_t kMediumSensitivity = 1;
+constexpr int32_t kMediumSensitivity = 1;
 
 /** What the headers say of the installation. */
 std::string installation_text(Kit::RecordingHeader const& header) {
@@ -34,12 +34,12 @@ bool same_installation(Kit::RecordingHeader const& left, Kit::RecordingHeader co
 }
 
 /** The time of a frame in s since 1970, when it is one that a header can have. */
-std::optional<std::int32_t> seconds_of(std::uint64_t timestamp) {
-    const std::uint64_t seconds = timestamp / kUsInS;
-    if (!looks_like_date(timestamp) || seconds > std::numeric_limits<std::int32_t>::max()) {
+std::optional<int32_t> seconds_of(uint64_t timestamp) {
+    const uint64_t seconds = timestamp / kUsInS;
+    if (!looks_like_date(timestamp) || seconds > std::numeric_limits<int32_t>::max()) {
         return std::nullopt;
     }
-    return static_cast<std::int32_t>(seconds);
+    return static_cast<int32_t>(seconds);
 }
 
 Kit::RecordingHeader made_up_header(InputFrame const& frame) {
@@ -71,7 +71,7 @@ void RecordingAssembly::add(FrameInput const& input,
                             DamageReport& report) {
     InputFrame const& frame = input.frame();
     // A stream has none.
-    const std::uint32_t frame_tag = frame.tag == 0 ? Kit::kRecordTag : frame.tag;
+    const uint32_t frame_tag = frame.tag == 0 ? Kit::kRecordTag : frame.tag;
     if (!recording) {
         begin(input, header);
         tag = frame_tag;

@@ -37,7 +37,7 @@ public:
     /** Completes the recording. Without a frame there is none. */
     void finish();
 
-    std::uint64_t frames() const { return recording ? recording->records() : 0; }
+    uint64_t frames() const { return recording ? recording->records() : 0; }
 
 private:
     void begin(FrameInput const& input, std::optional<Kit::RecordingHeader> const& header);
@@ -48,7 +48,7 @@ private:
     std::unique_ptr<RecordingOutput> recording;
     Kit::RecordingHeader begun_with;
     std::set<std::string> told;  // headers that are lost
-    std::uint32_t tag = 0;
+    uint32_t tag = 0;
 };
 
 /** The header that an input's frames come under, as far as it was read. */

@@ -10,22 +10,22 @@ namespace Tools {
 namespace {
 
 /** Bytes that are taken in one step, each with a table of its own. */
-constexpr std::size_t kStep = 8;
+constexpr size_t kStep = 8;
 
-using Table = std::array<std::uint32_t, 256>;
+using Table = std::array<uint32_t, 256>;
 
 /** Table n has what a byte does to the checksum with n more bytes behind it. */
 constexpr std::array<Table, kStep> make_tables() {
-    constexpr std::uint32_t kPolynomial = 0xEDB88320;
+    constexpr uint32_t kPolynomial = 0xEDB88320;
     std::array<Table, kStep> tables = {};
-    for (std::uint32_t byte = 0; byte < 256; ++byte) {
-        std::uint32_t value = byte;
+    for (uint32_t byte = 0; byte < 256; ++byte) {
+        uint32_t value = byte;
         for (int bit = 0; bit < 8; ++bit) value = value >> 1 ^ (value & 1) * kPolynomial;
         tables[0][byte] = value;
     }
-    for (std::size_t n = 1; n < kStep; ++n) {
-        for (std::size_t byte = 0; byte < 256; ++byte) {
-            const std::uint32_t value = tables[n - 1][byte];
+    for (size_t n = 1; n < kStep; ++n) {
+        for (size_t byte = 0; byte < 256; ++byte) {
+            const uint32_t value = tables[n - 1][byte];
             tables[n][byte] = value >> 8 ^ tables[0][value & 0xFF];
         }
     }
@@ -38,8 +38,8 @@ constexpr std::array<Table, kStep> kTables = make_tables();
 
 void Crc32::add(std::string_view bytes) {
     while (bytes.size() >= kStep) {
-        const std::uint32_t low = state ^ Kit::read_word(bytes);
-        const std::uint32_t high = Kit::read_word(bytes.substr(4));
+        const uint32_t low = state ^ Kit::read_word(bytes);
+        const uint32_t high = Kit::read_word(bytes.substr(4));
         state = 0;
         for (unsigned i = 0; i < 4; ++i) {
             state ^= kTables[7 - i][low >> 8 * i & 0xFF] ^ kTables[3 - i][high >> 8 * i & 0xFF];

@@ -11,10 +11,10 @@ public:
     void add(std::string_view bytes);
 
     /** Of all bytes so far. */
-    std::uint32_t value() const { return ~state; }
+    uint32_t value() const { return ~state; }
 
 private:
-    std::uint32_t state = 0xFFFFFFFF;
+    uint32_t state = 0xFFFFFFFF;
 };
 
 }  // namespace Tools

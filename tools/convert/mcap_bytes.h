@@ -12,16 +12,16 @@ class McapBytes {
 public:
     using Texts = std::map<std::string, std::string>;
 
-    void add_u8(std::uint8_t value) { add_number(value, 1); }
-    void add_u16(std::uint16_t value) { add_number(value, 2); }
-    void add_u32(std::uint32_t value) { add_number(value, 4); }
-    void add_u64(std::uint64_t value) { add_number(value, 8); }
+    void add_u8(uint8_t value) { add_number(value, 1); }
+    void add_u16(uint16_t value) { add_number(value, 2); }
+    void add_u32(uint32_t value) { add_number(value, 4); }
+    void add_u64(uint64_t value) { add_number(value, 8); }
 
     void add(std::string_view more) { bytes += more; }
 
     /** A text, or anything else that has a length of 4 bytes in front. */
     void add_text(std::string_view text) {
-        add_u32(static_cast<std::uint32_t>(text.size()));
+        add_u32(static_cast<uint32_t>(text.size()));
         bytes += text;
     }
 
@@ -35,12 +35,12 @@ public:
     }
 
     std::string_view view() const { return bytes; }
-    std::size_t size() const { return bytes.size(); }
+    size_t size() const { return bytes.size(); }
     bool empty() const { return bytes.empty(); }
     void clear() { bytes.clear(); }
 
 private:
-    void add_number(std::uint64_t value, int width) {
+    void add_number(uint64_t value, int width) {
         for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> 8 * i & 0xFF);
     }
 

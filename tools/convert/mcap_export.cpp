@@ -17,7 +17,7 @@ constexpr char kEncoding[] = "protobuf";
 constexpr char kTopic[] = "/radar/objects";
 constexpr char kHeaderMetadata[] = "radar_recording";
 
-constexpr std::uint64_t kNsInUs = 1000;
+constexpr uint64_t kNsInUs = 1000;
 
 /** The schema of frames, as protobuf libraries exchange it. */
 std::string descriptor_set() {
@@ -56,7 +56,7 @@ public:
     }
 
     void add_frame(InputFrame const& frame) override {
-        writer.add_message(channel_of(frame.tag), static_cast<std::uint32_t>(frame.number),
+        writer.add_message(channel_of(frame.tag), static_cast<uint32_t>(frame.number),
                            log_time_of(frame.timestamp), frame.payload);
     }
 
@@ -74,7 +74,7 @@ public:
     }
 
 private:
-    std::uint16_t channel_of(std::uint32_t tag) {
+    uint16_t channel_of(uint32_t tag) {
         const auto found = channels.find(tag);
         if (found != channels.end()) return found->second;
         McapWriter::Texts metadata;
@@ -82,17 +82,17 @@ private:
         return channels[tag] = writer.add_channel(schema, kTopic, kEncoding, metadata);
     }
 
-    std::uint64_t log_time_of(std::uint64_t timestamp) {
-        constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
+    uint64_t log_time_of(uint64_t timestamp) {
+        constexpr uint64_t kLargest = std::numeric_limits<uint64_t>::max();
         if (timestamp <= kLargest / kNsInUs) return timestamp * kNsInUs;
         ++late_frames;
         return kLargest;
     }
 
     McapWriter writer;
-    std::uint16_t schema = 0;
-    std::map<std::uint32_t, std::uint16_t> channels;  // of the records of each tag
-    std::uint64_t late_frames = 0;
+    uint16_t schema = 0;
+    std::map<uint32_t, uint16_t> channels;  // of the records of each tag
+    uint64_t late_frames = 0;
 };
 
 }  // namespace

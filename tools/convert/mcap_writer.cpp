@@ -9,23 +9,23 @@ namespace {
 constexpr std::string_view kMagic("\x89MCAP0\r\n", 8);
 
 /** In front of every record: opcode and length. */
-constexpr std::size_t kRecordHeadSize = 9;
+constexpr size_t kRecordHeadSize = 9;
 
 /** What a message has in front of its data. */
-constexpr std::size_t kMessageHeadSize = 22;
+constexpr size_t kMessageHeadSize = 22;
 
 /** Readers take a chunk as a whole, so that a small one is found faster. */
-constexpr std::size_t kChunkSize = 1U << 20;
+constexpr size_t kChunkSize = 1U << 20;
 
 /** Very long files have larger chunks, so that there are not too many to remember. */
-constexpr std::uint32_t kManyChunks = 4096;
-constexpr std::size_t kLargeChunkSize = 4U << 20;
+constexpr uint32_t kManyChunks = 4096;
+constexpr size_t kLargeChunkSize = 4U << 20;
 
 constexpr char kNoCompression[] = "";
 
 }  // namespace
 
-void McapWriter::Span::add(std::uint64_t time, bool is_first) {
+void McapWriter::Span::add(uint64_t time, bool is_first) {
     begin = is_first ? time : std::min(begin, time);
     end = is_first ? time : std::max(end, time);
 }
@@ -38,8 +38,8 @@ McapWriter::McapWriter(OutputFile& file_, std::string const& library) : file(fil
     write_record(Op::kHeader, content);
 }
 
-void McapWriter::add_record_head(McapBytes& into, Op op, std::uint64_t size) {
-    into.add_u8(static_cast<std::uint8_t>(op));
+void McapWriter::add_record_head(McapBytes& into, Op op, uint64_t size) {
+    into.add_u8(static_cast<uint8_t>(op));
     into.add_u64(size);
 }
 
@@ -59,8 +59,8 @@ void McapWriter::write_record(Op op, McapBytes const& content) {
     write(record.view());
 }
 
-std::uint16_t McapWriter::add_schema(std::string const& name, std::string const& encoding,
-                                     std::string const& data) {
+uint16_t McapWriter::add_schema(std::string const& name, std::string const& encoding,
+                                std::string const& data) {
     McapBytes content;
     content.add_u16(++schema_count);
     content.add_text(name);
@@ -71,9 +71,9 @@ std::uint16_t McapWriter::add_schema(std::string const& name, std::string const&
     return schema_count;
 }
 
-std::uint16_t McapWriter::add_channel(std::uint16_t schema, std::string const& topic,
-                                      std::string const& encoding, Texts const& metadata) {
-    const auto number = static_cast<std::uint16_t>(message_counts.size() + 1);
+uint16_t McapWriter::add_channel(uint16_t schema, std::string const& topic,
+                                 std::string const& encoding, Texts const& metadata) {
+    const auto number = static_cast<uint16_t>(message_counts.size() + 1);
     message_counts[number] = 0;
     McapBytes content;
     content.add_u16(number);
@@ -99,9 +99,9 @@ void McapWriter::add_metadata(std::string const& name, Texts const& metadata) {
     ++metadata_count;
 }
 
-void McapWriter::add_message(std::uint16_t channel, std::uint32_t sequence, std::uint64_t log_time,
+void McapWriter::add_message(uint16_t channel, uint32_t sequence, uint64_t log_time,
                              std::string_view data) {
-    const std::size_t size = kRecordHeadSize + kMessageHeadSize + data.size();
+    const size_t size = kRecordHeadSize + kMessageHeadSize + data.size();
     if (!chunk.empty() && chunk.size() + size > largest_chunk()) write_chunk("");
     McapBytes& index = message_indexes[channel];
     index.add_u64(log_time);
@@ -122,14 +122,14 @@ void McapWriter::add_message(std::uint16_t channel, std::uint32_t sequence, std:
     }
 }
 
-std::size_t McapWriter::largest_chunk() const {
+size_t McapWriter::largest_chunk() const {
     return chunk_count < kManyChunks ? kChunkSize : kLargeChunkSize;
 }
 
 /** @param large_message the data of the last message, where the chunk does not have it. */
 void McapWriter::write_chunk(std::string_view large_message) {
-    const std::uint64_t offset = file.size();
-    const std::uint64_t size = chunk.size() + large_message.size();
+    const uint64_t offset = file.size();
+    const uint64_t size = chunk.size() + large_message.size();
     Crc32 chunk_crc;
     chunk_crc.add(chunk.view());
     chunk_crc.add(large_message);
@@ -153,7 +153,7 @@ void McapWriter::write_chunk(std::string_view large_message) {
     index.add_u64(offset);
     index.add_u64(file.size() - offset);
     McapBytes offsets;
-    const std::uint64_t indexes_size = write_message_indexes(offsets);
+    const uint64_t indexes_size = write_message_indexes(offsets);
     index.add_text(offsets.view());
     index.add_u64(indexes_size);
     index.add_text(kNoCompression);
@@ -165,8 +165,8 @@ void McapWriter::write_chunk(std::string_view large_message) {
 }
 
 /** Returns the size of what was written, and adds where each one is to `offsets`. */
-std::uint64_t McapWriter::write_message_indexes(McapBytes& offsets) {
-    const std::uint64_t begin = file.size();
+uint64_t McapWriter::write_message_indexes(McapBytes& offsets) {
+    const uint64_t begin = file.size();
     for (auto const& [channel, entries] : message_indexes) {
         offsets.add_u16(channel);
         offsets.add_u64(file.size());
@@ -190,7 +190,7 @@ void McapWriter::finish() {
 }
 
 void McapWriter::write_summary() {
-    const std::uint64_t begin = file.size();
+    const uint64_t begin = file.size();
     McapBytes all_statistics;
     add_record(all_statistics, Op::kStatistics, statistics());
     McapBytes offsets;
@@ -202,17 +202,17 @@ void McapWriter::write_summary() {
     for (auto const& [op, records] : groups) {
         if (records.empty()) continue;
         McapBytes content;
-        content.add_u8(static_cast<std::uint8_t>(op));
+        content.add_u8(static_cast<uint8_t>(op));
         content.add_u64(file.size());
         content.add_u64(records.size());
         add_record(offsets, Op::kSummaryOffset, content);
         write(records.view());
     }
-    const std::uint64_t offsets_begin = file.size();
+    const uint64_t offsets_begin = file.size();
     write(offsets.view());
 
     McapBytes footer;
-    constexpr std::uint64_t kFooterSize = 8 + 8 + 4;
+    constexpr uint64_t kFooterSize = 8 + 8 + 4;
     add_record_head(footer, Op::kFooter, kFooterSize);
     footer.add_u64(begin);
     footer.add_u64(offsets_begin);
@@ -226,7 +226,7 @@ McapBytes McapWriter::statistics() const {
     McapBytes content;
     content.add_u64(message_count);
     content.add_u16(schema_count);
-    content.add_u32(static_cast<std::uint32_t>(message_counts.size()));
+    content.add_u32(static_cast<uint32_t>(message_counts.size()));
     content.add_u32(0);  // attachments
     content.add_u32(metadata_count);
     content.add_u32(chunk_count);

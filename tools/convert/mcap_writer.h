@@ -32,16 +32,15 @@ public:
     McapWriter(OutputFile& file_, std::string const& library);
 
     /** Returns the schema's number, from 1 on. */
-    std::uint16_t add_schema(std::string const& name, std::string const& encoding,
-                             std::string const& data);
+    uint16_t add_schema(std::string const& name, std::string const& encoding,
+                        std::string const& data);
 
     /** Returns the channel's number, from 1 on. `schema` is the number of one that was added. */
-    std::uint16_t add_channel(std::uint16_t schema, std::string const& topic,
-                              std::string const& encoding, Texts const& metadata);
+    uint16_t add_channel(uint16_t schema, std::string const& topic, std::string const& encoding,
+                         Texts const& metadata);
 
     /** @param log_time in ns; messages need not be in order. */
-    void add_message(std::uint16_t channel, std::uint32_t sequence, std::uint64_t log_time,
-                     std::string_view data);
+    void add_message(uint16_t channel, uint32_t sequence, uint64_t log_time, std::string_view data);
 
     /** Adds something to know about the file. */
     void add_metadata(std::string const& name, Texts const& metadata);
@@ -51,7 +50,7 @@ public:
 
 private:
     /** The opcodes of records. They stand in files and never change. */
-    enum class Op : std::uint8_t {
+    enum class Op : uint8_t {
         kHeader = 0x01,
         kFooter = 0x02,
         kSchema = 0x03,
@@ -69,22 +68,22 @@ private:
 
     /** The earliest and the latest of some times; 0 when there were none. */
     struct Span {
-        std::uint64_t begin = 0;
-        std::uint64_t end = 0;
+        uint64_t begin = 0;
+        uint64_t end = 0;
 
-        void add(std::uint64_t time, bool is_first);
+        void add(uint64_t time, bool is_first);
     };
 
-    static void add_record_head(McapBytes& into, Op op, std::uint64_t size);
+    static void add_record_head(McapBytes& into, Op op, uint64_t size);
     static void add_record(McapBytes& into, Op op, McapBytes const& content);
 
     void write(std::string_view bytes);
     void write_record(Op op, McapBytes const& content);
     void write_chunk(std::string_view large_message);
-    std::uint64_t write_message_indexes(McapBytes& offsets);
+    uint64_t write_message_indexes(McapBytes& offsets);
     void write_summary();
     McapBytes statistics() const;
-    std::size_t largest_chunk() const;
+    size_t largest_chunk() const;
 
     OutputFile& file;
     Crc32 crc;  // of all that was written
@@ -92,19 +91,19 @@ private:
     // The chunk that is collected.
     McapBytes chunk;
     Span chunk_span;
-    std::map<std::uint16_t, McapBytes> message_indexes;  // of each channel
+    std::map<uint16_t, McapBytes> message_indexes;  // of each channel
 
     // What the summary will say.
     McapBytes schemas;
     McapBytes channels;
     McapBytes chunk_indexes;
     McapBytes metadata_indexes;
-    std::map<std::uint16_t, std::uint64_t> message_counts;  // of each channel
+    std::map<uint16_t, uint64_t> message_counts;  // of each channel
     Span span;
-    std::uint64_t message_count = 0;
-    std::uint16_t schema_count = 0;
-    std::uint32_t metadata_count = 0;
-    std::uint32_t chunk_count = 0;
+    uint64_t message_count = 0;
+    uint16_t schema_count = 0;
+    uint32_t metadata_count = 0;
+    uint32_t chunk_count = 0;
 };
 
 }  // namespace Tools

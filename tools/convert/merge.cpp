@@ -110,8 +110,8 @@ private:
     }
 
     void show(ProgressBar& shown) const {
-        std::uint64_t done = 0;
-        std::uint64_t total = 0;
+        uint64_t done = 0;
+        uint64_t total = 0;
         for (auto const& source : sources) {
             done += source->bytes_done();
             total += source->bytes_total();
@@ -148,9 +148,9 @@ private:
     ProgressBar bar{ProgressBar::Use::kWherePossible};
     std::vector<std::unique_ptr<MergeSource>> sources;
     std::unique_ptr<RecordingAssembly> result;
-    std::uint64_t last_timestamp = 0;
-    std::uint64_t steps_back = 0;
-    std::uint64_t repetitions = 0;
+    uint64_t last_timestamp = 0;
+    uint64_t steps_back = 0;
+    uint64_t repetitions = 0;
 };
 
 Run declare(CLI::App& parser) {

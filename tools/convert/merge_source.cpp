@@ -36,7 +36,7 @@ void MergeSource::look() {
     }
 }
 
-std::uint64_t MergeSource::timestamp() const {
+uint64_t MergeSource::timestamp() const {
     return current_state == State::kAtFrame ? opened->frame().timestamp : first_timestamp;
 }
 

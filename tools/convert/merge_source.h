@@ -27,7 +27,7 @@ public:
     State state() const { return current_state; }
 
     /** The time of the frame that comes next; of a source that waits, 0 where it is not known. */
-    std::uint64_t timestamp() const;
+    uint64_t timestamp() const;
 
     /** Opens a source that waits, and goes on to the first frame; to the end when there is none. */
     void open();
@@ -44,8 +44,8 @@ public:
     /** Whether Ctrl-C came before its end. */
     bool was_cut_short() const { return cut_short; }
 
-    std::uint64_t bytes_done() const { return opened ? opened->bytes_done() : done; }
-    std::uint64_t bytes_total() const { return total; }
+    uint64_t bytes_done() const { return opened ? opened->bytes_done() : done; }
+    uint64_t bytes_total() const { return total; }
 
 private:
     void look();
@@ -55,11 +55,11 @@ private:
     State current_state = State::kWaiting;
     std::unique_ptr<FrameInput> opened;
     CurrentHeader current_header;
-    std::uint64_t first_timestamp = 0;
+    uint64_t first_timestamp = 0;
     bool endless = false;
     bool cut_short = true;
-    std::uint64_t done = 0;
-    std::uint64_t total = 0;
+    uint64_t done = 0;
+    uint64_t total = 0;
 };
 
 }  // namespace Tools

@@ -27,7 +27,7 @@ InputFrame FrameQueue::front() const {
     return frame;
 }
 
-std::vector<std::uint64_t> const& FrameQueue::look_ahead() {
+std::vector<uint64_t> const& FrameQueue::look_ahead() {
     while (at_frame && held.size() < kMostHeld && input.frame().payload.size() <= kLargestHeld) {
         held.push_back({input.frame(), std::string(input.frame().payload)});
         read();
@@ -50,9 +50,9 @@ FrameAlignment::Step FrameAlignment::step_towards_match() {
     auto const& times_a = a.look_ahead();
     auto const& times_b = b.look_ahead();
     // The nearest match is the one before which the fewest frames are alone.
-    for (std::size_t distance = 1; distance < times_a.size() + times_b.size(); ++distance) {
-        for (std::size_t i = 0; i <= distance && i < times_a.size(); ++i) {
-            const std::size_t j = distance - i;
+    for (size_t distance = 1; distance < times_a.size() + times_b.size(); ++distance) {
+        for (size_t i = 0; i <= distance && i < times_a.size(); ++i) {
+            const size_t j = distance - i;
             if (j >= times_b.size()) continue;
             if (!tolerances.timestamps_agree(times_a[i], times_b[j])) continue;
             if (i == 0) return Step::kOnlyB;

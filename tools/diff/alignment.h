@@ -32,7 +32,7 @@ public:
     InputFrame front() const;
 
     /** The times of the current frame and of those that come next, as far as they are held. */
-    std::vector<std::uint64_t> const& look_ahead();
+    std::vector<uint64_t> const& look_ahead();
 
 private:
     struct Held {
@@ -40,8 +40,8 @@ private:
         std::string payload;
     };
 
-    static constexpr std::size_t kMostHeld = 31;
-    static constexpr std::size_t kLargestHeld = 64 * 1024;
+    static constexpr size_t kMostHeld = 31;
+    static constexpr size_t kLargestHeld = 64 * 1024;
 
     void read();
 
@@ -49,7 +49,7 @@ private:
     DamageReport& report;
     std::deque<Held> held;  // they come before the input's frame
     bool at_frame = false;  // whether the input has one
-    std::vector<std::uint64_t> times;
+    std::vector<uint64_t> times;
 };
 
 /**

@@ -20,7 +20,7 @@ constexpr FloatField kFloatFields[] = {{FrameField::kRcs, &Kit::TargetValues::rc
                                        {FrameField::kSnr, &Kit::TargetValues::snr}};
 
 /** So many targets are passed over at most, which bounds the time that huge frames take. */
-constexpr std::uint64_t kFarthestMatch = 256;
+constexpr uint64_t kFarthestMatch = 256;
 
 /** The targets of a frame, one after the other; can be copied, to look ahead. */
 class Targets {
@@ -31,8 +31,8 @@ public:
     }
 
     bool is_at_end() const { return left_over == 0; }
-    std::uint64_t left() const { return left_over; }
-    std::uint64_t index() const { return position; }
+    uint64_t left() const { return left_over; }
+    uint64_t index() const { return position; }
     Kit::TargetValues const& values() const { return current; }
 
     void advance() {
@@ -49,8 +49,8 @@ private:
     }
 
     Kit::TargetReader reader;
-    std::uint64_t left_over;
-    std::uint64_t position = 0;
+    uint64_t left_over;
+    uint64_t position = 0;
     Kit::TargetValues current;
 };
 
@@ -92,9 +92,9 @@ private:
     }
 
     /** How many targets of the longer one to leave out so that the next ones agree; 0: none do. */
-    std::uint64_t matching_distance(Targets longer, Targets const& shorter) const {
-        const std::uint64_t most = std::min(longer.left() - shorter.left(), kFarthestMatch);
-        for (std::uint64_t distance = 1; distance <= most; ++distance) {
+    uint64_t matching_distance(Targets longer, Targets const& shorter) const {
+        const uint64_t most = std::min(longer.left() - shorter.left(), kFarthestMatch);
+        for (uint64_t distance = 1; distance <= most; ++distance) {
             longer.advance();
             if (targets_agree(longer, shorter)) return distance;
         }
@@ -102,7 +102,7 @@ private:
     }
 
     template <typename Tell>
-    void pass_over(Targets& targets, std::uint64_t count, Tell tell) {
+    void pass_over(Targets& targets, uint64_t count, Tell tell) {
         for (; count > 0; --count) {
             equal = false;
             tell(targets.index());

@@ -18,15 +18,15 @@ public:
     DifferenceSink& operator=(DifferenceSink const&) = delete;
 
     /** The frames' magics differ. */
-    virtual void magic_differs(std::uint32_t a, std::uint32_t b) = 0;
+    virtual void magic_differs(uint32_t a, uint32_t b) = 0;
 
     /** A field of a target differs. `index` is from 0 on; values are as frames are printed. */
-    virtual void field_differs(std::uint64_t index_a, std::uint64_t index_b, FrameField field,
+    virtual void field_differs(uint64_t index_a, uint64_t index_b, FrameField field,
                                std::string const& a, std::string const& b) = 0;
 
     /** One of the frames has a target that the other one does not have. */
-    virtual void target_only_in_a(std::uint64_t index) = 0;
-    virtual void target_only_in_b(std::uint64_t index) = 0;
+    virtual void target_only_in_a(uint64_t index) = 0;
+    virtual void target_only_in_b(uint64_t index) = 0;
 };
 
 /**

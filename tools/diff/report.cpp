@@ -9,7 +9,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string counted_frames(std::uint64_t count) {
+std::string counted_frames(uint64_t count) {
     return std::to_string(count) + (count == 1 ? " frame" : " frames");
 }
 
@@ -24,20 +24,20 @@ public:
     }
     void frame_only_in_a(InputFrame const& frame) override { print_alone(a, frame); }
     void frame_only_in_b(InputFrame const& frame) override { print_alone(b, frame); }
-    void magic_differs(std::uint32_t value_a, std::uint32_t value_b) override {
+    void magic_differs(uint32_t value_a, uint32_t value_b) override {
         print(place() + "magic " + std::to_string(value_a) + " and " + std::to_string(value_b));
     }
-    void field_differs(std::uint64_t index_a, std::uint64_t index_b, FrameField field,
+    void field_differs(uint64_t index_a, uint64_t index_b, FrameField field,
                        std::string const& value_a, std::string const& value_b) override {
         const std::string target = index_a == index_b ? "target " + std::to_string(index_a)
                                                       : "targets " + std::to_string(index_a) +
                                                             " and " + std::to_string(index_b);
         print(place() + target + ": " + name_of(field) + " " + value_a + " and " + value_b);
     }
-    void target_only_in_a(std::uint64_t index) override {
+    void target_only_in_a(uint64_t index) override {
         print(place() + "target " + std::to_string(index) + " only in " + a);
     }
-    void target_only_in_b(std::uint64_t index) override {
+    void target_only_in_b(uint64_t index) override {
         print(place() + "target " + std::to_string(index) + " only in " + b);
     }
     void finish(DiffSum const& sum) override { out.write(text_of(sum, a, b) + "\n"); }
@@ -89,12 +89,12 @@ public:
     }
     void frame_only_in_a(InputFrame const& frame) override { print_alone("only-in-a", frame); }
     void frame_only_in_b(InputFrame const& frame) override { print_alone("only-in-b", frame); }
-    void magic_differs(std::uint32_t value_a, std::uint32_t value_b) override {
+    void magic_differs(uint32_t value_a, uint32_t value_b) override {
         Json json = place("frame");
         json["field"] = "magic";
         print(std::move(json), value_a, value_b);
     }
-    void field_differs(std::uint64_t index_a, std::uint64_t index_b, FrameField field,
+    void field_differs(uint64_t index_a, uint64_t index_b, FrameField field,
                        std::string const& value_a, std::string const& value_b) override {
         Json json = place("target");
         json["target_a"] = index_a;
@@ -102,12 +102,12 @@ public:
         json["field"] = name_of(field);
         print(std::move(json), number(value_a), number(value_b));
     }
-    void target_only_in_a(std::uint64_t index) override {
+    void target_only_in_a(uint64_t index) override {
         Json json = place("target-only-in-a");
         json["target_a"] = index;
         print(json);
     }
-    void target_only_in_b(std::uint64_t index) override {
+    void target_only_in_b(uint64_t index) override {
         Json json = place("target-only-in-b");
         json["target_b"] = index;
         print(json);

@@ -11,11 +11,11 @@ namespace Tools {
 
 /** What a comparison of two recordings gave. */
 struct DiffSum {
-    std::uint64_t compared = 0;   // frames that both have
-    std::uint64_t differing = 0;  // of these
-    std::uint64_t only_in_a = 0;
-    std::uint64_t only_in_b = 0;
-    std::uint64_t header_fields = 0;
+    uint64_t compared = 0;   // frames that both have
+    uint64_t differing = 0;  // of these
+    uint64_t only_in_a = 0;
+    uint64_t only_in_b = 0;
+    uint64_t header_fields = 0;
     bool interrupted = false;
 
     bool is_equal() const {

@@ -45,7 +45,7 @@ void Tolerances::add(std::string const& text) {
 }
 
 void Tolerances::add_one(std::string const& text) {
-    const std::size_t sign = text.find('=');
+    const size_t sign = text.find('=');
     const std::string name = sign == std::string::npos ? "" : text.substr(0, sign);
     std::string value = sign == std::string::npos ? text : text.substr(sign + 1);
     if (name == "timestamp" || name == "timestamp_us") {

@@ -32,7 +32,7 @@ public:
     /** Of a float field of targets. */
     Tolerance const& of(FrameField field) const;
 
-    bool timestamps_agree(std::uint64_t left, std::uint64_t right) const {
+    bool timestamps_agree(uint64_t left, uint64_t right) const {
         return (left < right ? right - left : left - right) <= timestamp_us;
     }
 
@@ -40,7 +40,7 @@ private:
     void add_one(std::string const& text);
 
     std::map<FrameField, Tolerance> floats;
-    std::uint64_t timestamp_us = 0;
+    uint64_t timestamp_us = 0;
 };
 
 }  // namespace Tools

@@ -14,8 +14,7 @@ void FindingSum::add(DoctorFinding const& finding) {
     }
 }
 
-ExitStatus FindingSum::tell(Messages const& messages, std::uint64_t frames,
-                            bool interrupted) const {
+ExitStatus FindingSum::tell(Messages const& messages, uint64_t frames, bool interrupted) const {
     if (error_count > 0) {
         std::string text = counted(error_count, "error") + " (";
         for (auto const& [code, count] : codes) {

@@ -15,21 +15,21 @@ class FindingSum {
 public:
     void add(DoctorFinding const& finding);
 
-    std::uint64_t errors() const { return error_count; }
-    std::uint64_t warnings() const { return warning_count; }
-    std::uint64_t skipped_bytes() const { return skipped; }
+    uint64_t errors() const { return error_count; }
+    uint64_t warnings() const { return warning_count; }
+    uint64_t skipped_bytes() const { return skipped; }
 
     /**
      * Tells of errors, and that Ctrl-C ended the work after so many frames. Returns kDamaged when
      * there is anything to tell.
      */
-    ExitStatus tell(Messages const& messages, std::uint64_t frames, bool interrupted) const;
+    ExitStatus tell(Messages const& messages, uint64_t frames, bool interrupted) const;
 
 private:
-    std::map<std::string, std::uint64_t> codes;  // of errors
-    std::uint64_t error_count = 0;
-    std::uint64_t warning_count = 0;
-    std::uint64_t skipped = 0;
+    std::map<std::string, uint64_t> codes;  // of errors
+    uint64_t error_count = 0;
+    uint64_t warning_count = 0;
+    uint64_t skipped = 0;
 };
 
 }  // namespace Tools

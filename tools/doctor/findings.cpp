@@ -12,9 +12,9 @@ namespace {
 using Kit::FindingKind;
 
 /** So much of two frames is compared. */
-constexpr std::size_t kCompared = 64 * 1024;
+constexpr size_t kCompared = 64 * 1024;
 
-std::string length_of(std::uint64_t us) {
+std::string length_of(uint64_t us) {
     return length_text(static_cast<double>(us));
 }
 
@@ -74,8 +74,8 @@ void DoctorFindings::begin_file(FrameInput const& input) {
 /** The time in a name is local, and of the zone nothing is known but what zones there can be. */
 void DoctorFindings::add_header(Kit::RecordingHeader const& header) {
     if (std::exchange(header_seen, true) || !file.name) return;
-    constexpr std::int64_t kHour = 3600;
-    const std::int64_t ahead = Kit::begin_as_utc(*file.name) - header.seconds;
+    constexpr int64_t kHour = 3600;
+    const int64_t ahead = Kit::begin_as_utc(*file.name) - header.seconds;
     if (ahead % (kHour / 4) == 0 && ahead >= -12 * kHour && ahead <= 14 * kHour) return;
     report("name", 8,
            "the name's time is not " + utc_text_of_seconds(header.seconds) +
@@ -162,7 +162,7 @@ void DoctorFindings::tell_gaps() {
     }
 }
 
-void DoctorFindings::report(char const* code, std::uint64_t offset, std::string const& text) {
+void DoctorFindings::report(char const* code, uint64_t offset, std::string const& text) {
     tell({finding_code(code), file.path, offset, 0, text});
 }
 

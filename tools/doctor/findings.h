@@ -16,9 +16,9 @@ namespace Tools {
 struct DoctorFinding {
     FindingCode code;
     std::string file;
-    std::uint64_t offset = 0;  // in bytes from the front of the file
-    std::uint64_t length = 0;  // so many bytes from there on are no part of a record
-    std::string text;          // what is the matter, as part of a line
+    uint64_t offset = 0;  // in bytes from the front of the file
+    uint64_t length = 0;  // so many bytes from there on are no part of a record
+    std::string text;     // what is the matter, as part of a line
 };
 
 /**
@@ -39,7 +39,7 @@ public:
     /** The source has ended: only now it is known what a gap is. */
     void finish();
 
-    std::uint64_t files() const { return file_count; }
+    uint64_t files() const { return file_count; }
     FrameTiming const& frame_timing() const { return timing; }
 
 private:
@@ -51,18 +51,18 @@ private:
     void settle(bool goes_on);
     DoctorFinding judge(Kit::Finding const& finding, bool goes_on) const;
     void tell_gaps();
-    void report(char const* code, std::uint64_t offset, std::string const& text);
+    void report(char const* code, uint64_t offset, std::string const& text);
 
     Tell tell;
     Kit::RecordingFile file;
     bool header_seen = false;
-    std::uint64_t file_count = 0;
+    uint64_t file_count = 0;
     /** Damage of which what follows tells more, and a wrong count that was found behind it. */
     std::optional<Kit::Finding> damage;
     std::optional<Kit::Finding> wrong_count;
     FrameTiming timing;
-    std::uint64_t last_timestamp = 0;
-    std::size_t last_size = 0;
+    uint64_t last_timestamp = 0;
+    size_t last_size = 0;
     std::string last_payload;
 };
 

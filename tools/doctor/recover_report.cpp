@@ -113,7 +113,7 @@ void RecoverReport::print_json(Result const& result) {
 
 void RecoverReport::finish(bool interrupted) {
     if (!is_json) return;
-    const auto number = [](std::uint64_t value) { return "\"" + std::to_string(value) + "\""; };
+    const auto number = [](uint64_t value) { return "\"" + std::to_string(value) + "\""; };
     write(std::string(first ? "]" : "\n  ]") + ",\n  \"recordings\": " + number(recording_count) +
           ",\n  \"records\": " + number(record_count) + ",\n  \"suspects\": " +
           number(suspect_count) + ",\n  \"skipped_bytes\": " + number(skipped_bytes) +

@@ -23,17 +23,17 @@ public:
     /** Of a report as text, prints what there is so far. */
     void hand_over();
 
-    std::uint64_t recordings() const { return recording_count; }
-    std::uint64_t records() const { return record_count; }
-    std::uint64_t suspects() const { return suspect_count; }
+    uint64_t recordings() const { return recording_count; }
+    uint64_t records() const { return record_count; }
+    uint64_t suspects() const { return suspect_count; }
 
 private:
     /** One line of the report. */
     struct Result {
         char const* kind;  // "kept", "skipped", "suspect" or "corrected"; they never change
         std::string file;
-        std::uint64_t offset = 0;
-        std::uint64_t length = 0;
+        uint64_t offset = 0;
+        uint64_t length = 0;
         std::string code;
         std::string message;
         SavedRecording const* saved = nullptr;
@@ -48,10 +48,10 @@ private:
     Output& out;
     bool reader_has_gone = false;
     bool first = true;
-    std::uint64_t recording_count = 0;
-    std::uint64_t record_count = 0;
-    std::uint64_t suspect_count = 0;
-    std::uint64_t skipped_bytes = 0;
+    uint64_t recording_count = 0;
+    uint64_t record_count = 0;
+    uint64_t suspect_count = 0;
+    uint64_t skipped_bytes = 0;
 };
 
 }  // namespace Tools

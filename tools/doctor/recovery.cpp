@@ -40,10 +40,9 @@ std::optional<Kit::RecordingHeader> read_again(std::string const& path) {
 }
 
 /** Of a file that has no header: when it was begun, in s since 1970 UTC. */
-std::int64_t guess_begin(Kit::RecordingFile const& file, InputFrame const& first) {
+int64_t guess_begin(Kit::RecordingFile const& file, InputFrame const& first) {
     if (file.name) return Kit::begin_of(*file.name);
-    return looks_like_date(first.timestamp) ? static_cast<std::int64_t>(first.timestamp / 1000000)
-                                            : 0;
+    return looks_like_date(first.timestamp) ? static_cast<int64_t>(first.timestamp / 1000000) : 0;
 }
 
 }  // namespace
@@ -110,7 +109,7 @@ void Recovery::make_up_header(InputFrame const& first) {
         return;
     }
     Kit::RecordingHeader made_up;
-    made_up.seconds = static_cast<std::int32_t>(guess_begin(file, first));
+    made_up.seconds = static_cast<int32_t>(guess_begin(file, first));
     made_up.daylight_saving = -1;
     begin_part(made_up, SavedRecording::Header::kMadeUp);
 }
@@ -139,8 +138,7 @@ void Recovery::put_suspect(Held const& record) {
     put(suspect, record.tag, record.offset, record.payload);
 }
 
-void Recovery::put(Part& part, std::uint32_t record_tag, std::uint64_t offset,
-                   std::string_view payload) {
+void Recovery::put(Part& part, uint32_t record_tag, uint64_t offset, std::string_view payload) {
     if (part.output->records() == 0) part.saved.offset = offset;
     part.output->add(record_tag, payload);
 }

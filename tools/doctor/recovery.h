@@ -25,11 +25,11 @@ struct SavedRecording {
     std::string from;  // path of the file
     std::string path;
     Header header = Header::kKept;
-    std::uint64_t records = 0;
-    std::uint64_t bytes = 0;
+    uint64_t records = 0;
+    uint64_t bytes = 0;
     /** Whether it holds whole records with a tag that is not the recording's: it is set apart. */
     bool is_suspect = false;
-    std::uint64_t offset = 0;  // of the first record in the file; 0 without records
+    uint64_t offset = 0;  // of the first record in the file; 0 without records
 };
 
 /** In words that never change: "kept", "repaired", "made-up". */
@@ -64,8 +64,8 @@ public:
 
 private:
     struct Held {
-        std::uint32_t tag = 0;
-        std::uint64_t offset = 0;
+        uint32_t tag = 0;
+        uint64_t offset = 0;
         std::string payload;
     };
     /** A recording that is being written. */
@@ -78,7 +78,7 @@ private:
     void make_up_header(InputFrame const& first);
     void add_frame(InputFrame const& frame);
     void open(Part& part, bool is_suspect);
-    void put(Part& part, std::uint32_t tag, std::uint64_t offset, std::string_view payload);
+    void put(Part& part, uint32_t tag, uint64_t offset, std::string_view payload);
     void put_suspect(Held const& record);
     void end_part();
     void complete(Part& part);
@@ -96,7 +96,7 @@ private:
     Part main;
     Part suspect;
     /** The recording's tag: that of two records, one behind the other. */
-    std::optional<std::uint32_t> tag;
+    std::optional<uint32_t> tag;
     std::optional<Held> held;
     std::set<std::string> paths;
 };

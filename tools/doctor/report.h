@@ -24,11 +24,11 @@ public:
 
     /** What there is to say of the source as a whole. */
     struct Sum {
-        std::uint64_t files = 0;
-        std::uint64_t frames = 0;
-        std::uint64_t errors = 0;
-        std::uint64_t warnings = 0;
-        std::uint64_t lost_bytes = 0;
+        uint64_t files = 0;
+        uint64_t frames = 0;
+        uint64_t errors = 0;
+        uint64_t warnings = 0;
+        uint64_t lost_bytes = 0;
         bool interrupted = false;
     };
     virtual void end(Sum const&) {}

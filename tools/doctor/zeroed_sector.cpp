@@ -11,8 +11,8 @@ namespace Tools {
 
 namespace {
 
-constexpr std::uint64_t kMostLookedAt = 32 * 1024 * 1024;
-constexpr std::uint64_t kPieceSize = 128 * kSectorSize;
+constexpr uint64_t kMostLookedAt = 32 * 1024 * 1024;
+constexpr uint64_t kPieceSize = 128 * kSectorSize;
 
 int open_regular(std::string const& path) {
     struct stat status = {};
@@ -20,13 +20,13 @@ int open_regular(std::string const& path) {
     return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
 }
 
-std::optional<std::uint64_t> find_in(int fd, std::uint64_t begin, std::uint64_t end) {
+std::optional<uint64_t> find_in(int fd, uint64_t begin, uint64_t end) {
     std::vector<char> piece(kPieceSize);
-    for (std::uint64_t offset = begin; offset + kSectorSize <= end; offset += kPieceSize) {
-        const auto wanted = static_cast<std::size_t>(std::min(end - offset, kPieceSize));
+    for (uint64_t offset = begin; offset + kSectorSize <= end; offset += kPieceSize) {
+        const auto wanted = static_cast<size_t>(std::min(end - offset, kPieceSize));
         const ssize_t size = pread(fd, piece.data(), wanted, static_cast<off_t>(offset));
-        const auto sectors = static_cast<std::uint64_t>(std::max<ssize_t>(size, 0)) / kSectorSize;
-        for (std::uint64_t i = 0; i < sectors; ++i) {
+        const auto sectors = static_cast<uint64_t>(std::max<ssize_t>(size, 0)) / kSectorSize;
+        for (uint64_t i = 0; i < sectors; ++i) {
             char const* const sector = piece.data() + i * kSectorSize;
             const auto is_zero = [](char byte) { return byte == 0; };
             if (std::all_of(sector, sector + kSectorSize, is_zero)) {
@@ -40,8 +40,7 @@ std::optional<std::uint64_t> find_in(int fd, std::uint64_t begin, std::uint64_t 
 
 }  // namespace
 
-std::optional<std::uint64_t> find_zeroed_sector(std::string const& path, std::uint64_t begin,
-                                                std::uint64_t end) {
+std::optional<uint64_t> find_zeroed_sector(std::string const& path, uint64_t begin, uint64_t end) {
     begin = (begin + kSectorSize - 1) / kSectorSize * kSectorSize;
     end = std::min(end, begin + kMostLookedAt);
     if (begin + kSectorSize > end) return std::nullopt;

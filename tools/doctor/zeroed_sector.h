@@ -7,7 +7,7 @@
 namespace Tools {
 
 /** What a storage medium writes at once, in bytes. */
-constexpr std::uint64_t kSectorSize = 512;
+constexpr uint64_t kSectorSize = 512;
 
 /**
  * Looks for a sector that holds nothing but zeros, as one that was never written does. Looks at 32
@@ -17,7 +17,6 @@ constexpr std::uint64_t kSectorSize = 512;
  * @param begin, end the part of the file in which the whole sector lies, in bytes.
  * @return where the first one begins, in bytes from the front of the file.
  */
-std::optional<std::uint64_t> find_zeroed_sector(std::string const& path, std::uint64_t begin,
-                                                std::uint64_t end);
+std::optional<uint64_t> find_zeroed_sector(std::string const& path, uint64_t begin, uint64_t end);
 
 }  // namespace Tools

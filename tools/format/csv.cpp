@@ -20,15 +20,15 @@ std::vector<FrameField> detection_log_columns() {
 }
 
 /** No value needs more room, comma included. */
-constexpr std::size_t kValueRoom = kFloatTextRoom + 1;
+constexpr size_t kValueRoom = kFloatTextRoom + 1;
 static_assert(kValueRoom > 20, "the largest integer has 20 digits");
 
-char* write_integer(char* into, std::uint64_t value) {
+char* write_integer(char* into, uint64_t value) {
     return std::to_chars(into, into + kValueRoom, value).ptr;
 }
 
 /** An integer that mostly is small. */
-char* write_flags(char* into, std::uint32_t value) {
+char* write_flags(char* into, uint32_t value) {
     if (value >= 10) return write_integer(into, value);
     *into = static_cast<char>('0' + value);
     return into + 1;
@@ -56,7 +56,7 @@ public:
             end = write_frame_value(end, *column, frame);
             *end++ = ',';
         }
-        const auto begin_size = static_cast<std::size_t>(end - begin_of_row.data());
+        const auto begin_size = static_cast<size_t>(end - begin_of_row.data());
         if (first_of_target == columns.end()) {
             end[-1] = '\n';
             text.add({begin_of_row.data(), begin_size});
@@ -71,8 +71,8 @@ public:
 private:
     using Columns = std::vector<FrameField>;
 
-    void append_row(InputFrame const& frame, Kit::TargetValues const& values,
-                    std::size_t begin_size, TextBuffer& text) {
+    void append_row(InputFrame const& frame, Kit::TargetValues const& values, size_t begin_size,
+                    TextBuffer& text) {
         char* end = text.room(begin_of_row.size());
         std::memcpy(end, begin_of_row.data(), begin_size);
         end += begin_size;

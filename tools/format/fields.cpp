@@ -13,7 +13,7 @@ constexpr std::array<char const*, 9> kNames = {"frame_index", "magic", "timestam
                                                "rdot",        "theta", "options",   "snr"};
 
 FrameField parse_field(std::string const& word) {
-    for (std::size_t i = 0; i < kNames.size(); ++i) {
+    for (size_t i = 0; i < kNames.size(); ++i) {
         if (word == kNames[i]) return static_cast<FrameField>(i);
     }
     if (word == "timestamp_us") return FrameField::kTimestamp;
@@ -29,13 +29,13 @@ bool is_of_target(FrameField field) {
 }
 
 char const* name_of(FrameField field) {
-    return kNames[static_cast<std::size_t>(field)];
+    return kNames[static_cast<size_t>(field)];
 }
 
 std::vector<FrameField> parse_fields(std::string const& text) {
     std::vector<FrameField> fields;
-    for (std::size_t begin = 0; begin <= text.size();) {
-        const std::size_t end = std::min(text.find(',', begin), text.size());
+    for (size_t begin = 0; begin <= text.size();) {
+        const size_t end = std::min(text.find(',', begin), text.size());
         const FrameField field = parse_field(text.substr(begin, end - begin));
         if (std::find(fields.begin(), fields.end(), field) != fields.end()) {
             throw UsageError(std::string("--fields: ") + name_of(field) + " stands there twice");

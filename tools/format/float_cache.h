@@ -22,7 +22,7 @@ public:
             --pause;
             return write_float(into, value);
         }
-        const std::uint32_t bits = write_sign(into, value);
+        const uint32_t bits = write_sign(into, value);
         Entry& entry = entries[bits * kSpread >> (32 - kSizeBits)];
         if (entry.bits != bits) {
             entry = {bits, text_of_magnitude(bits)};
@@ -37,13 +37,13 @@ public:
 
 private:
     struct Entry {
-        std::uint32_t bits;
+        uint32_t bits;
         FloatText text;
     };
 
     static constexpr unsigned kSizeBits = 11;
-    static constexpr std::size_t kSize = std::size_t{1} << kSizeBits;
-    static constexpr std::uint32_t kSpread = 2654435769;  // 2^32 divided by the golden ratio
+    static constexpr size_t kSize = size_t{1} << kSizeBits;
+    static constexpr uint32_t kSpread = 2654435769;  // 2^32 divided by the golden ratio
 
     // Looking does not pay when more than about half of the numbers are new.
     static constexpr int kMissWeight = 2;

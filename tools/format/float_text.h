@@ -8,9 +8,9 @@ namespace Tools {
 
 /** The text of a float, up to 16 characters, of which the first one is the lowest byte of `low`. */
 struct FloatText {
-    std::uint64_t low;
-    std::uint64_t high;
-    std::uint32_t size;
+    uint64_t low;
+    uint64_t high;
+    uint32_t size;
 
     /** Writes 16 characters, whatever the size, and returns where the text ends. */
     char* write(char* into) const {
@@ -20,7 +20,7 @@ struct FloatText {
     }
 
 private:
-    static void write_lowest_first(char* into, std::uint64_t characters) {
+    static void write_lowest_first(char* into, uint64_t characters) {
         if (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) characters = __builtin_bswap64(characters);
         std::memcpy(into, &characters, sizeof(characters));
     }
@@ -33,15 +33,15 @@ private:
  *
  * @param bits of a float whose sign bit is not set.
  */
-FloatText text_of_magnitude(std::uint32_t bits);
+FloatText text_of_magnitude(uint32_t bits);
 
 /** No float needs more room, with what is written behind it. */
-constexpr std::size_t kFloatTextRoom = 24;
+constexpr size_t kFloatTextRoom = 24;
 
 /** The bits of a float without its sign, which is written as '-'; room for a character is needed.
  */
-inline std::uint32_t write_sign(char*& into, float value) {
-    std::uint32_t bits = 0;
+inline uint32_t write_sign(char*& into, float value) {
+    uint32_t bits = 0;
     static_assert(sizeof(value) == sizeof(bits), "a float is an IEEE 754 binary32");
     std::memcpy(&bits, &value, sizeof(bits));
     *into = '-';  // overwritten where there is no sign
@@ -51,7 +51,7 @@ inline std::uint32_t write_sign(char*& into, float value) {
 
 /** Writes a float, with its sign, into kFloatTextRoom characters; returns the end of the text. */
 inline char* write_float(char* into, float value) {
-    const std::uint32_t bits = write_sign(into, value);
+    const uint32_t bits = write_sign(into, value);
     return text_of_magnitude(bits).write(into);
 }
 

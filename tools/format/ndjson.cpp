@@ -12,7 +12,7 @@ namespace Tools {
 
 namespace {
 
-constexpr std::size_t kValueRoom = 48;  // of a key and its value
+constexpr size_t kValueRoom = 48;  // of a key and its value
 
 char* write(char* into, std::string_view text) {
     std::memcpy(into, text.data(), text.size());
@@ -28,7 +28,7 @@ char* write_key(char* into, FrameField field) {
 }
 
 /** 64-bit integers are strings, since not every reader has numbers of that size. */
-char* write_long(char* into, std::uint64_t value) {
+char* write_long(char* into, uint64_t value) {
     *into++ = '"';
     into = std::to_chars(into, into + 20, value).ptr;
     *into++ = '"';

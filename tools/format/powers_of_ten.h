@@ -8,7 +8,7 @@ namespace Tools {
 constexpr int kFirstPower = -31;
 
 /** The 64 highest bits of 10^k for k from -31 to 45, rounded up. */
-constexpr std::array<std::uint64_t, 77> kPowersOfTen = {
+constexpr std::array<uint64_t, 77> kPowersOfTen = {
     0x81CEB32C4B43FCF5, 0xA2425FF75E14FC32, 0xCAD2F7F5359A3B3F, 0xFD87B5F28300CA0E,
     0x9E74D1B791E07E49, 0xC612062576589DDB, 0xF79687AED3EEC552, 0x9ABE14CD44753B53,
     0xC16D9A0095928A28, 0xF1C90080BAF72CB2, 0x971DA05074DA7BEF, 0xBCE5086492111AEB,

@@ -91,7 +91,7 @@ void FramePrinter::print(RO::RadarObjects const& frame) {
     input.number = index++;
     input.magic = frame.magic();
     input.timestamp = frame.timestamp();
-    input.target_count = static_cast<std::uint32_t>(frame.targets_size());
+    input.target_count = static_cast<uint32_t>(frame.targets_size());
     input.payload = payload;
     print(input);
     hand_over();

@@ -20,13 +20,13 @@ public:
     explicit TextBuffer(Write write_) : write(std::move(write_)), bytes(kSize) {}
 
     /** Room for `size` characters, at most kLargestPiece. */
-    char* room(std::size_t size) {
+    char* room(size_t size) {
         if (bytes.size() - used < size) hand_over();
         return bytes.data() + used;
     }
 
     /** Keeps what was written into the room that was asked for last, up to `end`. */
-    void keep(char const* end) { used = static_cast<std::size_t>(end - bytes.data()); }
+    void keep(char const* end) { used = static_cast<size_t>(end - bytes.data()); }
 
     /** Adds a text of any length. */
     void add(std::string_view text);
@@ -34,14 +34,14 @@ public:
     /** Gives the output what there is. Does not flush it. */
     void hand_over();
 
-    static constexpr std::size_t kLargestPiece = 4096;
+    static constexpr size_t kLargestPiece = 4096;
 
 private:
-    static constexpr std::size_t kSize = 32768;
+    static constexpr size_t kSize = 32768;
 
     Write write;
     std::vector<char> bytes;
-    std::size_t used = 0;
+    size_t used = 0;
 };
 
 }  // namespace Tools

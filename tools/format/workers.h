@@ -40,7 +40,7 @@ public:
     bool has_threads() const { return !threads_running.empty(); }
 
     /** Whether append() takes a frame of this size, in bytes; larger ones take too much memory. */
-    static bool takes(std::size_t payload_size) { return payload_size <= kJobSize; }
+    static bool takes(size_t payload_size) { return payload_size <= kJobSize; }
 
     /** Takes a frame; has_threads() holds. Throws what `write` and the forms throw. */
     void append(InputFrame const& frame);
@@ -49,7 +49,7 @@ public:
     void finish();
 
 private:
-    static constexpr std::size_t kJobSize = 64 * 1024;
+    static constexpr size_t kJobSize = 64 * 1024;
 
     /** Frames that one thread takes at a time. */
     struct Job {

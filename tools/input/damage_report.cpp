@@ -12,7 +12,7 @@ namespace {
 using Kit::FindingKind;
 
 /** So many places are told one by one; a file of noise has millions. */
-constexpr std::uint64_t kMostTold = 20;
+constexpr uint64_t kMostTold = 20;
 
 /** Whether frames are missing, or may be. */
 bool is_loss(FindingKind kind) {

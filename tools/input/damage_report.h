@@ -73,10 +73,10 @@ private:
     std::string pending;  // a message that the number of skipped bytes may complete
     std::string first;    // the first message about damage
     bool has_content = false;
-    std::uint64_t frames = 0;
-    std::uint64_t places = 0;
-    std::uint64_t untold = 0;
-    std::uint64_t skipped = 0;
+    uint64_t frames = 0;
+    uint64_t places = 0;
+    uint64_t untold = 0;
+    uint64_t skipped = 0;
 };
 
 }  // namespace Tools

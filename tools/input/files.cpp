@@ -35,10 +35,10 @@ bool is_earlier(Kit::RecordingFile const& a, Kit::RecordingFile const& b) {
 }
 
 /** A tag as people write it: "0xFEED0007", or the recorder's number in it, "7". */
-std::optional<std::uint32_t> parse_tag(std::string_view text) {
+std::optional<uint32_t> parse_tag(std::string_view text) {
     const bool hexadecimal = text.substr(0, 2) == "0x";
     if (hexadecimal) text.remove_prefix(2);
-    std::uint32_t tag = 0;
+    uint32_t tag = 0;
     const auto [end, error] =
         std::from_chars(text.data(), text.data() + text.size(), tag, hexadecimal ? 16 : 10);
     if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
@@ -86,12 +86,12 @@ void SourceFiles::choose_recorder(std::string const& path, std::string const& re
                                   joined(recorders, ", "));
         }
     } else {
-        const std::size_t blank = recorder.rfind(' ');  // "radar 0xFEED0007"
+        const size_t blank = recorder.rfind(' ');  // "radar 0xFEED0007"
         tag = parse_tag(recorder.substr(blank + 1));
         if (blank != std::string::npos || !tag) prefix = recorder.substr(0, blank);
         const auto others = std::stable_partition(found.begin(), found.end(),
                                                   [&](auto const& file) { return belongs(file); });
-        other_files = static_cast<std::size_t>(found.end() - others);
+        other_files = static_cast<size_t>(found.end() - others);
         for (auto file = others; file != found.end(); ++file) known.insert(base_name(file->path));
         found.erase(others, found.end());
     }

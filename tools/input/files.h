@@ -36,8 +36,8 @@ public:
     bool follows() const { return following; }
 
     /** Files of other recorders in the directory, which are left out because of --recorder. */
-    std::size_t left_out() const { return other_files; }
-    std::uint64_t total_size() const { return size; }
+    size_t left_out() const { return other_files; }
+    uint64_t total_size() const { return size; }
     std::vector<Kit::RecordingFile> const& files() const { return found; }
 
 private:
@@ -46,16 +46,16 @@ private:
     void look_for_new_files();
 
     std::vector<Kit::RecordingFile> found;
-    std::size_t position = 0;
+    size_t position = 0;
     bool directory_given;
     bool following;
     std::string directory;
     /** Names, without ".data", of all files that were looked at. */
     std::set<std::string> known;
-    std::optional<std::uint32_t> tag;
+    std::optional<uint32_t> tag;
     std::string prefix;
-    std::size_t other_files = 0;
-    std::uint64_t size = 0;
+    size_t other_files = 0;
+    uint64_t size = 0;
 };
 
 /** The path of a file that its recorder may have completed since it was listed. */

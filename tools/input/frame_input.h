@@ -37,13 +37,13 @@ void add_source_options(CLI::App& parser, InputOptions& options);
 
 /** One frame of a source. */
 struct InputFrame {
-    std::uint64_t number = 0;  // in the source, from 0 on, whatever is selected
-    std::uint32_t magic = 0;
-    std::uint64_t timestamp = 0;
-    std::uint32_t target_count = 0;
+    uint64_t number = 0;  // in the source, from 0 on, whatever is selected
+    uint32_t magic = 0;
+    uint64_t timestamp = 0;
+    uint32_t target_count = 0;
     std::string_view payload;  // the encoding, as it was recorded or sent; it decodes
-    std::uint64_t offset = 0;  // of its record in the file, or in the stream, in bytes
-    std::uint32_t tag = 0;     // of its record; 0 in a stream
+    uint64_t offset = 0;       // of its record in the file, or in the stream, in bytes
+    uint32_t tag = 0;          // of its record; 0 in a stream
 };
 
 /**
@@ -99,8 +99,8 @@ public:
     virtual bool is_endless() const = 0;
 
     /** How far the reading has come, and how far it has to go; 0 when that is not known. */
-    virtual std::uint64_t bytes_done() const = 0;
-    virtual std::uint64_t bytes_total() const = 0;
+    virtual uint64_t bytes_done() const = 0;
+    virtual uint64_t bytes_total() const = 0;
 
 protected:
     explicit FrameInput(Selection selection_) : selection(std::move(selection_)) {}
@@ -123,7 +123,7 @@ private:
     bool is_selected();
 
     Selection selection;
-    std::uint64_t frame_count = 0;
+    uint64_t frame_count = 0;
     bool over = false;
 };
 

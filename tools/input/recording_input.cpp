@@ -67,7 +67,7 @@ RecordingInput::RecordingInput(SourceName const& source, InputOptions const& opt
     left_out_to_tell = files->left_out() > 0;
 }
 
-std::uint64_t RecordingInput::bytes_done() const {
+uint64_t RecordingInput::bytes_done() const {
     return bytes_before + (scanner ? scanner->offset() : 0);
 }
 
@@ -185,7 +185,7 @@ bool RecordingInput::use_record() {
 /** The scan has come to the end of what is there of the file. */
 bool RecordingInput::use_end() {
     if (read_problem.empty() && file_goes_on()) return false;
-    const std::uint64_t offset = scanner->offset();
+    const uint64_t offset = scanner->offset();
     bytes_before += offset;
     scanner.reset();
     if (!read_problem.empty()) {
@@ -253,7 +253,7 @@ void RecordingInput::wait() const {
     poll(nullptr, 0, kTickMs);
 }
 
-std::uint64_t find_last_timestamp(SourceName const& source, InputOptions const& options) {
+uint64_t find_last_timestamp(SourceName const& source, InputOptions const& options) {
     std::error_code ignored;
     if (std::filesystem::is_fifo(source.path, ignored)) {
         throw UsageError("a time before the last frame needs a file or a directory, not the pipe " +
@@ -261,7 +261,7 @@ std::uint64_t find_last_timestamp(SourceName const& source, InputOptions const& 
     }
     SourceFiles files(source.path, options.recorder, false);
     for (auto file = files.files().rbegin(); file != files.files().rend(); ++file) {
-        std::optional<std::uint64_t> last;
+        std::optional<uint64_t> last;
         try {
             auto input = std::make_unique<Kit::BlockReader>(current_path(file->path));
             input->set_wait(check_interruption);

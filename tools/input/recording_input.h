@@ -18,8 +18,8 @@ public:
     RecordingInput(SourceName const& source, InputOptions const& options, Selection selection);
 
     bool is_endless() const override { return files && files->follows(); }
-    std::uint64_t bytes_done() const override;
-    std::uint64_t bytes_total() const override { return files ? files->total_size() : 0; }
+    uint64_t bytes_done() const override;
+    uint64_t bytes_total() const override { return files ? files->total_size() : 0; }
 
 private:
     using Scanned = Kit::RecordingScanner::Item;
@@ -47,7 +47,7 @@ private:
     bool growing = false;  // the recorder may write more of the file
     bool frame_seen = false;
     unsigned ticks = 0;
-    std::uint64_t bytes_before = 0;
+    uint64_t bytes_before = 0;
     std::string read_problem;  // why the rest of the file cannot be read
     std::deque<Kit::Finding> to_tell;
     /** Of a directory's file: what may only say that it holds raw data, until a record follows. */
@@ -56,6 +56,6 @@ private:
 };
 
 /** The timestamp of the last frame of a file or a directory; 0 without frames. */
-std::uint64_t find_last_timestamp(SourceName const& source, InputOptions const& options);
+uint64_t find_last_timestamp(SourceName const& source, InputOptions const& options);
 
 }  // namespace Tools

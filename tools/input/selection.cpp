@@ -13,10 +13,10 @@ namespace Tools {
 
 namespace {
 
-constexpr std::uint64_t kSecond = 1000000;
+constexpr uint64_t kSecond = 1000000;
 
 /** Whole numbers from here on are us; as seconds they would be later than the year 5000. */
-constexpr std::uint64_t kFirstMicroseconds = 100000000000;
+constexpr uint64_t kFirstMicroseconds = 100000000000;
 
 /** Takes parts off the front of a text. */
 class Parts {
@@ -30,7 +30,7 @@ public:
     }
 
     /** A number of exactly `digits` digits that is `low` to `high`. */
-    bool number(std::size_t digits, int low, int high, int& value) {
+    bool number(size_t digits, int low, int high, int& value) {
         const std::string_view text = rest.substr(0, digits);
         if (text.size() < digits || text.find_first_not_of("0123456789") != text.npos) return false;
         std::from_chars(text.data(), text.data() + digits, value);
@@ -39,19 +39,19 @@ public:
     }
 
     /** Digits; false when there is none or the number does not fit. */
-    bool whole(std::uint64_t& value) {
+    bool whole(uint64_t& value) {
         const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
         if (error != std::errc()) return false;
-        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+        rest.remove_prefix(static_cast<size_t>(end - rest.data()));
         return true;
     }
 
     /** What follows a point, in us of a second; digits beyond are lost. */
-    bool fraction(std::uint64_t& us) {
+    bool fraction(uint64_t& us) {
         us = 0;
-        const std::size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
-        for (std::size_t i = 0; i < 6; ++i) {
-            us = 10 * us + (i < digits ? static_cast<std::uint64_t>(rest[i] - '0') : 0);
+        const size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
+        for (size_t i = 0; i < 6; ++i) {
+            us = 10 * us + (i < digits ? static_cast<uint64_t>(rest[i] - '0') : 0);
         }
         rest.remove_prefix(digits);
         return digits > 0;
@@ -61,7 +61,7 @@ public:
 };
 
 /** us of a unit; 0 when it is none. */
-std::uint64_t unit_size(std::string_view unit) {
+uint64_t unit_size(std::string_view unit) {
     if (unit == "us") return 1;
     if (unit == "ms") return 1000;
     if (unit.empty() || unit == "s") return kSecond;
@@ -70,23 +70,23 @@ std::uint64_t unit_size(std::string_view unit) {
 }
 
 /** A length of time with a unit: "1.5s". */
-bool parse_length(std::string_view text, std::uint64_t& us) {
+bool parse_length(std::string_view text, uint64_t& us) {
     Parts parts(text);
-    std::uint64_t whole = 0;
-    std::uint64_t millionths = 0;
+    uint64_t whole = 0;
+    uint64_t millionths = 0;
     if (!parts.whole(whole)) return false;
     if (parts.character('.') && !parts.fraction(millionths)) return false;
-    const std::uint64_t unit = unit_size(parts.rest);
+    const uint64_t unit = unit_size(parts.rest);
     if (unit == 0 || whole > INT64_MAX / (3600 * kSecond) / 2) return false;
     us = whole * unit + millionths * unit / 1000000;
     return true;
 }
 
 /** Seconds with or without a fraction, or us, since 1970. */
-bool parse_number(std::string_view text, std::uint64_t& us) {
+bool parse_number(std::string_view text, uint64_t& us) {
     Parts parts(text);
-    std::uint64_t whole = 0;
-    std::uint64_t fraction = 0;
+    uint64_t whole = 0;
+    uint64_t fraction = 0;
     if (!parts.whole(whole)) return false;
     if (parts.rest.empty() && whole >= kFirstMicroseconds) {
         us = whole;
@@ -109,7 +109,7 @@ bool parse_date(Parts& parts, std::tm& date) {
     return true;
 }
 
-bool parse_time_of_day(Parts& parts, std::tm& date, std::uint64_t& us) {
+bool parse_time_of_day(Parts& parts, std::tm& date, uint64_t& us) {
     if (!parts.number(2, 0, 23, date.tm_hour) || !parts.character(':') ||
         !parts.number(2, 0, 59, date.tm_min)) {
         return false;
@@ -120,7 +120,7 @@ bool parse_time_of_day(Parts& parts, std::tm& date, std::uint64_t& us) {
 }
 
 /** What follows a time of day: nothing, Z or how far the zone is ahead. */
-bool parse_zone(Parts& parts, std::optional<std::int64_t>& seconds_ahead) {
+bool parse_zone(Parts& parts, std::optional<int64_t>& seconds_ahead) {
     if (parts.rest.empty()) return true;
     seconds_ahead = 0;
     if (parts.character('Z')) return parts.rest.empty();
@@ -135,19 +135,19 @@ bool parse_zone(Parts& parts, std::optional<std::int64_t>& seconds_ahead) {
 }
 
 /** Seconds since 1970 UTC; none when there is no such day. */
-std::optional<std::int64_t> seconds_of(std::tm const& date, bool local) {
+std::optional<int64_t> seconds_of(std::tm const& date, bool local) {
     std::tm copy = date;
     copy.tm_isdst = local ? -1 : 0;
-    const std::int64_t seconds = local ? mktime(&copy) : timegm(&copy);
+    const int64_t seconds = local ? mktime(&copy) : timegm(&copy);
     if (copy.tm_mon != date.tm_mon || seconds < 0) return std::nullopt;  // 30 February
     return seconds;
 }
 
-bool parse_date_time(std::string_view text, std::uint64_t& us) {
+bool parse_date_time(std::string_view text, uint64_t& us) {
     Parts parts(text);
     std::tm date = {};
-    std::uint64_t fraction = 0;
-    std::optional<std::int64_t> seconds_ahead;
+    uint64_t fraction = 0;
+    std::optional<int64_t> seconds_ahead;
     if (!parse_date(parts, date)) return false;
     if (!parts.rest.empty()) {
         if (!parts.character('T') && !parts.character(' ')) return false;
@@ -156,12 +156,12 @@ bool parse_date_time(std::string_view text, std::uint64_t& us) {
     }
     const auto seconds = seconds_of(date, !seconds_ahead);
     if (!seconds || *seconds < seconds_ahead.value_or(0)) return false;
-    us = static_cast<std::uint64_t>(*seconds - seconds_ahead.value_or(0)) * kSecond + fraction;
+    us = static_cast<uint64_t>(*seconds - seconds_ahead.value_or(0)) * kSecond + fraction;
     return true;
 }
 
 /** Reads "A-B", "A-", "-B" or "A". */
-bool parse_range(std::string_view text, std::uint64_t& first, std::uint64_t& last) {
+bool parse_range(std::string_view text, uint64_t& first, uint64_t& last) {
     Parts parts(text);
     const bool has_first = parts.whole(first);
     if (!parts.character('-')) {
@@ -218,11 +218,11 @@ bool Selection::ends_by_last_timestamp() const {
     return end && end->origin == Moment::Origin::kLastFrame;
 }
 
-void Selection::set_last_timestamp(std::uint64_t timestamp) {
+void Selection::set_last_timestamp(uint64_t timestamp) {
     last_timestamp = timestamp;
 }
 
-std::uint64_t Selection::resolve(Moment const& moment) const {
+uint64_t Selection::resolve(Moment const& moment) const {
     switch (moment.origin) {
         case Moment::Origin::kFirstFrame:
             return *first_timestamp + std::min(moment.us, UINT64_MAX - *first_timestamp);
@@ -234,7 +234,7 @@ std::uint64_t Selection::resolve(Moment const& moment) const {
     return moment.us;
 }
 
-Selection::Verdict Selection::judge(std::uint64_t number, std::uint64_t timestamp) {
+Selection::Verdict Selection::judge(uint64_t number, uint64_t timestamp) {
     if (!first_timestamp) first_timestamp = timestamp;
     if (number > last_number) return Verdict::kOver;
     if (!started) started = !start || timestamp >= resolve(*start);

@@ -29,7 +29,7 @@ struct Moment {
 
     Origin origin = Origin::kAbsolute;
     /** Since 1970 UTC, after the first frame, or before the last one. */
-    std::uint64_t us = 0;
+    uint64_t us = 0;
 };
 
 /**
@@ -60,22 +60,22 @@ public:
     /** Whether set_last_timestamp() has to be called before frames are judged. */
     bool needs_last_timestamp() const;
     bool ends_by_last_timestamp() const;
-    void set_last_timestamp(std::uint64_t timestamp);
+    void set_last_timestamp(uint64_t timestamp);
 
     enum class Verdict { kBefore, kSelected, kOver };
 
     /** Judges the source's frames, each in its turn. After kOver none is selected. */
-    Verdict judge(std::uint64_t number, std::uint64_t timestamp);
+    Verdict judge(uint64_t number, uint64_t timestamp);
 
 private:
-    std::uint64_t resolve(Moment const& moment) const;
+    uint64_t resolve(Moment const& moment) const;
 
     std::optional<Moment> start;
     std::optional<Moment> end;
-    std::uint64_t first_number = 0;
-    std::uint64_t last_number = UINT64_MAX;
-    std::optional<std::uint64_t> first_timestamp;
-    std::uint64_t last_timestamp = 0;
+    uint64_t first_number = 0;
+    uint64_t last_number = UINT64_MAX;
+    std::optional<uint64_t> first_timestamp;
+    uint64_t last_timestamp = 0;
     bool started = false;
 };
 

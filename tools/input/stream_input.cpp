@@ -67,7 +67,7 @@ bool StreamInput::use_frame() {
     current_item = Item::kFrame;
     current_frame.magic = objects.magic();
     current_frame.timestamp = objects.timestamp();
-    current_frame.target_count = static_cast<std::uint32_t>(objects.targets_size());
+    current_frame.target_count = static_cast<uint32_t>(objects.targets_size());
     current_frame.payload = stream_frame.payload;
     current_frame.offset = client.bytes() - stream_frame.payload.size() - Kit::kStreamHeaderSize;
     return true;

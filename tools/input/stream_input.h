@@ -13,8 +13,8 @@ public:
     StreamInput(SourceName const& source, InputOptions const& options, Selection selection);
 
     bool is_endless() const override { return true; }
-    std::uint64_t bytes_done() const override { return client.bytes(); }
-    std::uint64_t bytes_total() const override { return 0; }
+    uint64_t bytes_done() const override { return client.bytes(); }
+    uint64_t bytes_total() const override { return 0; }
 
 private:
     using Result = Kit::StreamClient::Result;
@@ -28,7 +28,7 @@ private:
     std::function<void()> idle;
     Kit::StreamClient client;
     Kit::StreamFrame stream_frame;
-    std::uint64_t frames = 0;
+    uint64_t frames = 0;
     bool begun = false;
     bool ended = false;
 };

@@ -8,7 +8,7 @@ namespace Tools {
 
 namespace {
 
-constexpr std::uint64_t kFewestIntervals = 10;
+constexpr uint64_t kFewestIntervals = 10;
 
 bool is_longer(FrameGap const& a, FrameGap const& b) {
     return a.length_us > b.length_us;
@@ -17,7 +17,7 @@ bool is_longer(FrameGap const& a, FrameGap const& b) {
 }  // namespace
 
 void FrameTiming::add(InputFrame const& frame, std::string const& file) {
-    const std::uint64_t length_us = frame.timestamp - last;
+    const uint64_t length_us = frame.timestamp - last;
     if (frame_count == 0) {
         first = frame.timestamp;
     } else if (frame.timestamp < last) {
@@ -30,7 +30,7 @@ void FrameTiming::add(InputFrame const& frame, std::string const& file) {
     last = frame.timestamp;
 }
 
-void FrameTiming::add_interval(std::uint64_t length_us) {
+void FrameTiming::add_interval(uint64_t length_us) {
     shortest = interval_count == 0 ? length_us : std::min(shortest, length_us);
     ++interval_count;
     const auto length = static_cast<double>(length_us);
@@ -42,7 +42,7 @@ void FrameTiming::add_interval(std::uint64_t length_us) {
 }
 
 /** Whether an interval is among the longest so far. */
-bool FrameTiming::is_long(std::uint64_t length_us) const {
+bool FrameTiming::is_long(uint64_t length_us) const {
     return long_intervals.size() < kMostGaps || length_us > long_intervals.front().length_us;
 }
 
@@ -60,7 +60,7 @@ FrameTiming::Intervals FrameTiming::intervals() const {
     Intervals all;
     double sum = 0;
     double squares = 0;
-    for (std::size_t i = 0; i < (from ? step_of(*from) : steps.size()); ++i) {
+    for (size_t i = 0; i < (from ? step_of(*from) : steps.size()); ++i) {
         Step const& step = steps[i];
         all.count += step.count;
         all.longest_us = std::max(all.longest_us, step.longest);
@@ -78,40 +78,40 @@ FrameTiming::Intervals FrameTiming::intervals() const {
 }
 
 /** Lengths below 16 us have a step each, longer ones 16 to each doubling. */
-std::size_t FrameTiming::step_of(std::uint64_t length_us) {
+size_t FrameTiming::step_of(uint64_t length_us) {
     if (length_us < kStepsPerOctave) return length_us;
     const int octave = 63 - __builtin_clzll(length_us);  // 4 or more
-    const std::uint64_t within = (length_us >> (octave - 4)) - kStepsPerOctave;
-    return static_cast<std::size_t>(octave - 3) * kStepsPerOctave + within;
+    const uint64_t within = (length_us >> (octave - 4)) - kStepsPerOctave;
+    return static_cast<size_t>(octave - 3) * kStepsPerOctave + within;
 }
 
-std::uint64_t FrameTiming::begin_of(std::size_t step) {
+uint64_t FrameTiming::begin_of(size_t step) {
     if (step < kStepsPerOctave) return step;
-    const std::size_t octave = step / kStepsPerOctave + 3;
+    const size_t octave = step / kStepsPerOctave + 3;
     return (step % kStepsPerOctave + kStepsPerOctave) << (octave - 4);
 }
 
-std::uint64_t FrameTiming::usual_us() const {
-    std::uint64_t count = 0;
-    for (std::size_t step = 0; step < steps.size(); ++step) {
+uint64_t FrameTiming::usual_us() const {
+    uint64_t count = 0;
+    for (size_t step = 0; step < steps.size(); ++step) {
         count += steps[step].count;
         if (10 * count >= 9 * interval_count) return begin_of(step + 1);
     }
     return 0;
 }
 
-std::optional<std::uint64_t> FrameTiming::gap_from_us() const {
+std::optional<uint64_t> FrameTiming::gap_from_us() const {
     if (interval_count < kFewestIntervals) return std::nullopt;
-    const std::uint64_t usual = usual_us();
+    const uint64_t usual = usual_us();
     if (usual > UINT64_MAX / 32) return std::nullopt;
     return begin_of(step_of(usual * 16 / 10) + 1);
 }
 
-std::uint64_t FrameTiming::gap_count() const {
+uint64_t FrameTiming::gap_count() const {
     const auto from = gap_from_us();
     if (!from) return 0;
-    std::uint64_t count = 0;
-    for (std::size_t step = step_of(*from); step < steps.size(); ++step) count += steps[step].count;
+    uint64_t count = 0;
+    for (size_t step = step_of(*from); step < steps.size(); ++step) count += steps[step].count;
     return count;
 }
 

@@ -12,15 +12,15 @@ namespace Tools {
 /** Where a frame stands in a source. */
 struct FramePlace {
     std::string file;
-    std::uint64_t offset = 0;  // in bytes
-    std::uint64_t number = 0;
+    uint64_t offset = 0;  // in bytes
+    uint64_t number = 0;
 };
 
 /** A time without a frame that is long for the recording. */
 struct FrameGap {
-    std::uint64_t length_us = 0;
-    std::uint64_t begin_us = 0;  // the time of the frame before
-    FramePlace place;            // of the frame behind
+    uint64_t length_us = 0;
+    uint64_t begin_us = 0;  // the time of the frame before
+    FramePlace place;       // of the frame behind
 };
 
 /**
@@ -35,52 +35,52 @@ public:
     /** Takes the next frame, which stands in `file`. */
     void add(InputFrame const& frame, std::string const& file);
 
-    std::uint64_t frames() const { return frame_count; }
-    std::uint64_t first_us() const { return first; }
-    std::uint64_t last_us() const { return last; }
+    uint64_t frames() const { return frame_count; }
+    uint64_t first_us() const { return first; }
+    uint64_t last_us() const { return last; }
 
     /** The times between two frames that are neither gaps nor go back. */
     struct Intervals {
-        std::uint64_t count = 0;
+        uint64_t count = 0;
         double mean_us = 0;
         double deviation_us = 0;  // the standard deviation
-        std::uint64_t shortest_us = 0;
-        std::uint64_t longest_us = 0;
+        uint64_t shortest_us = 0;
+        uint64_t longest_us = 0;
     };
     Intervals intervals() const;
 
     /** How often a frame was earlier than the one before. */
-    std::uint64_t steps_back() const { return back_count; }
+    uint64_t steps_back() const { return back_count; }
 
     /** What nine of ten times between frames are at most, rounded up by up to 1/16. */
-    std::uint64_t usual_us() const;
+    uint64_t usual_us() const;
     /** The length from which on a time is a gap; none when there are too few to tell. */
-    std::optional<std::uint64_t> gap_from_us() const;
-    std::uint64_t gap_count() const;
+    std::optional<uint64_t> gap_from_us() const;
+    uint64_t gap_count() const;
     /** The longest gaps, at most kMostGaps, in order of the recording. */
     std::vector<FrameGap> gaps() const;
 
-    static constexpr std::size_t kMostGaps = 100;
+    static constexpr size_t kMostGaps = 100;
 
 private:
     static constexpr int kStepsPerOctave = 16;
 
-    static std::size_t step_of(std::uint64_t length_us);
-    static std::uint64_t begin_of(std::size_t step);
-    void add_interval(std::uint64_t length_us);
-    bool is_long(std::uint64_t length_us) const;
+    static size_t step_of(uint64_t length_us);
+    static uint64_t begin_of(size_t step);
+    void add_interval(uint64_t length_us);
+    bool is_long(uint64_t length_us) const;
     void keep(FrameGap gap);
 
-    std::uint64_t frame_count = 0;
-    std::uint64_t first = 0;
-    std::uint64_t last = 0;
-    std::uint64_t back_count = 0;
-    std::uint64_t interval_count = 0;
-    std::uint64_t shortest = 0;
+    uint64_t frame_count = 0;
+    uint64_t first = 0;
+    uint64_t last = 0;
+    uint64_t back_count = 0;
+    uint64_t interval_count = 0;
+    uint64_t shortest = 0;
     /** The intervals of each step of length. */
     struct Step {
-        std::uint64_t count = 0;
-        std::uint64_t longest = 0;
+        uint64_t count = 0;
+        uint64_t longest = 0;
         double sum = 0;
         double squares = 0;
     };

@@ -20,7 +20,7 @@ std::string formatted(char const* format, Values... values) {
     return text.data();
 }
 
-std::string tag_text(std::uint32_t tag) {
+std::string tag_text(uint32_t tag) {
     return formatted("0x%08X", static_cast<unsigned>(tag));
 }
 
@@ -36,7 +36,7 @@ std::string kind_of(SourceName const& source, SourceSurvey const& survey) {
     return is_file ? "file" : "directory";
 }
 
-std::string daylight_text(std::int32_t flag) {
+std::string daylight_text(int32_t flag) {
     if (flag < 0) return "not known";
     return flag > 0 ? "on" : "off";
 }
@@ -64,7 +64,7 @@ std::string condition_of(FileSurvey const& file) {
     return text;
 }
 
-std::string time_text(std::uint64_t us) {
+std::string time_text(uint64_t us) {
     return std::to_string(us) + " us" + (looks_like_date(us) ? " (" + utc_text(us) + ")" : "");
 }
 
@@ -106,10 +106,10 @@ std::string rate_lines(FrameTiming const& timing) {
 }
 
 std::string gap_lines(FrameTiming const& timing, bool several_files) {
-    constexpr std::size_t kMostLines = 10;
+    constexpr size_t kMostLines = 10;
     const std::vector<FrameGap> gaps = timing.gaps();
     std::string text = line("gaps", std::to_string(timing.gap_count()));
-    for (std::size_t i = 0; i < gaps.size() && i < kMostLines; ++i) {
+    for (size_t i = 0; i < gaps.size() && i < kMostLines; ++i) {
         FrameGap const& gap = gaps[i];
         text += line("", length_text(static_cast<double>(gap.length_us)) + " before frame " +
                              std::to_string(gap.place.number) + " at offset " +
@@ -123,7 +123,7 @@ std::string gap_lines(FrameTiming const& timing, bool several_files) {
     return text;
 }
 
-Json number(std::uint64_t value) {
+Json number(uint64_t value) {
     return std::to_string(value);
 }
 

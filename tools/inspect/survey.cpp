@@ -86,8 +86,8 @@ void SourceSurvey::add_finding(Kit::Finding const& finding) {
     if (is_cut) file.cut_offset = finding.offset;
 }
 
-std::uint64_t SourceSurvey::skipped_bytes() const {
-    std::uint64_t sum = 0;
+uint64_t SourceSurvey::skipped_bytes() const {
+    uint64_t sum = 0;
     for (FileSurvey const& file : surveys) sum += file.skipped_bytes;
     return sum;
 }

@@ -17,14 +17,14 @@ namespace Tools {
 struct FileSurvey {
     Kit::RecordingFile file;
     FileState state = FileState::kUnknown;
-    std::uint64_t bytes = 0;                     // that were read
+    uint64_t bytes = 0;                          // that were read
     std::optional<Kit::RecordingHeader> header;  // the first one
-    std::uint64_t headers = 0;
-    std::uint64_t records = 0;
-    std::uint64_t damaged_places = 0;
-    std::uint64_t skipped_bytes = 0;
+    uint64_t headers = 0;
+    uint64_t records = 0;
+    uint64_t damaged_places = 0;
+    uint64_t skipped_bytes = 0;
     /** Where it is cut off, in bytes. */
-    std::optional<std::uint64_t> cut_offset;
+    std::optional<uint64_t> cut_offset;
     /** Whether the headers count what was found; none when that cannot be told. */
     std::optional<bool> frame_count_agrees;
 };
@@ -44,14 +44,14 @@ public:
     std::vector<FileSurvey> const& files() const { return surveys; }
     FrameTiming const& timing() const { return frame_timing; }
     /** The number of records of each tag. */
-    std::map<std::uint32_t, std::uint64_t> const& tags() const { return tag_counts; }
+    std::map<uint32_t, uint64_t> const& tags() const { return tag_counts; }
 
-    std::uint64_t bytes() const { return byte_count; }
-    std::uint64_t records() const { return frame_timing.frames(); }
-    std::uint64_t targets() const { return target_count; }
-    std::uint32_t fewest_targets() const { return fewest; }
-    std::uint32_t most_targets() const { return most; }
-    std::uint64_t skipped_bytes() const;
+    uint64_t bytes() const { return byte_count; }
+    uint64_t records() const { return frame_timing.frames(); }
+    uint64_t targets() const { return target_count; }
+    uint32_t fewest_targets() const { return fewest; }
+    uint32_t most_targets() const { return most; }
+    uint64_t skipped_bytes() const;
 
 private:
     void begin_file(FrameInput const& input);
@@ -62,14 +62,14 @@ private:
 
     std::vector<FileSurvey> surveys;
     FrameTiming frame_timing;
-    std::map<std::uint32_t, std::uint64_t> tag_counts;
-    std::uint64_t* tag_count = nullptr;  // of the last tag
-    std::uint32_t tag = 0;
-    std::uint64_t byte_count = 0;
-    std::uint64_t file_begin = 0;
-    std::uint64_t target_count = 0;
-    std::uint32_t fewest = 0;
-    std::uint32_t most = 0;
+    std::map<uint32_t, uint64_t> tag_counts;
+    uint64_t* tag_count = nullptr;  // of the last tag
+    uint32_t tag = 0;
+    uint64_t byte_count = 0;
+    uint64_t file_begin = 0;
+    uint64_t target_count = 0;
+    uint32_t fewest = 0;
+    uint32_t most = 0;
 };
 
 }  // namespace Tools

@@ -49,7 +49,7 @@ char const* motion(float rdot) {
 std::string bytes_text(uint64_t bytes) {
     constexpr std::array<char const*, 5> kUnits = {"B", "kB", "MB", "GB", "TB"};
     double value = static_cast<double>(bytes);
-    std::size_t unit = 0;
+    size_t unit = 0;
     for (; value >= 1000.0 && unit + 1 < kUnits.size(); ++unit) value /= 1000.0;
     return formatted(unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
 }
@@ -98,13 +98,13 @@ public:
 
     void add(std::string const& colour, std::string text) {
         if (static_cast<int>(lines.size()) >= window.rows) return;
-        text.resize(std::min(text.size(), static_cast<std::size_t>(window.columns)));
+        text.resize(std::min(text.size(), static_cast<size_t>(window.columns)));
         lines.push_back(coloured && !colour.empty() ? colour + text + kPlain : text);
     }
 
     void add_titles() {
         std::string text;
-        for (std::size_t i = 0; i < columns; ++i) {
+        for (size_t i = 0; i < columns; ++i) {
             if (i > 0) text.append(kGap, ' ');
             text += formatted(i + 1 == kColumns.size() ? "%-*s" : "%*s", kColumns[i].width,
                               kColumns[i].title);
@@ -115,7 +115,7 @@ public:
 
     void add_target(RO::TargetData const& target) {
         std::string text;
-        for (std::size_t i = 0; i < columns; ++i) {
+        for (size_t i = 0; i < columns; ++i) {
             if (i > 0) text.append(kGap, ' ');
             text += kColumns[i].text(target);
         }
@@ -132,7 +132,7 @@ public:
 
 private:
     std::string scale_title() const {
-        std::string text(static_cast<std::size_t>(scale_width), ' ');
+        std::string text(static_cast<size_t>(scale_width), ' ');
         text.replace(0, 4, "left");
         text.replace(text.size() - 5, 5, "right");
         return text;
@@ -140,19 +140,19 @@ private:
 
     /** Where a target is from left to right, seen from the radar. */
     std::string scale(float theta) const {
-        std::string text(static_cast<std::size_t>(scale_width), '.');
+        std::string text(static_cast<size_t>(scale_width), '.');
         const int middle = scale_width / 2;
-        text[static_cast<std::size_t>(middle)] = '|';
+        text[static_cast<size_t>(middle)] = '|';
         if (std::isnan(theta)) return text;
         const float part = std::clamp(theta / kWidestBearing, -1.0F, 1.0F);
         const auto place = std::lround(part * static_cast<float>(middle)) + middle;
-        text[static_cast<std::size_t>(place)] = 'O';
+        text[static_cast<size_t>(place)] = 'O';
         return text;
     }
 
     WindowSize window;
     bool coloured;
-    std::size_t columns = 0;
+    size_t columns = 0;
     int table_width = 0;
     int scale_width = 0;
 };
@@ -188,7 +188,7 @@ std::vector<std::string> draw_target_table(StreamStatus const& status,
     picture.add("", "");
     picture.add_titles();
     const auto targets = by_range(frame);
-    for (std::size_t i = 0; i < targets.size(); ++i) {
+    for (size_t i = 0; i < targets.size(); ++i) {
         if (picture.rows_left() == 1 && i + 1 < targets.size()) {
             picture.add(kDim, "  " + count_text(targets.size() - i, "more target", "more targets"));
             break;

@@ -86,7 +86,7 @@ private:
     using Told = std::pair<std::string, bool>;
 
     static constexpr std::chrono::milliseconds kShortestPause{33};
-    static constexpr std::size_t kMessagesKept = 20;
+    static constexpr size_t kMessagesKept = 20;
 
     void redraw(StreamStatus const& status) {
         drawn = Clock::now();

@@ -18,7 +18,7 @@ namespace Tools {
 
 namespace {
 
-constexpr std::size_t kPieceSize = 256 * 1024;
+constexpr size_t kPieceSize = 256 * 1024;
 
 /** The file that `path` means, when it is a link. */
 std::string follow_link(std::string const& path) {
@@ -70,7 +70,7 @@ void OutputFile::write(std::string_view bytes) {
     if (collected.size() >= kPieceSize) flush();
 }
 
-void OutputFile::overwrite(std::uint64_t offset, std::string_view bytes) {
+void OutputFile::overwrite(uint64_t offset, std::string_view bytes) {
     flush();
     put(offset, bytes);
 }
@@ -81,13 +81,13 @@ void OutputFile::flush() {
     collected.clear();
 }
 
-void OutputFile::put(std::uint64_t offset, std::string_view bytes) {
+void OutputFile::put(uint64_t offset, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t count = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) fail(errno);
-        offset += static_cast<std::uint64_t>(count);
-        bytes.remove_prefix(static_cast<std::size_t>(count));
+        offset += static_cast<uint64_t>(count);
+        bytes.remove_prefix(static_cast<size_t>(count));
     }
 }
 

@@ -31,10 +31,10 @@ public:
     void write(std::string_view bytes);
 
     /** Replaces bytes that were written before, such as a count in a header. */
-    void overwrite(std::uint64_t offset, std::string_view bytes);
+    void overwrite(uint64_t offset, std::string_view bytes);
 
     /** The number of bytes that were written. */
-    std::uint64_t size() const { return written + collected.size(); }
+    uint64_t size() const { return written + collected.size(); }
 
     /** Flushes the file to storage and gives it its name, also when it is replaced meanwhile. */
     void finish();
@@ -43,7 +43,7 @@ public:
 
 private:
     void flush();
-    void put(std::uint64_t offset, std::string_view bytes);
+    void put(uint64_t offset, std::string_view bytes);
     void give_name();
     void flush_directory() const;
     [[noreturn]] void fail(int error) const;
@@ -53,7 +53,7 @@ private:
     bool replaces;
     int fd = -1;
     std::string collected;
-    std::uint64_t written = 0;
+    uint64_t written = 0;
 };
 
 /**

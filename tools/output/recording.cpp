@@ -20,10 +20,10 @@ RecordingOutput::RecordingOutput(std::string const& path, bool force, Kit::Recor
     file.write(Kit::encode_header(made_right(header)));
 }
 
-void RecordingOutput::add(std::uint32_t tag, std::string_view payload) {
+void RecordingOutput::add(uint32_t tag, std::string_view payload) {
     std::string head;
     Kit::append_word(head, tag);
-    Kit::append_word(head, static_cast<std::uint32_t>(payload.size()));
+    Kit::append_word(head, static_cast<uint32_t>(payload.size()));
     file.write(head);
     file.write(payload);
     ++count;
@@ -31,7 +31,7 @@ void RecordingOutput::add(std::uint32_t tag, std::string_view payload) {
 
 void RecordingOutput::finish() {
     std::string word;
-    Kit::append_word(word, static_cast<std::uint32_t>(count));
+    Kit::append_word(word, static_cast<uint32_t>(count));
     file.overwrite(Kit::kFrameCountOffset, word);
     file.finish();
 }

@@ -30,18 +30,18 @@ public:
     RecordingOutput(std::string const& path, bool force, Kit::RecordingHeader header);
 
     /** Adds a record. The payload is a frame's encoding, at most Kit::kLargestPayload bytes. */
-    void add(std::uint32_t tag, std::string_view payload);
+    void add(uint32_t tag, std::string_view payload);
 
     /** Completes the file and gives it its name. */
     void finish();
 
     std::string const& path() const { return file.path(); }
-    std::uint64_t records() const { return count; }
-    std::uint64_t size() const { return file.size(); }
+    uint64_t records() const { return count; }
+    uint64_t size() const { return file.size(); }
 
 private:
     OutputFile file;
-    std::uint64_t count = 0;
+    uint64_t count = 0;
 };
 
 /**

@@ -31,9 +31,9 @@ constexpr milliseconds kStatusInterval{100};
 /** How long clients get for what is queued for them at the end. */
 constexpr milliseconds kStopGrace{1000};
 
-constexpr std::uint64_t kQueueFrames = 64;
+constexpr uint64_t kQueueFrames = 64;
 /** So many bytes go to the queues at once when nobody sets the pace; larger frames one by one. */
-constexpr std::uint64_t kQueueBytes = 4 * 1024 * 1024;
+constexpr uint64_t kQueueBytes = 4 * 1024 * 1024;
 
 /** The person wants the end while the input has nothing to read. */
 struct PlayEnded {};
@@ -132,10 +132,10 @@ bool Player::is_due(Clock::time_point now) const {
  * of many megabytes always waits for them, so that no more than one is kept.
  */
 bool Player::has_room() {
-    const std::uint64_t size = source.frame().payload.size();
+    const uint64_t size = source.frame().payload.size();
     if (size <= kQueueBytes && (clock.rate() || source.is_live())) return true;
     if (room_frames > 0 && room_bytes >= size) return true;
-    std::uint64_t queued = 0;
+    uint64_t queued = 0;
     for (auto const& client : relay->counters().clients) queued = std::max(queued, client.queued);
     room_frames = kQueueFrames - std::min(queued, kQueueFrames);
     room_bytes = queued == 0 ? std::max(kQueueBytes, size) : 0;
@@ -148,8 +148,8 @@ void Player::publish() {
     ++published;
     last_number = frame.number;
     last_timestamp = frame.timestamp;
-    room_frames -= std::min<std::uint64_t>(room_frames, 1);
-    room_bytes -= std::min<std::uint64_t>(room_bytes, frame.payload.size());
+    room_frames -= std::min<uint64_t>(room_frames, 1);
+    room_bytes -= std::min<uint64_t>(room_bytes, frame.payload.size());
 }
 
 /** Waits until the frame is due, a key is typed, a signal comes, or it is time to look around. */

@@ -62,7 +62,7 @@ private:
     void use_key(int key);
     void step();
     void step_back();
-    void seek_by(std::int64_t us);
+    void seek_by(int64_t us);
     void go_to_begin();
     void at_new_place(bool found);
     void change_rate(std::optional<double> rate);
@@ -80,12 +80,12 @@ private:
     Keyboard keyboard;
     bool draws = false;
     Clock::time_point status_due;
-    std::uint64_t published = 0;
-    std::uint64_t last_number = 0;
-    std::uint64_t last_timestamp = 0;
+    uint64_t published = 0;
+    uint64_t last_number = 0;
+    uint64_t last_timestamp = 0;
     // What may be sent before the clients' queues are looked at again, so that none overflows.
-    std::uint64_t room_frames = 0;
-    std::uint64_t room_bytes = 0;
+    uint64_t room_frames = 0;
+    uint64_t room_bytes = 0;
 };
 
 }  // namespace Tools

@@ -8,8 +8,8 @@ namespace Tools {
 
 namespace {
 
-constexpr std::int64_t kShortSeek = 10000000;  // us
-constexpr std::int64_t kLongSeek = 60000000;
+constexpr int64_t kShortSeek = 10000000;  // us
+constexpr int64_t kLongSeek = 60000000;
 constexpr double kFastest = 1024;
 constexpr double kSlowest = 1.0 / 1024;
 
@@ -72,14 +72,14 @@ void Player::step_back() {
     if (!source.can_rewind()) return;
     clock.pause(Clock::now());
     waiting = false;
-    at_new_place(source.seek_number(last_number - std::min<std::uint64_t>(last_number, 1)));
+    at_new_place(source.seek_number(last_number - std::min<uint64_t>(last_number, 1)));
     step();
 }
 
-void Player::seek_by(std::int64_t us) {
+void Player::seek_by(int64_t us) {
     if (us < 0 && !source.can_rewind()) return;
-    const auto length = static_cast<std::uint64_t>(us < 0 ? -us : us);
-    const std::uint64_t to =
+    const auto length = static_cast<uint64_t>(us < 0 ? -us : us);
+    const uint64_t to =
         us < 0 ? last_timestamp - std::min(last_timestamp, length) : last_timestamp + length;
     const bool found = source.seek(to);
     at_new_place(found || (options.loop && source.rewind()));

@@ -53,7 +53,7 @@ bool PlaySource::rewind() {
     return next();
 }
 
-bool PlaySource::seek(std::uint64_t timestamp) {
+bool PlaySource::seek(uint64_t timestamp) {
     if (!at_frame || frame().timestamp > timestamp) {
         if (!rewind()) return false;
     }
@@ -63,7 +63,7 @@ bool PlaySource::seek(std::uint64_t timestamp) {
     return true;
 }
 
-bool PlaySource::seek_number(std::uint64_t number) {
+bool PlaySource::seek_number(uint64_t number) {
     if (!rewind()) return false;
     while (frame().number < number) {
         if (!next()) return false;

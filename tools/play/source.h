@@ -33,12 +33,12 @@ public:
     bool rewind();
 
     /** Goes to the first frame at or after a time. False behind the end, or after Ctrl-C. */
-    bool seek(std::uint64_t timestamp);
+    bool seek(uint64_t timestamp);
     /** Goes to the frame with this number, or the first one. */
-    bool seek_number(std::uint64_t number);
+    bool seek_number(uint64_t number);
 
     /** The first frame's time. */
-    std::uint64_t first_timestamp() const { return first; }
+    uint64_t first_timestamp() const { return first; }
     /** How much of the source was read; 0 when its size is not known. */
     double share_done() const;
 
@@ -56,9 +56,9 @@ private:
     bool live;
     bool at_frame = false;
     bool frame_seen = false;
-    std::uint64_t first = 0;
-    std::uint64_t items = 0;       // read since the source was opened
-    std::uint64_t items_told = 0;  // that the report knows
+    uint64_t first = 0;
+    uint64_t items = 0;       // read since the source was opened
+    uint64_t items_told = 0;  // that the report knows
 };
 
 }  // namespace Tools

@@ -17,8 +17,8 @@ std::string formatted(char const* format, Values... values) {
 }
 
 /** "1:02.5", or "1:01:02" from an hour on. */
-std::string position_text(std::uint64_t us) {
-    const std::uint64_t tenths = us / 100000;
+std::string position_text(uint64_t us) {
+    const uint64_t tenths = us / 100000;
     const auto seconds = static_cast<unsigned long long>(tenths / 10);
     if (seconds >= 3600) {
         return formatted("%llu:%02llu:%02llu", seconds / 3600, seconds / 60 % 60, seconds % 60);
@@ -52,7 +52,7 @@ std::string play_status_text(PlayStatus const& status, int columns) {
     text += "  frame " + std::to_string(status.frame);
     text += "  " + std::to_string(status.clients) + (status.clients == 1 ? " client" : " clients");
     if (status.dropped > 0) text += ", " + std::to_string(status.dropped) + " dropped";
-    const std::size_t width = columns > 1 ? static_cast<std::size_t>(columns) - 1 : 0;
+    const size_t width = columns > 1 ? static_cast<size_t>(columns) - 1 : 0;
     if (text.size() + sizeof(kKeys) - 1 <= width) text += kKeys;
     return text.substr(0, width);
 }

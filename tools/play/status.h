@@ -12,12 +12,12 @@ struct PlayStatus {
     enum class State { kPlaying, kPaused, kWaiting };
 
     State state = State::kPlaying;
-    std::optional<double> rate;     // none: as fast as possible
-    std::uint64_t frame = 0;        // the number of the last frame that was sent
-    std::uint64_t position_us = 0;  // its time since the first frame
-    double share = 0;               // of the source that was read; 0 when that is not known
-    std::size_t clients = 0;
-    std::uint64_t dropped = 0;  // frames, because of slow clients
+    std::optional<double> rate;  // none: as fast as possible
+    uint64_t frame = 0;          // the number of the last frame that was sent
+    uint64_t position_us = 0;    // its time since the first frame
+    double share = 0;            // of the source that was read; 0 when that is not known
+    size_t clients = 0;
+    uint64_t dropped = 0;  // frames, because of slow clients
 };
 
 /** The status in one line of at most `columns` - 1 characters, with the keys where there is room.

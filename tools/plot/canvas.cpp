@@ -22,7 +22,7 @@ constexpr double kUsualHeight = 600;
 constexpr double kSmallestScale = 0.7;
 
 /** More dots than that are an image in an SVG or a PDF. */
-constexpr std::size_t kMostVectorDots = 2000;
+constexpr size_t kMostVectorDots = 2000;
 /** Pixels of that image for a unit of an SVG or a PDF. */
 constexpr double kImageScale = 1.5;
 constexpr double kMostImagePixels = 1000000;
@@ -163,11 +163,11 @@ double PlotCanvas::text_width(std::string const& text, TextStyle const& style) {
 std::string PlotCanvas::fit_text(std::string const& text, TextStyle const& style, double width) {
     if (text_width(text, style) <= width) return text;
     const std::vector<std::string> characters = characters_of(text);
-    for (std::size_t kept = characters.size(); kept-- > 2;) {
+    for (size_t kept = characters.size(); kept-- > 2;) {
         std::string shorter;
-        for (std::size_t i = 0; i < kept / 2; ++i) shorter += characters[i];
+        for (size_t i = 0; i < kept / 2; ++i) shorter += characters[i];
         shorter += "\u2026";
-        for (std::size_t i = characters.size() - (kept - kept / 2); i < characters.size(); ++i) {
+        for (size_t i = characters.size() - (kept - kept / 2); i < characters.size(); ++i) {
             shorter += characters[i];
         }
         if (text_width(shorter, style) <= width) return shorter;
@@ -196,7 +196,7 @@ void PlotCanvas::add_svg_text(double x, double y, std::string const& text, TextS
     const auto part = [](double share) { return static_cast<int>(std::lround(255 * share)); };
     svg_texts += formatted(
         "<text x=\"%.2f\" y=\"%.2f\" font-size=\"%.2f\" text-anchor=\"%s\" fill=\"#%02x%02x%02x\"",
-        x * scale, y * scale, style.size * scale, kAnchors[static_cast<std::size_t>(style.align)],
+        x * scale, y * scale, style.size * scale, kAnchors[static_cast<size_t>(style.align)],
         part(style.colour.red), part(style.colour.green), part(style.colour.blue));
     if (style.bold) svg_texts += " font-weight=\"bold\"";
     if (style.upwards) {
@@ -205,7 +205,7 @@ void PlotCanvas::add_svg_text(double x, double y, std::string const& text, TextS
     svg_texts += ">" + xml_text(text) + "</text>\n";
 }
 
-void PlotCanvas::dots(Box const& box, std::size_t count, Each const& each) {
+void PlotCanvas::dots(Box const& box, size_t count, Each const& each) {
     if (format != PlotFormat::kPng && count <= kMostVectorDots) {
         vector_dots(box, each);
     } else {
@@ -273,7 +273,7 @@ void PlotCanvas::finish(Write const& write) {
     cairo_surface_finish(surface.get());
     check(surface.get());
     if (format == PlotFormat::kSvg) {
-        const std::size_t begin = bytes.find('>', bytes.find("<svg")) + 1;
+        const size_t begin = bytes.find('>', bytes.find("<svg")) + 1;
         bytes.insert(begin, "\n<title>" + xml_text(title) + "</title>");
         bytes.insert(bytes.rfind("</svg>"),
                      "<g font-family=\"Helvetica, Arial, sans-serif\">\n" + svg_texts + "</g>\n");

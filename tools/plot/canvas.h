@@ -84,7 +84,7 @@ public:
      * Draws dots, one above the other, which `each` hands over one by one; what is outside `box` is
      * cut off. So many that a viewer would suffer from them are an image inside the picture.
      */
-    void dots(Box const& box, std::size_t count, Each const& each);
+    void dots(Box const& box, size_t count, Each const& each);
 
     /** Ends the picture, and hands over the bytes of its file. */
     void finish(Write const& write);

@@ -96,7 +96,7 @@ private:
     AxisMarks values;
 };
 
-double dot_radius(std::size_t count) {
+double dot_radius(size_t count) {
     return count < 50 ? 3.4 : count < 500 ? 2.4 : count < 5000 ? 1.8 : count < 50000 ? 1.3 : 0.9;
 }
 

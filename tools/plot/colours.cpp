@@ -25,7 +25,7 @@ double between(double from, double to, double share) {
 
 Colour speed_colour(double share) {
     const double place = (std::clamp(share, -1.0, 1.0) + 1) / 2 * (kStops.size() - 1);
-    const auto below = std::min(static_cast<std::size_t>(place), kStops.size() - 2);
+    const auto below = std::min(static_cast<size_t>(place), kStops.size() - 2);
     const double rest = place - static_cast<double>(below);
     Colour const& from = kStops[below];
     Colour const& to = kStops[below + 1];

@@ -36,7 +36,7 @@ void PlotData::add(InputFrame const& frame) {
     }
 }
 
-void PlotData::move_time(std::uint64_t timestamp) {
+void PlotData::move_time(uint64_t timestamp) {
     if (frame_count == 0) {
         first = timestamp;
     } else if (timestamp > last) {

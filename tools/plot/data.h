@@ -40,14 +40,14 @@ public:
     /** The targets of the last frame; without those beyond the first kMostNewest. */
     std::vector<PlotPoint> const& newest() const { return newest_points; }
 
-    std::uint64_t frames() const { return frame_count; }
-    std::uint64_t targets() const { return target_count; }
+    uint64_t frames() const { return frame_count; }
+    uint64_t targets() const { return target_count; }
     /** Targets that no picture can show: not a number, beyond 1000 km, or a negative range. */
-    std::uint64_t unusable() const { return unusable_count; }
+    uint64_t unusable() const { return unusable_count; }
     /** Targets beyond the limits. */
-    std::uint64_t beyond() const { return beyond_count; }
+    uint64_t beyond() const { return beyond_count; }
 
-    std::uint64_t first_timestamp() const { return first; }
+    uint64_t first_timestamp() const { return first; }
     double duration_s() const { return static_cast<double>(elapsed_us) / 1e6; }
     double largest_range() const { return most_range; }
     double largest_speed() const { return most_speed; }  // without its sign
@@ -55,10 +55,10 @@ public:
     double lowest_y() const { return least_y; }
     double highest_y() const { return most_y; }
 
-    static constexpr std::size_t kMostNewest = 200;
+    static constexpr size_t kMostNewest = 200;
 
 private:
-    void move_time(std::uint64_t timestamp);
+    void move_time(uint64_t timestamp);
     void add_target(float range, float speed, float angle);
     void note_extent(PlotPoint const& point, float range, float angle);
 
@@ -66,13 +66,13 @@ private:
     PlotLimits plot_limits;
     PlotPoints plot_points;
     std::vector<PlotPoint> newest_points;
-    std::uint64_t frame_count = 0;
-    std::uint64_t target_count = 0;
-    std::uint64_t unusable_count = 0;
-    std::uint64_t beyond_count = 0;
-    std::uint64_t first = 0;
-    std::uint64_t last = 0;
-    std::uint64_t elapsed_us = 0;
+    uint64_t frame_count = 0;
+    uint64_t target_count = 0;
+    uint64_t unusable_count = 0;
+    uint64_t beyond_count = 0;
+    uint64_t first = 0;
+    uint64_t last = 0;
+    uint64_t elapsed_us = 0;
     double most_range = 0;
     double most_speed = 0;
     double most_angle = 0;

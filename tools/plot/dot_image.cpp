@@ -10,10 +10,10 @@ namespace Tools {
 namespace {
 
 /** The colour laid over a pixel; both with their alpha in the top byte, and multiplied by it. */
-std::uint32_t over(std::uint32_t pixel, Colour colour, double alpha) {
+uint32_t over(uint32_t pixel, Colour colour, double alpha) {
     const auto mixed = [&](unsigned shift, double value) {
         const auto below = static_cast<double>(pixel >> shift & 0xFFU);
-        return static_cast<std::uint32_t>(std::lround(255 * value * alpha + below * (1 - alpha)))
+        return static_cast<uint32_t>(std::lround(255 * value * alpha + below * (1 - alpha)))
                << shift;
     };
     return mixed(24, 1) | mixed(16, colour.red) | mixed(8, colour.green) | mixed(0, colour.blue);
@@ -53,7 +53,7 @@ void DotImage::stamp(double x, double y, double radius, Colour colour, double al
             if (cover <= 0) continue;
             unsigned char* const place =
                 pixels + static_cast<std::ptrdiff_t>(row) * stride + 4 * column;
-            std::uint32_t pixel = 0;
+            uint32_t pixel = 0;
             std::memcpy(&pixel, place, sizeof(pixel));
             pixel = over(pixel, colour, alpha * cover);
             std::memcpy(place, &pixel, sizeof(pixel));

@@ -22,9 +22,9 @@ constexpr double kBarWidth = 14;
 constexpr double kHighestBar = 300;
 constexpr int kBarSteps = 64;
 
-std::string counted(std::uint64_t count, std::string const& what) {
+std::string counted(uint64_t count, std::string const& what) {
     std::string digits = std::to_string(count);
-    for (std::size_t i = digits.size(); i > 3; i -= 3) digits.insert(i - 3, "\u202F");
+    for (size_t i = digits.size(); i > 3; i -= 3) digits.insert(i - 3, "\u202F");
     return digits + " " + what + (count == 1 ? "" : "s");
 }
 
@@ -84,7 +84,7 @@ std::string plot_title(PlotView view, std::string const& name) {
 
 std::string plot_subtitle(PlotData const& data) {
     if (data.frames() == 0) return "no frames";
-    const std::uint64_t begin = data.first_timestamp();
+    const uint64_t begin = data.first_timestamp();
     std::string text;
     if (looks_like_date(begin)) {
         const std::string utc = utc_text(begin);  // 2025-05-15T09:30:07.042000Z

@@ -114,7 +114,7 @@ double freshness(double age_s, double trail_s) {
     return kFaintest + (1 - kFaintest) * share * share;
 }
 
-double dot_radius(std::size_t count) {
+double dot_radius(size_t count) {
     return count < 500 ? 2.6 : count < 10000 ? 1.9 : 1.3;
 }
 

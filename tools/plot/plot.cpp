@@ -44,7 +44,7 @@ PlotView view_of(std::string const& name) {
 /** By the end of the file's name. */
 PlotFormat format_of(std::string const& path) {
     const std::string name = path.substr(path.rfind('/') + 1);
-    const std::size_t point = name.rfind('.');
+    const size_t point = name.rfind('.');
     const std::string ending = point == std::string::npos ? "" : name.substr(point);
     if (ending == ".svg") return PlotFormat::kSvg;
     if (ending == ".png") return PlotFormat::kPng;
@@ -71,7 +71,7 @@ std::string name_of(InputOptions const& input) {
 }
 
 void tell_left_out(PlotData const& data, DamageReport& report, Messages const& messages) {
-    const auto counted = [](std::uint64_t count) {
+    const auto counted = [](uint64_t count) {
         return std::to_string(count) + (count == 1 ? " target" : " targets");
     };
     if (data.beyond() > 0) {

@@ -25,7 +25,7 @@ void PlotPoints::add(PlotPoint const& point) {
 
 void PlotPoints::for_each(std::function<void(PlotPoint const&)> const& use) const {
     for (PlotPoint const& point : points) use(point);
-    for (std::size_t i = 0; i < cells.size(); ++i) {
+    for (size_t i = 0; i < cells.size(); ++i) {
         if (cells[i].time < 0) continue;
         use({columns.place(static_cast<int>(i % kCells)), rows.place(static_cast<int>(i / kCells)),
              cells[i].speed, cells[i].time});
@@ -48,7 +48,7 @@ void PlotPoints::begin_grid() {
     if (least_y >= 0) rows.first = 0;
     columns.width = 1.001 * static_cast<double>(most_x) / (kCells + std::min(columns.first, 0));
     rows.width = 1.001 * static_cast<double>(most_y) / (kCells + std::min(rows.first, 0));
-    cells.resize(static_cast<std::size_t>(kCells) * kCells);
+    cells.resize(static_cast<size_t>(kCells) * kCells);
     for (PlotPoint const& point : points) put(point);
     points = {};
 }
@@ -56,8 +56,8 @@ void PlotPoints::begin_grid() {
 void PlotPoints::put(PlotPoint const& point) {
     while (!is_inside(columns.index(point.x))) widen(columns, point.x < 0, 1, kCells);
     while (!is_inside(rows.index(point.y))) widen(rows, point.y < 0, kCells, 1);
-    const auto column = static_cast<std::size_t>(columns.index(point.x));
-    const auto row = static_cast<std::size_t>(rows.index(point.y));
+    const auto column = static_cast<size_t>(columns.index(point.x));
+    const auto row = static_cast<size_t>(rows.index(point.y));
     Cell& cell = cells[row * kCells + column];
     if (cell.time < 0) ++occupied;
     const Cell another = {point.speed, point.time};
@@ -66,20 +66,20 @@ void PlotPoints::put(PlotPoint const& point) {
 
 /** Makes cells twice as wide: two neighbours become one. A grid that begins at 0 gets a negative
  * half when that is needed. */
-void PlotPoints::widen(Axis& axis, bool negative, std::size_t stride, std::size_t other_stride) {
+void PlotPoints::widen(Axis& axis, bool negative, size_t stride, size_t other_stride) {
     const int first = negative ? -kCells / 2 : axis.first;
     std::vector<Cell> line(kCells);
-    for (std::size_t other = 0; other < kCells; ++other) {
+    for (size_t other = 0; other < kCells; ++other) {
         Cell* const begin = &cells[other * other_stride];
-        for (std::size_t i = 0; i < kCells; ++i) {
+        for (size_t i = 0; i < kCells; ++i) {
             line[i] = begin[i * stride];
             begin[i * stride] = Cell();
         }
         for (int i = 0; i < kCells; ++i) {
-            Cell const& cell = line[static_cast<std::size_t>(i)];
+            Cell const& cell = line[static_cast<size_t>(i)];
             if (cell.time < 0) continue;
             const int wide = static_cast<int>(std::floor((axis.first + i) / 2.0)) - first;
-            Cell& merged = begin[static_cast<std::size_t>(wide) * stride];
+            Cell& merged = begin[static_cast<size_t>(wide) * stride];
             if (merged.time >= 0) --occupied;
             if (replaces(cell, merged)) merged = cell;
         }

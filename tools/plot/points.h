@@ -33,9 +33,9 @@ public:
     void for_each(std::function<void(PlotPoint const&)> const& use) const;
 
     /** How many for_each() gives. */
-    std::size_t size() const { return cells.empty() ? points.size() : occupied; }
+    size_t size() const { return cells.empty() ? points.size() : occupied; }
 
-    static constexpr std::size_t kMostPoints = 50000;
+    static constexpr size_t kMostPoints = 50000;
 
 private:
     static constexpr int kCells = 1024;  // a row, and a column
@@ -56,13 +56,13 @@ private:
     static bool is_inside(int index) { return index >= 0 && index < kCells; }
     void begin_grid();
     void put(PlotPoint const& point);
-    void widen(Axis& axis, bool negative, std::size_t stride, std::size_t other_stride);
+    void widen(Axis& axis, bool negative, size_t stride, size_t other_stride);
     bool replaces(Cell const& cell, Cell const& other) const;
 
     Keep keep;
     std::vector<PlotPoint> points;
     std::vector<Cell> cells;
-    std::size_t occupied = 0;
+    size_t occupied = 0;
     Axis columns;
     Axis rows;
 };

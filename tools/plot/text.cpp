@@ -7,17 +7,17 @@ namespace Tools {
 namespace {
 
 /** The bytes of the character in UTF-8 at `i`; 0 when there is none. */
-std::size_t character_size(std::string const& text, std::size_t i) {
-    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
+size_t character_size(std::string const& text, size_t i) {
+    const auto byte = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
     const unsigned first = byte(i);
-    const std::size_t size = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
+    const size_t size = first < 0x80   ? 1
+                        : first < 0xC2 ? 0
+                        : first < 0xE0 ? 2
+                        : first < 0xF0 ? 3
+                        : first < 0xF5 ? 4
+                                       : 0;
     if (size == 0 || i + size > text.size()) return 0;
-    for (std::size_t k = i + 1; k < i + size; ++k) {
+    for (size_t k = i + 1; k < i + size; ++k) {
         if ((byte(k) & 0xC0U) != 0x80U) return 0;
     }
     const unsigned second = size > 1 ? byte(i + 1) : 0;
@@ -32,19 +32,19 @@ std::size_t character_size(std::string const& text, std::size_t i) {
 
 std::string printable_text(std::string const& text) {
     std::string printable;
-    for (std::size_t i = 0; i < text.size();) {
-        const std::size_t size = character_size(text, i);
+    for (size_t i = 0; i < text.size();) {
+        const size_t size = character_size(text, i);
         const bool is_control = static_cast<unsigned char>(text[i]) < 0x20 || text[i] == 0x7F;
         printable += size == 0 || is_control ? "?" : text.substr(i, size);
-        i += std::max<std::size_t>(size, 1);
+        i += std::max<size_t>(size, 1);
     }
     return printable;
 }
 
 std::vector<std::string> characters_of(std::string const& text) {
     std::vector<std::string> characters;
-    for (std::size_t i = 0; i < text.size();) {
-        const std::size_t size = std::max<std::size_t>(character_size(text, i), 1);
+    for (size_t i = 0; i < text.size();) {
+        const size_t size = std::max<size_t>(character_size(text, i), 1);
         characters.push_back(text.substr(i, size));
         i += size;
     }

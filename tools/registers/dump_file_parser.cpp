@@ -24,16 +24,16 @@ constexpr uint32_t kLargest = std::numeric_limits<uint32_t>::max();
 }
 
 /** "NAME:LINE:COLUMN" of a byte, which is counted from 1. */
-std::string place_of(std::string const& name, std::string_view text, std::size_t byte) {
+std::string place_of(std::string const& name, std::string_view text, size_t byte) {
     const std::string_view before = text.substr(0, byte == 0 ? 0 : byte - 1);
     const auto line = 1 + std::count(before.begin(), before.end(), '\n');
-    const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;
+    const size_t column = before.size() - (before.rfind('\n') + 1) + 1;
     return name + ":" + std::to_string(line) + ":" + std::to_string(column);
 }
 
 std::pair<std::string, uint32_t> take_field(TextLine& line) {
     const std::string field(line.word("field"));
-    const std::size_t sign = field.find('=');
+    const size_t sign = field.find('=');
     const auto value =
         sign == std::string::npos ? std::nullopt : whole_number(field.substr(sign + 1));
     if (sign == 0 || !value || *value > kLargest) {
@@ -104,7 +104,7 @@ std::vector<RegisterValue> parse_text(std::string const& name, std::string const
 }  // namespace
 
 RegisterDump parse_dump(std::string const& name, std::string const& text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
+    const size_t first = text.find_first_not_of(" \t\r\n");
     const bool is_json = first != std::string::npos && text[first] == '{';
     RegisterDump dump;
     dump.name = name;

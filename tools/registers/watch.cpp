@@ -22,7 +22,7 @@ namespace Tools {
 
 namespace {
 
-constexpr std::size_t kLabelWidth = 16;
+constexpr size_t kLabelWidth = 16;
 
 struct Options {
     ChipOptions chip;
@@ -65,7 +65,7 @@ std::string clock_text(int64_t time_us) {
 /** "0x00401e01 enable=1 frame_rate=30", with what a field was before where it differs. */
 std::string value_text(RegisterValue const& now, std::optional<RegisterValue> const& before) {
     std::string text = hex_text(now.value, 8);
-    for (std::size_t i = 0; i < now.fields.size(); ++i) {
+    for (size_t i = 0; i < now.fields.size(); ++i) {
         auto const& [name, value] = now.fields[i];
         text += " " + name + "=";
         if (before && before->fields[i].second != value) {
@@ -125,14 +125,14 @@ public:
 
     /** All registers, or, where they are too many for the window, those that have changed. */
     std::vector<ScreenLine> picture(WindowSize window) const {
-        const bool all_fit = watched.size() + 2 <= static_cast<std::size_t>(window.rows);
+        const bool all_fit = watched.size() + 2 <= static_cast<size_t>(window.rows);
         std::vector<ScreenLine> lines = {{kBold, std::to_string(watched.size()) +
                                                      " registers  look " + std::to_string(looks) +
                                                      "  q ends"}};
         for (auto const& [address, one] : watched) {
             if (all_fit || one.changed_at > 0) lines.push_back(line(one));
         }
-        const std::size_t hidden = watched.size() + 1 - lines.size();
+        const size_t hidden = watched.size() + 1 - lines.size();
         if (hidden > 0) {
             lines.push_back({kDim, std::to_string(hidden) + " registers have not changed"});
         }

@@ -29,7 +29,7 @@ struct Setting {
 };
 
 Setting parse_setting(RegisterMap const& map, std::string const& text) {
-    const std::size_t sign = text.find('=');
+    const size_t sign = text.find('=');
     if (sign == std::string::npos) {
         throw UsageError(in_quotes(text) + " is not written NAME=VALUE");
     }
@@ -62,7 +62,7 @@ void check_setting(Setting const& setting, Options const& options) {
     check_harmless(setting.selected, options.chip.force);
 }
 
-void verify(ChipAccess const& chip, Setting const& setting, std::size_t left) {
+void verify(ChipAccess const& chip, Setting const& setting, size_t left) {
     const NamedBits& bits = setting.selected.bits;
     const uint32_t found = bits.of(chip.read(setting.selected.whole));
     if (found == setting.value) return;
@@ -80,7 +80,7 @@ ExitStatus run(Options const& options) {
     for (Setting const& setting : settings) check_setting(setting, options);
 
     ChipAccess chip(options.chip);
-    std::size_t left = settings.size();
+    size_t left = settings.size();
     for (Setting const& setting : settings) {
         chip.write(setting.selected, setting.value);
         --left;

@@ -32,8 +32,8 @@ bool begins_sequence(std::string const& bytes) {
 }
 
 /** The length of the sequence in front, "\x1b[1;5C" for example; 0 when its end is to come. */
-std::size_t sequence_size(std::string const& bytes) {
-    for (std::size_t i = 2; i < bytes.size(); ++i) {
+size_t sequence_size(std::string const& bytes) {
+    for (size_t i = 2; i < bytes.size(); ++i) {
         if (bytes[i] >= '@' && bytes[i] <= '~') return i + 1;
     }
     return 0;
@@ -44,7 +44,7 @@ std::size_t sequence_size(std::string const& bytes) {
 std::vector<int> take_keys(std::string& bytes) {
     std::vector<int> keys;
     while (!bytes.empty()) {
-        std::size_t size = 1;
+        size_t size = 1;
         int key = static_cast<unsigned char>(bytes[0]);
         if (begins_sequence(bytes)) {
             size = sequence_size(bytes);
@@ -74,7 +74,7 @@ std::vector<int> Keyboard::typed() {
             give_back();  // the terminal has gone
             break;
         }
-        bytes.append(piece.data(), static_cast<std::size_t>(count));
+        bytes.append(piece.data(), static_cast<size_t>(count));
     }
     return take_keys(bytes);
 }

@@ -13,7 +13,7 @@ bool continues_a_character(char byte) {
 /** The first `width` characters of a text in UTF-8. */
 std::string first_characters(std::string const& text, int width) {
     int characters = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (size_t i = 0; i < text.size(); ++i) {
         if (!continues_a_character(text[i]) && ++characters > width) return text.substr(0, i);
     }
     return text;

@@ -35,7 +35,7 @@ LiveScreen::~LiveScreen() {
 
 void LiveScreen::draw(std::vector<std::string> const& lines) {
     out.write(kTopLeft);
-    for (std::size_t i = 0; i < lines.size(); ++i) {
+    for (size_t i = 0; i < lines.size(); ++i) {
         if (i > 0) out.write("\r\n");
         // Erased before it is written: behind a full line the cursor stands on its last character.
         out.write(kEraseLine);

@@ -35,7 +35,7 @@ void ProgressBar::clear() {
     drawn = false;
 }
 
-void ProgressBar::look(std::uint64_t done, std::uint64_t total) {
+void ProgressBar::look(uint64_t done, uint64_t total) {
     const Clock::time_point now = Clock::now();
     if (now < next) return;
     next = now + std::chrono::milliseconds(100);
@@ -45,7 +45,7 @@ void ProgressBar::look(std::uint64_t done, std::uint64_t total) {
     drawn = true;
 }
 
-std::string progress_text(std::uint64_t done, std::uint64_t total, double seconds, int columns) {
+std::string progress_text(uint64_t done, uint64_t total, double seconds, int columns) {
     const auto bytes = static_cast<double>(done);
     std::string text = megabytes(bytes);
     if (seconds > 0) text += "  " + megabytes(bytes / seconds) + "/s";
@@ -56,12 +56,12 @@ std::string progress_text(std::uint64_t done, std::uint64_t total, double second
         text = std::string(percent) + "  " + text;
         const int length = std::min(columns - 5 - static_cast<int>(text.size()), kLongestBar);
         if (length > 4) {
-            const auto full = static_cast<std::size_t>(share * length);
+            const auto full = static_cast<size_t>(share * length);
             text = "[" + std::string(full, '#') +
-                   std::string(static_cast<std::size_t>(length) - full, '.') + "] " + text;
+                   std::string(static_cast<size_t>(length) - full, '.') + "] " + text;
         }
     }
-    return text.substr(0, static_cast<std::size_t>(std::max(1, columns - 1)));
+    return text.substr(0, static_cast<size_t>(std::max(1, columns - 1)));
 }
 
 }  // namespace Tools

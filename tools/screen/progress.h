@@ -30,7 +30,7 @@ public:
      * How many of `total` bytes are done; 0 when the total is not known. Cheap enough for every
      * frame.
      */
-    void update(std::uint64_t done, std::uint64_t total) {
+    void update(uint64_t done, uint64_t total) {
         if (enabled && ++calls % kCallsPerLook == 0) look(done, total);
     }
 
@@ -42,7 +42,7 @@ private:
 
     static constexpr unsigned kCallsPerLook = 64;
 
-    void look(std::uint64_t done, std::uint64_t total);
+    void look(uint64_t done, uint64_t total);
 
     bool enabled;
     bool drawn = false;
@@ -52,6 +52,6 @@ private:
 };
 
 /** The bar's text for a window of `columns` characters. */
-std::string progress_text(std::uint64_t done, std::uint64_t total, double seconds, int columns);
+std::string progress_text(uint64_t done, uint64_t total, double seconds, int columns);
 
 }  // namespace Tools

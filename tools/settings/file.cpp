@@ -68,7 +68,7 @@ public:
             const ssize_t size = ::write(fd, left.data(), left.size());
             if (size < 0 && errno == EINTR) continue;
             check(size >= 0, "cannot be written: ");
-            left.remove_prefix(static_cast<std::size_t>(size));
+            left.remove_prefix(static_cast<size_t>(size));
         }
     }
 

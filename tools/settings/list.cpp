@@ -41,7 +41,7 @@ std::vector<Row> make_rows(SettingsText const& settings) {
     return rows;
 }
 
-constexpr std::size_t kColumns = 6;
+constexpr size_t kColumns = 6;
 using Cells = std::array<std::string, kColumns>;
 
 Cells cells_of(Row const& row) {
@@ -59,15 +59,15 @@ Cells cells_of(Row const& row) {
 std::string as_text(std::vector<Row> const& rows) {
     std::vector<Cells> table = {{"SETTING", "VALUE", "DEFAULT", "UNIT", "OF", "MEANING"}};
     for (Row const& row : rows) table.push_back(cells_of(row));
-    std::array<std::size_t, kColumns> widths = {};
+    std::array<size_t, kColumns> widths = {};
     for (Cells const& cells : table) {
-        for (std::size_t i = 0; i < kColumns; ++i) {
+        for (size_t i = 0; i < kColumns; ++i) {
             widths[i] = std::max(widths[i], cells[i].size());
         }
     }
     std::string text;
     for (Cells const& cells : table) {
-        for (std::size_t i = 0; i < kColumns; ++i) {
+        for (size_t i = 0; i < kColumns; ++i) {
             text += cells[i];
             if (i + 1 < kColumns) text.append(widths[i] - cells[i].size() + 2, ' ');
         }

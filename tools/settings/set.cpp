@@ -38,7 +38,7 @@ bool is_key(std::string const& text) {
 }
 
 Assignment parse_assignment(std::string const& text) {
-    const std::size_t sign = text.find('=');
+    const size_t sign = text.find('=');
     if (sign == std::string::npos) {
         throw UsageError(in_quotes(text) + " is not written SETTING=VALUE");
     }

@@ -37,7 +37,7 @@ std::string take_message(GError* error) {
 
 /** Without blanks at either end. */
 std::string_view trimmed(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(kBlanks);
+    const size_t begin = text.find_first_not_of(kBlanks);
     if (begin == std::string_view::npos) return {};
     return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
 }
@@ -54,7 +54,7 @@ std::optional<std::string_view> group_of(std::string_view line) {
 /** The key of a line "key=value"; empty when it is none. */
 std::string_view key_of(std::string_view line) {
     const std::string_view inside = trimmed(line);
-    const std::size_t sign = inside.find('=');
+    const size_t sign = inside.find('=');
     if (inside.empty() || inside.front() == '#' || sign == std::string_view::npos) return {};
     return trimmed(inside.substr(0, sign));
 }
@@ -63,9 +63,9 @@ std::string_view key_of(std::string_view line) {
  * Where the value that begins there ends. A key file has comments on lines of their own only, but
  * an integer is read up to the first blank, so that people write them behind it.
  */
-std::size_t end_of_value(std::string const& line, std::size_t begin) {
-    const std::size_t end = std::min(line.find_first_of("\r\n", begin), line.size());
-    std::size_t sign = line.find('#', begin);
+size_t end_of_value(std::string const& line, size_t begin) {
+    const size_t end = std::min(line.find_first_of("\r\n", begin), line.size());
+    size_t sign = line.find('#', begin);
     while (sign > begin && sign < end && line[sign - 1] != ' ' && line[sign - 1] != '\t') {
         sign = line.find('#', sign + 1);
     }
@@ -73,7 +73,7 @@ std::size_t end_of_value(std::string const& line, std::size_t begin) {
     return sign < end ? line.find_last_not_of(" \t", sign - 1) + 1 : end;
 }
 
-std::string line_number(std::size_t index) {
+std::string line_number(size_t index) {
     return "line " + std::to_string(index + 1);
 }
 
@@ -94,7 +94,7 @@ void SettingsText::take_lines(std::string_view text) {
     bool is_in_radar_group = false;
     bool is_in_group = false;
     while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
+        const size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
         const std::string_view line = text.substr(0, end);
         text.remove_prefix(end);
         if (const auto group = group_of(line)) {
@@ -142,8 +142,8 @@ void SettingsText::take_values() {
 }
 
 std::string SettingsText::no_integer(std::string const& key) const {
-    constexpr std::size_t kLongest = 40;
-    const std::vector<std::size_t> places = lines_of(key);
+    constexpr size_t kLongest = 40;
+    const std::vector<size_t> places = lines_of(key);
     std::string where;
     std::string_view value;
     if (!places.empty()) {
@@ -172,8 +172,8 @@ std::optional<int32_t> SettingsText::value(std::string const& key) const {
 }
 
 std::vector<std::string> SettingsText::repetitions() const {
-    std::map<std::string, std::vector<std::size_t>> places;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
+    std::map<std::string, std::vector<size_t>> places;
+    for (size_t i = 0; i < lines.size(); ++i) {
         if (!lines[i].key.empty()) places[lines[i].key].push_back(i);
     }
     std::vector<std::string> all;
@@ -188,14 +188,14 @@ std::vector<std::string> SettingsText::repetitions() const {
 
 void SettingsText::set(std::string const& key, int32_t new_value) {
     const std::string value_text = std::to_string(new_value);
-    const std::vector<std::size_t> places = lines_of(key);
+    const std::vector<size_t> places = lines_of(key);
     if (places.empty()) {
         add(key, value_text);
     } else {
         std::string& line = lines[places.back()].text;
-        const std::size_t sign = line.find('=') + 1;
-        const std::size_t begin = std::min(line.find_first_not_of(" \t\f\v", sign), line.size());
-        const std::size_t end = end_of_value(line, begin);
+        const size_t sign = line.find('=') + 1;
+        const size_t begin = std::min(line.find_first_not_of(" \t\f\v", sign), line.size());
+        const size_t end = end_of_value(line, begin);
         const bool touches_comment = end < line.size() && line[end] == '#';
         line.replace(begin, end - begin, value_text + (touches_comment ? " " : ""));
     }
@@ -209,9 +209,9 @@ std::string SettingsText::text() const {
 }
 
 /** The lines in which `key` has a value, by their index. */
-std::vector<std::size_t> SettingsText::lines_of(std::string const& key) const {
-    std::vector<std::size_t> places;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
+std::vector<size_t> SettingsText::lines_of(std::string const& key) const {
+    std::vector<size_t> places;
+    for (size_t i = 0; i < lines.size(); ++i) {
         if (lines[i].key == key) places.push_back(i);
     }
     return places;

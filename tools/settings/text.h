@@ -60,7 +60,7 @@ private:
     void take_line(std::string_view text, bool is_in_radar_group);
     void take_values();
     std::string no_integer(std::string const& key) const;
-    std::vector<std::size_t> lines_of(std::string const& key) const;
+    std::vector<size_t> lines_of(std::string const& key) const;
     void add(std::string const& key, std::string const& value_text);
 
     std::string name;

@@ -17,13 +17,13 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::size_t kLabelWidth = 13;
+constexpr size_t kLabelWidth = 13;
 
 /** "2 d 3 h", "3 h 12 min", "12 min 5 s", "5 s" */
 std::string duration_text(uint64_t seconds) {
     constexpr std::array<std::pair<uint64_t, char const*>, 4> kUnits = {
         {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}}};
-    for (std::size_t i = 0; i + 1 < kUnits.size(); ++i) {
+    for (size_t i = 0; i + 1 < kUnits.size(); ++i) {
         auto const& [large, large_name] = kUnits[i];
         auto const& [small, small_name] = kUnits[i + 1];
         if (seconds < large) continue;
@@ -64,7 +64,7 @@ public:
         lines.push_back({colour, label + text});
     }
 
-    void add_service(StatusFields const& status, std::size_t problems) {
+    void add_service(StatusFields const& status, size_t problems) {
         const bool is_running = status["state"].text() == "running";
         add("state",
             status["state"].text() + " for " +

@@ -21,7 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr std::size_t kLargestDocument = 16U << 20;
+constexpr size_t kLargestDocument = 16U << 20;
 
 /** How soon Ctrl-C is noticed. */
 constexpr milliseconds kTick(50);
@@ -63,7 +63,7 @@ public:
             const ssize_t size = read(fd, piece.data(), piece.size());
             if (size == 0) return document;
             if (size > 0) {
-                document.append(piece.data(), static_cast<std::size_t>(size));
+                document.append(piece.data(), static_cast<size_t>(size));
             } else if (errno == EAGAIN || errno == EINTR) {
                 wait(POLLIN);
             } else {

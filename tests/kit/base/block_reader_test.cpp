@@ -20,16 +20,16 @@ using Kit::BlockReader;
 constexpr char kPath[] = "/tmp/file";
 
 /** Bytes of which none repeats its neighbours for long. */
-std::string some_bytes(std::size_t size) {
+std::string some_bytes(size_t size) {
     std::string bytes;
-    for (std::size_t i = 0; i < size; ++i) bytes += static_cast<char>(i ^ i >> 8 ^ i >> 15);
+    for (size_t i = 0; i < size; ++i) bytes += static_cast<char>(i ^ i >> 8 ^ i >> 15);
     return bytes;
 }
 
 class BlockReaderTest : public test_support::PrivatePathsTest {
 protected:
     /** All of the input, in windows of `size` bytes. */
-    static std::string read_all(BlockReader& reader, std::size_t size) {
+    static std::string read_all(BlockReader& reader, size_t size) {
         std::string bytes;
         for (;;) {
             const std::string_view window = reader.window(size);
@@ -47,7 +47,7 @@ protected:
 TEST_F(BlockReaderTest, WindowsOfEverySizeGiveTheWholeFile) {
     const std::string bytes = some_bytes(3 * BlockReader::kBlockSize + 123);
     test_support::write_file(kPath, bytes);
-    for (const std::size_t size : {7u, 4096u, 262144u, 262145u, 700000u, 2000000u}) {
+    for (const size_t size : {7u, 4096u, 262144u, 262145u, 700000u, 2000000u}) {
         BlockReader reader(kPath);
         EXPECT_TRUE(read_all(reader, size) == bytes) << size;
         EXPECT_EQ(reader.offset(), bytes.size());
@@ -98,7 +98,7 @@ TEST_F(BlockReaderTest, AnInterruptedReadIsRepeated) {
     test_support::write_file(kPath, "abc");
     test_support::SystemCalls system_calls;
     int calls = 0;
-    system_calls.read = [&](int fd, void* bytes, std::size_t size) -> ssize_t {
+    system_calls.read = [&](int fd, void* bytes, size_t size) -> ssize_t {
         if (++calls > 1) return test_support::real_read(fd, bytes, size);
         errno = EINTR;
         return -1;

@@ -23,7 +23,7 @@ testing::AssertionResult agrees(std::string const& encoding) {
                << "parser says " << parsed << " to " << testing::PrintToString(encoding);
     }
     if (parsed && (survey.magic != frame.magic() || survey.timestamp != frame.timestamp() ||
-                   survey.targets != static_cast<std::uint32_t>(frame.targets_size()))) {
+                   survey.targets != static_cast<uint32_t>(frame.targets_size()))) {
         return testing::AssertionFailure() << "differs from " << frame.DebugString();
     }
     return testing::AssertionSuccess();
@@ -47,8 +47,8 @@ std::string make_frame(Random& random) {
 void damage(std::string& bytes, Random& random) {
     static const std::string kTelling =
         "\x00\x03\x04\x08\x0B\x0C\x0D\x10\x1A\x1B\x1C\x7A\x7B\x7C\x80\xFF"s;
-    const auto size = static_cast<std::uint32_t>(bytes.size());
-    const std::size_t place = random.below(size + 1);
+    const auto size = static_cast<uint32_t>(bytes.size());
+    const size_t place = random.below(size + 1);
     const char byte =
         random.below(3) == 0 ? static_cast<char>(random.below(256)) : kTelling[random.below(16)];
     switch (random.below(4)) {
@@ -149,7 +149,7 @@ TEST(FrameSurveyTest, AGroupThatEndsWithAnotherNumberIsMalformed) {
 }
 
 TEST(FrameSurveyTest, GroupsNestAsDeepAsTheParserAllows) {
-    for (std::size_t depth = 97; depth < 104; ++depth) {
+    for (size_t depth = 97; depth < 104; ++depth) {
         const std::string groups = std::string(depth, '\x7B') + std::string(depth, '\x7C');
         EXPECT_TRUE(agrees(groups)) << depth;
         std::string inside = "\x1A"s;
@@ -162,7 +162,7 @@ TEST(FrameSurveyTest, GroupsNestAsDeepAsTheParserAllows) {
 TEST(FrameSurveyTest, EveryPrefixOfAFrameIsJudgedAsTheParserDoes) {
     Random random(1);
     const std::string frame = make_frame(random) + make_frame(random);
-    for (std::size_t size = 0; size <= frame.size(); ++size) {
+    for (size_t size = 0; size <= frame.size(); ++size) {
         EXPECT_TRUE(agrees(frame.substr(0, size)));
     }
 }
@@ -182,7 +182,7 @@ TEST(FrameSurveyTest, DamagedFramesAreJudgedAsTheParserDoes) {
 
 TEST(FrameSurveyTest, TheWalkEndsWhereTheEncodingIsMalformed) {
     Kit::FrameSurvey survey;
-    std::size_t examined = 0;
+    size_t examined = 0;
     EXPECT_FALSE(Kit::survey_frame("\x08\x01"s + std::string(1000, '\0'), survey, &examined));
     EXPECT_EQ(examined, 3u);
 }

@@ -133,9 +133,9 @@ protected:
         return std::string(PETRELRADAR_SOURCE_DIR) + "/../shared/data/" + name;
     }
 
-    static std::pair<std::size_t, int> count(std::string const& name) {
+    static std::pair<size_t, int> count(std::string const& name) {
         Kit::DetectionLog log(path(name));
-        std::size_t frame_count = 0;
+        size_t frame_count = 0;
         int target_count = 0;
         RO::RadarObjects frame;
         while (log.next(frame)) {
@@ -154,15 +154,15 @@ protected:
 };
 
 TEST_F(RealDetectionLogTest, EveryFrameAndTargetOfAWalkIsRead) {
-    EXPECT_EQ(count("radhar_walk_small.csv"), (std::pair<std::size_t, int>(601, 13411)));
+    EXPECT_EQ(count("radhar_walk_small.csv"), (std::pair<size_t, int>(601, 13411)));
 }
 
 TEST_F(RealDetectionLogTest, EveryFrameAndTargetOfTenRecordingsIsRead) {
-    EXPECT_EQ(count("radhar_targets.csv"), (std::pair<std::size_t, int>(6015, 132551)));
+    EXPECT_EQ(count("radhar_targets.csv"), (std::pair<size_t, int>(6015, 132551)));
 }
 
 TEST_F(RealDetectionLogTest, EveryFrameAndTargetOfARoadIsRead) {
-    EXPECT_EQ(count("comma2k19_road.csv"), (std::pair<std::size_t, int>(1200, 10100)));
+    EXPECT_EQ(count("comma2k19_road.csv"), (std::pair<size_t, int>(1200, 10100)));
 }
 
 TEST_F(RealDetectionLogTest, TheFirstTargetHasTheValuesOfTheFirstLine) {

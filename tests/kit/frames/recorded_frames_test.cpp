@@ -21,7 +21,7 @@ constexpr char kDirectory[] = "/tmp/d";
 class RecordedFramesTest : public test_support::PrivatePathsTest {
 protected:
     test_support::SystemCalls system_calls;
-    std::int64_t now_ms = 1747301407042;
+    int64_t now_ms = 1747301407042;
 
     void SetUp() override {
         PrivatePathsTest::SetUp();
@@ -43,12 +43,12 @@ protected:
     }
 
     /** Records random frames and returns their encodings. */
-    std::vector<std::string> write_frames(test_support::Random& random, std::uint32_t count) {
+    std::vector<std::string> write_frames(test_support::Random& random, uint32_t count) {
         Radar::ObjectFileWriter writer(static_cast<int>(random.below(0x10000)), kDirectory,
                                        1 + random.below(5), true, 40 + random.below(20000));
         std::vector<std::string> encodings;
-        const std::uint32_t most = random.below(100);
-        for (std::uint32_t i = 0; i < count; ++i) {
+        const uint32_t most = random.below(100);
+        for (uint32_t i = 0; i < count; ++i) {
             Radar::SocketBuffer buffer(1000);
             buffer.set_data(test_support::random_frame(random, most).SerializeAsString());
             encodings.push_back(buffer.data());
@@ -68,7 +68,7 @@ protected:
 };
 
 TEST_F(RecordedFramesTest, WhatARecorderWroteIsReadBack) {
-    for (std::uint32_t seed = 1; seed <= 40; ++seed) {
+    for (uint32_t seed = 1; seed <= 40; ++seed) {
         test_support::Random random(seed);
         const auto written = write_frames(random, random.below(200) + 1);
         ASSERT_EQ(read_frames(), written) << "seed " << seed;
@@ -85,11 +85,11 @@ TEST_F(RecordedFramesTest, RotationGivesManyFiles) {
 TEST_F(RecordedFramesTest, FramesAreReadWhileTheyAreRecorded) {
     Radar::ObjectFileWriter writer(7, kDirectory, 900, true, 0);
     Radar::SocketBuffer buffer(1);
-    for (std::uint64_t time = 1; time <= 3; ++time) {
+    for (uint64_t time = 1; time <= 3; ++time) {
         buffer.set_timestamp(time);
         writer.write(buffer);
     }
-    std::vector<std::uint64_t> timestamps;
+    std::vector<uint64_t> timestamps;
     Kit::RecordingSource source(kDirectory);
     RO::RadarObjects frame;
     while (source.next(frame)) timestamps.push_back(frame.timestamp());

@@ -36,15 +36,15 @@ protected:
         std::filesystem::create_directory(kDirectory);
     }
 
-    static std::vector<std::uint64_t> timestamps(Kit::FrameSource& source) {
-        std::vector<std::uint64_t> times;
+    static std::vector<uint64_t> timestamps(Kit::FrameSource& source) {
+        std::vector<uint64_t> times;
         RO::RadarObjects frame;
         while (source.next(frame)) times.push_back(frame.timestamp());
         return times;
     }
 
     /** The timestamps of the frames at a path. */
-    static std::vector<std::uint64_t> timestamps(std::string const& path) {
+    static std::vector<uint64_t> timestamps(std::string const& path) {
         Kit::RecordingSource source(path);
         return timestamps(source);
     }
@@ -117,7 +117,7 @@ TEST_F(RecordingSourceTest, RewindingADirectoryGoesBackToItsFirstFile) {
 }
 
 TEST_F(RecordingSourceTest, AnUnfinishedFileEndsWithItsLastWholeRecord) {
-    for (std::size_t size = 0; size <= 55; ++size) {
+    for (size_t size = 0; size <= 55; ++size) {
         test_support::write_file(kUnfinished, (header(0) + first + second).substr(0, size));
         EXPECT_EQ(timestamps(kUnfinished).size(), size == 55 ? 1u : 0u) << size;
     }

@@ -13,8 +13,8 @@
 namespace {
 
 /** FNV-1a over the encodings of the first frames of a scene. */
-std::uint64_t fingerprint(Kit::Scene& scene, int frames) {
-    std::uint64_t hash = 0xCBF29CE484222325;
+uint64_t fingerprint(Kit::Scene& scene, int frames) {
+    uint64_t hash = 0xCBF29CE484222325;
     RO::RadarObjects frame;
     for (int i = 0; i < frames; ++i) {
         scene.next(frame);
@@ -25,7 +25,7 @@ std::uint64_t fingerprint(Kit::Scene& scene, int frames) {
     return hash;
 }
 
-std::uint64_t fingerprint(std::uint32_t seed, int frames) {
+uint64_t fingerprint(uint32_t seed, int frames) {
     Kit::Scene scene(seed);
     return fingerprint(scene, frames);
 }
@@ -59,7 +59,7 @@ TEST(SceneTest, AnotherSeedIsAnotherScene) {
 
 TEST(SceneTest, RewindingGivesTheSameFramesAgain) {
     Kit::Scene scene(7);
-    const std::uint64_t first = fingerprint(scene, 50);
+    const uint64_t first = fingerprint(scene, 50);
     scene.rewind();
     EXPECT_EQ(fingerprint(scene, 50), first);
 }
@@ -67,7 +67,7 @@ TEST(SceneTest, RewindingGivesTheSameFramesAgain) {
 TEST(SceneTest, TimestampsBeginAtAFixedTimeAndStepWithTheFrameRate) {
     Kit::Scene scene(1, 30);
     RO::RadarObjects frame;
-    std::vector<std::uint64_t> times;
+    std::vector<uint64_t> times;
     for (int i = 0; i < 4 && scene.next(frame); ++i) times.push_back(frame.timestamp());
     EXPECT_THAT(times, testing::ElementsAre(1735689600000000u, 1735689600033333u, 1735689600066667u,
                                             1735689600100000u));

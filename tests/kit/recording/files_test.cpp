@@ -21,7 +21,7 @@ using test_support::word;
 using testing::ElementsAre;
 
 /** The header of a recording that was begun at some time. */
-std::string header_of(std::uint32_t seconds) {
+std::string header_of(uint32_t seconds) {
     std::string bytes = header(0);
     return bytes.replace(8, 4, word(seconds));
 }

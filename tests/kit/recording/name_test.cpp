@@ -59,7 +59,7 @@ TEST(RecordingNameTest, YearsBefore2000AndFrom2100OnAreRead) {
 
 TEST(RecordingNameTest, EveryTimeThatARecorderPrintsIsRead) {
     setenv("TZ", "UTC", 1);
-    for (std::int64_t seconds = 0; seconds < 0x7FFFFFFF; seconds += 86400 * 13 + 4711) {
+    for (int64_t seconds = 0; seconds < 0x7FFFFFFF; seconds += 86400 * 13 + 4711) {
         std::ostringstream name;
         const timeval time = {static_cast<time_t>(seconds), 7000};
         Radar::operator<<(name << "radar_", time);

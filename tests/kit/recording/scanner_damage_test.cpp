@@ -72,7 +72,7 @@ TEST_F(RecordingScannerDamageTest, AWrongTagOfTheFirstRecordCostsNoOther) {
 }
 
 TEST_F(RecordingScannerDamageTest, ALengthBeyondTheLargestRecordIsTold) {
-    for (const std::uint32_t length : {0x01000001u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+    for (const uint32_t length : {0x01000001u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         EXPECT_THAT(scan(header(3) + first + word(0xFEED0007) + word(length) + frame(2) + third),
                     ElementsAre("header", "record@40", "too-long@55", "skipped@55+15", "record@70",
                                 "frame-count@36"))
@@ -87,7 +87,7 @@ TEST_F(RecordingScannerDamageTest, ALengthBeyondTheEndIsTold) {
 }
 
 TEST_F(RecordingScannerDamageTest, ALengthThatIsOneOffCostsItsRecord) {
-    for (const std::uint32_t length : {0u, 1u, 6u, 8u, 21u, 22u}) {
+    for (const uint32_t length : {0u, 1u, 6u, 8u, 21u, 22u}) {
         EXPECT_THAT(scan(header(3) + first + word(0xFEED0007) + word(length) + frame(2) + third),
                     ElementsAre("header", "record@40", "undecodable@55", "skipped@55+15",
                                 "record@70", "frame-count@36"))
@@ -96,7 +96,7 @@ TEST_F(RecordingScannerDamageTest, ALengthThatIsOneOffCostsItsRecord) {
 }
 
 TEST_F(RecordingScannerDamageTest, EveryCutOfARecordIsTold) {
-    for (std::size_t size = 1; size < third.size(); ++size) {
+    for (size_t size = 1; size < third.size(); ++size) {
         EXPECT_THAT(scan(header(3) + first + second + third.substr(0, size)),
                     ElementsAre("header", "record@40", "record@55", "cut-short@70",
                                 "skipped@70+" + std::to_string(size), "frame-count@36"));
@@ -125,7 +125,7 @@ TEST_F(RecordingScannerDamageTest, ACutRecordingThatWasJoinedWithAnotherCostsThe
 }
 
 TEST_F(RecordingScannerDamageTest, ACountThatDiffersIsTold) {
-    for (const std::uint32_t count : {0u, 1u, 3u, 0xFFFFFFFFu}) {
+    for (const uint32_t count : {0u, 1u, 3u, 0xFFFFFFFFu}) {
         EXPECT_THAT(scan(header(count) + first + second),
                     ElementsAre("header", "record@40", "record@55", "frame-count@36"));
     }

@@ -70,7 +70,7 @@ TEST_F(RecordingScannerTest, AnEmptyPayloadIsReadWhereARecordFollows) {
 
 TEST_F(RecordingScannerTest, TheLargestRecordIsRead) {
     std::string payload = frame(1);
-    const std::size_t filling = Kit::kLargestPayload - payload.size() - 5;
+    const size_t filling = Kit::kLargestPayload - payload.size() - 5;
     payload += "\x7A\x80\x80\x80\x08"s + std::string(filling, 'x');
     payload[payload.size() - filling - 4] = static_cast<char>(0x80 | (filling & 0x7F));
     payload[payload.size() - filling - 3] = static_cast<char>(0x80 | (filling >> 7 & 0x7F));
@@ -83,7 +83,7 @@ TEST_F(RecordingScannerTest, TheLargestRecordIsRead) {
 
 TEST_F(RecordingScannerTest, RecordsThatLieAcrossBlocksAreRead) {
     std::string bytes = header(400);
-    for (int i = 0; i < 400; ++i) bytes += record(frame(static_cast<std::uint64_t>(i), i % 300));
+    for (int i = 0; i < 400; ++i) bytes += record(frame(static_cast<uint64_t>(i), i % 300));
     ASSERT_GT(bytes.size(), Kit::BlockReader::kBlockSize);
     EXPECT_EQ(scan(bytes).size(), 401u);
 }

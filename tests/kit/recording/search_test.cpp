@@ -143,7 +143,7 @@ TEST_F(RecordSearchTest, LengthsThatAreNotTrueCostNoMoreMemoryThanTheLargestReco
 #endif
 #endif
     std::string bytes = header(2) + first + second + "damage";
-    for (std::uint32_t length = 100000; length <= Kit::kLargestPayload; length += 100000) {
+    for (uint32_t length = 100000; length <= Kit::kLargestPayload; length += 100000) {
         bytes += word(0xFEED0007) + word(length) + frame(0).substr(0, 5);
     }
     test_support::write_file(kPath, bytes);
@@ -161,8 +161,8 @@ TEST_F(RecordSearchTest, LengthsThatAreNotTrueCostNoMoreMemoryThanTheLargestReco
 class DamagedRecordingTest : public RecordSearchTest {
 protected:
     struct Place {
-        std::size_t begin;
-        std::size_t end;
+        size_t begin;
+        size_t end;
     };
 
     std::string bytes;
@@ -174,7 +174,7 @@ protected:
         bytes += added;
     }
 
-    void make_recording(test_support::Random& random, std::uint32_t most_targets) {
+    void make_recording(test_support::Random& random, uint32_t most_targets) {
         bytes = header(40);
         records.clear();
         for (int i = 0; i < 40; ++i) {
@@ -184,13 +184,12 @@ protected:
 
     /** Overwrites a piece behind the third record and returns where. */
     Place damage(test_support::Random& random) {
-        const std::size_t begin =
-            records[2].end +
-            random.below(static_cast<std::uint32_t>(bytes.size() - records[2].end));
-        const std::uint32_t kind = random.below(4);
-        const std::size_t size = kind == 0 ? 1 : kind == 1 ? 4 : 1 + random.below(600);
-        const std::size_t end = std::min(begin + size, bytes.size());
-        for (std::size_t i = begin; i < end; ++i) {
+        const size_t begin =
+            records[2].end + random.below(static_cast<uint32_t>(bytes.size() - records[2].end));
+        const uint32_t kind = random.below(4);
+        const size_t size = kind == 0 ? 1 : kind == 1 ? 4 : 1 + random.below(600);
+        const size_t end = std::min(begin + size, bytes.size());
+        for (size_t i = begin; i < end; ++i) {
             bytes[i] = kind == 2 ? '\0' : static_cast<char>(random.below(256));
         }
         return {begin, end};
@@ -210,7 +209,7 @@ protected:
 
 TEST_F(DamagedRecordingTest, EveryRecordThatIsNotTouchedIsFound) {
     test_support::Random random(1);
-    for (std::uint32_t i = 0; i < 1500; ++i) {
+    for (uint32_t i = 0; i < 1500; ++i) {
         make_recording(random, i % 3 * 10);
         const Place damaged = damage(random);
         ASSERT_THAT(scan(bytes), testing::IsSupersetOf(untouched(damaged)))
@@ -220,13 +219,13 @@ TEST_F(DamagedRecordingTest, EveryRecordThatIsNotTouchedIsFound) {
 
 TEST_F(DamagedRecordingTest, EveryByteIsAccountedFor) {
     test_support::Random random(2);
-    for (std::uint32_t i = 0; i < 1500; ++i) {
+    for (uint32_t i = 0; i < 1500; ++i) {
         make_recording(random, 5);
-        for (std::uint32_t n = random.below(4); n > 0; --n) damage(random);
-        bytes.erase(random.below(static_cast<std::uint32_t>(bytes.size())), random.below(30));
+        for (uint32_t n = random.below(4); n > 0; --n) damage(random);
+        bytes.erase(random.below(static_cast<uint32_t>(bytes.size())), random.below(30));
         test_support::write_file(kPath, bytes);
         RecordingScanner scanner(kPath);
-        std::uint64_t sum = 0;
+        uint64_t sum = 0;
         for (auto item = scanner.next(); item != RecordingScanner::Item::kEnd;
              item = scanner.next()) {
             if (item == RecordingScanner::Item::kHeader) sum += 40;
@@ -240,9 +239,9 @@ TEST_F(DamagedRecordingTest, EveryByteIsAccountedFor) {
 TEST_F(DamagedRecordingTest, ABitThatFlipsCostsItsRecordAtMost) {
     bytes = header(6);
     const std::string filling = "\x7A\x0F" + std::string(15, 'x');
-    for (std::uint64_t i = 0; i < 6; ++i) add_record(frame(i + 1) + filling);
+    for (uint64_t i = 0; i < 6; ++i) add_record(frame(i + 1) + filling);
     ASSERT_EQ(records[0].end - records[0].begin, 32u);
-    for (std::size_t bit = 320; bit < 8 * bytes.size(); ++bit) {
+    for (size_t bit = 320; bit < 8 * bytes.size(); ++bit) {
         const char byte = bytes[bit / 8];
         bytes[bit / 8] = static_cast<char>(byte ^ 1 << bit % 8);
         ASSERT_THAT(scan(bytes), testing::IsSupersetOf(untouched({bit / 8, bit / 8 + 1}))) << bit;

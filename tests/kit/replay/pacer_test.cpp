@@ -13,9 +13,9 @@ using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
 /** When frames with these timestamps are due, in ns. */
-std::vector<std::int64_t> due(Kit::Pacer pacer, std::vector<std::uint64_t> const& timestamps) {
-    std::vector<std::int64_t> times;
-    for (const std::uint64_t timestamp : timestamps) times.push_back(pacer.due(timestamp).count());
+std::vector<int64_t> due(Kit::Pacer pacer, std::vector<uint64_t> const& timestamps) {
+    std::vector<int64_t> times;
+    for (const uint64_t timestamp : timestamps) times.push_back(pacer.due(timestamp).count());
     return times;
 }
 

@@ -39,12 +39,12 @@ std::string sent_bytes() {
     buffer.set_fd(1, ends[0]);
     buffer.send(1561758000123456ULL);
     std::string bytes(1000, '\0');
-    bytes.resize(static_cast<std::size_t>(recv(ends[1], bytes.data(), bytes.size(), 0)));
+    bytes.resize(static_cast<size_t>(recv(ends[1], bytes.data(), bytes.size(), 0)));
     std::string more(1000, '\0');
     for (;;) {
         const ssize_t size = recv(ends[1], more.data(), more.size(), MSG_DONTWAIT);
         if (size <= 0) break;
-        bytes.append(more, 0, static_cast<std::size_t>(size));
+        bytes.append(more, 0, static_cast<size_t>(size));
     }
     close(ends[1]);
     return bytes;

@@ -8,7 +8,7 @@ using Kit::FrameQueue;
 using testing::IsEmpty;
 
 const FrameQueue::Clock::time_point kStart{};
-constexpr std::size_t kManyBytes = 1000;
+constexpr size_t kManyBytes = 1000;
 
 FrameQueue::Clock::time_point after_ms(int ms) {
     return kStart + std::chrono::milliseconds(ms);
@@ -31,7 +31,7 @@ protected:
         return letters;
     }
 
-    void write(std::size_t bytes, int at_ms = 0) {
+    void write(size_t bytes, int at_ms = 0) {
         queue.begin_turn(100);
         queue.end_turn(bytes, after_ms(at_ms));
     }

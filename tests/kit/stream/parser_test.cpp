@@ -14,9 +14,9 @@ using testing::IsEmpty;
 class StreamParserTest : public testing::Test {
 protected:
     /** Appends the bytes in pieces of `size` bytes and returns all frames that came out. */
-    std::vector<std::string> parse(std::string const& bytes, std::size_t size = 1 << 20) {
+    std::vector<std::string> parse(std::string const& bytes, size_t size = 1 << 20) {
         std::vector<std::string> found;
-        for (std::size_t begin = 0; begin < bytes.size(); begin += size) {
+        for (size_t begin = 0; begin < bytes.size(); begin += size) {
             parser.append(std::string_view(bytes).substr(begin, size));
             while (auto next = parser.next()) found.push_back(*next);
         }
@@ -37,7 +37,7 @@ TEST_F(StreamParserTest, AFrameInPiecesOfOneByteComesOutWhole) {
 TEST_F(StreamParserTest, EveryPieceSizeGivesTheSameFrames) {
     const std::string bytes = frames(1, 20);
     const auto expected = parse(bytes);
-    for (std::size_t size = 1; size < 2 * frame(1).size(); ++size) {
+    for (size_t size = 1; size < 2 * frame(1).size(); ++size) {
         parser.reset();
         ASSERT_EQ(parse(bytes, size), expected) << "pieces of " << size;
     }

@@ -22,9 +22,9 @@ constexpr int kLarge = 2000;
 class RelayClientsTest : public stream_test::RelayTest {
 protected:
     /** Reads `size` bytes, fewer when no more are there. */
-    static std::size_t read_some(Client const& client, std::size_t size) {
+    static size_t read_some(Client const& client, size_t size) {
         std::string bytes(size, '\0');
-        return static_cast<std::size_t>(
+        return static_cast<size_t>(
             std::max<ssize_t>(recv(client->fd(), bytes.data(), size, MSG_DONTWAIT), 0));
     }
 
@@ -125,7 +125,7 @@ TEST_F(RelayClientsTest, AStuckClientDisturbsNobody) {
 /** Sixteen clients, eleven of which behave. */
 class SixteenClientsTest : public RelayClientsTest {
 protected:
-    static constexpr std::size_t kBehaving = 11;
+    static constexpr size_t kBehaving = 11;
     static constexpr uint64_t kBurst = 32;
     static constexpr int kTargets = 64;
 
@@ -182,7 +182,7 @@ protected:
 
 TEST_F(SixteenClientsTest, FiveThatMisbehaveAreNotNoticedByTheOthers) {
     start(64, 50ms);
-    for (std::size_t i = 0; i < kBehaving; ++i) add_reader(connect());
+    for (size_t i = 0; i < kBehaving; ++i) add_reader(connect());
     Client half_closed = connect();
     half_close(half_closed);
     add_reader(std::move(half_closed));
@@ -205,7 +205,7 @@ TEST_F(SixteenClientsTest, FiveThatMisbehaveAreNotNoticedByTheOthers) {
 TEST_F(SixteenClientsTest, ClientsThatDoNotReadLoseFramesAndTheOthersNone) {
     start(64, kNever);
     const Client stopped = connect();
-    for (std::size_t i = 0; i < 15; ++i) add_reader(connect());
+    for (size_t i = 0; i < 15; ++i) add_reader(connect());
     while (relay->counters().frames_dropped < 100) publish_burst();
     const Kit::RelayCounters counters = relay->counters();
     ASSERT_EQ(counters.clients.size(), 16U);

@@ -21,7 +21,7 @@ protected:
     using Result = Kit::StreamClient::Result;
 
     /** Clients that are stuck are kept, unless a test asks for something else. */
-    void start(std::size_t queue_frames = 64, std::chrono::milliseconds stuck_after = kNever) {
+    void start(size_t queue_frames = 64, std::chrono::milliseconds stuck_after = kNever) {
         relay = std::make_unique<Kit::Relay>(Kit::RelayOptions{kPath, queue_frames, stuck_after});
     }
 
@@ -41,7 +41,7 @@ protected:
     }
 
     /** The timestamps of the next `count` frames, or of the frames up to the end of the stream. */
-    static std::vector<uint64_t> receive(Client const& client, std::size_t count) {
+    static std::vector<uint64_t> receive(Client const& client, size_t count) {
         std::vector<uint64_t> timestamps;
         Kit::StreamFrame frame;
         while (timestamps.size() < count &&

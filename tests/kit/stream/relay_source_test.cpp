@@ -35,7 +35,7 @@ protected:
         if (reading >= 0) close(reading);
     }
 
-    void start(std::size_t queue_frames = 64) {
+    void start(size_t queue_frames = 64) {
         RelayTest::start(queue_frames);
         relay->relay_from(reading);
     }

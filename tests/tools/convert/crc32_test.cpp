@@ -6,7 +6,7 @@
 
 namespace {
 
-std::uint32_t crc_of(std::string_view bytes) {
+uint32_t crc_of(std::string_view bytes) {
     Tools::Crc32 crc;
     crc.add(bytes);
     return crc.value();
@@ -25,7 +25,7 @@ TEST(Crc32Test, OfKnownBytesIsTheKnownOne) {
 
 TEST(Crc32Test, HowTheBytesAreDividedDoesNotMatter) {
     const std::string bytes = "The quick brown fox jumps over the lazy dog";
-    for (std::size_t i = 0; i <= bytes.size(); ++i) {
+    for (size_t i = 0; i <= bytes.size(); ++i) {
         Tools::Crc32 crc;
         crc.add(bytes.substr(0, i));
         crc.add(bytes.substr(i));

@@ -24,18 +24,17 @@ using tools_test::run;
 
 constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
 constexpr char kPart[] = "/tmp/part.data";
-constexpr std::uint32_t kStart = 1747301407;
+constexpr uint32_t kStart = 1747301407;
 
-std::string header(std::uint32_t frames, std::uint32_t start = kStart,
-                   std::uint32_t sensitivity = 1) {
+std::string header(uint32_t frames, uint32_t start = kStart, uint32_t sensitivity = 1) {
     return word(0xBADABADA) + word(5) + word(start) + word(1) +
            std::string("\0\0\0\0\0\0\x06\x40\0\0\0\0\0\0\xe0\xbf", 16) + word(sensitivity) +
            word(frames);
 }
 
 /** The record that comes `second` seconds after the start, with bytes that no encoder writes. */
-std::string at(std::uint32_t second) {
-    return record(frame((kStart + second) * std::uint64_t{1000000}, 2) + "\x78\x80\x01");
+std::string at(uint32_t second) {
+    return record(frame((kStart + second) * uint64_t{1000000}, 2) + "\x78\x80\x01");
 }
 
 class CutTest : public test_support::PrivatePathsTest {
@@ -140,7 +139,7 @@ TEST_F(CutTest, FramesWithoutAHeaderGetOneThatSaysWhatWithoutSettingsIsTrue) {
 }
 
 TEST_F(CutTest, AStreamIsRecordedUnderAHeaderThatIsMadeUp) {
-    const std::string payload = frame(kStart * std::uint64_t{1000000}, 2);
+    const std::string payload = frame(kStart * uint64_t{1000000}, 2);
     write_file(kRecording, header(2) + record(payload) + record(payload));
     tools_test::Program radar(
         {"play", kRecording, "--socket", "/tmp/radar.sock", "--rate", "max", "--wait"});

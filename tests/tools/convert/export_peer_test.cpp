@@ -52,15 +52,15 @@ TEST_F(ExportPeerTest, RandomFramesAreTheSameToAnother) {
 
 TEST_F(ExportPeerTest, NumbersAtTheirLimitsAreTheSameToAnother) {
     RO::RadarObjects frame;
-    frame.set_magic(std::numeric_limits<std::uint32_t>::max());
-    frame.set_timestamp(std::numeric_limits<std::uint64_t>::max() / 1000);
+    frame.set_magic(std::numeric_limits<uint32_t>::max());
+    frame.set_timestamp(std::numeric_limits<uint64_t>::max() / 1000);
     RO::TargetData& target = *frame.add_targets();
     target.set_rcs(std::numeric_limits<float>::quiet_NaN());
     target.set_r(std::numeric_limits<float>::infinity());
     target.set_rdot(-std::numeric_limits<float>::infinity());
     target.set_theta(std::numeric_limits<float>::denorm_min());
     target.set_snr(std::numeric_limits<float>::max());
-    target.set_options(std::numeric_limits<std::uint32_t>::max());
+    target.set_options(std::numeric_limits<uint32_t>::max());
     write_file(kRecording, test_support::header(1) + record(frame.SerializeAsString()));
     const auto outcome = compare();
     if (outcome.status == 77) GTEST_SKIP() << outcome.text;

@@ -29,7 +29,7 @@ using tools_test::Outcome;
 using tools_test::run;
 
 constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
-constexpr std::uint64_t kTime = 1747301407050000;
+constexpr uint64_t kTime = 1747301407050000;
 
 class ExportTest : public test_support::PrivatePathsTest {
 protected:

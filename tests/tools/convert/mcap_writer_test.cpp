@@ -22,7 +22,7 @@ std::string hex(std::string const& bytes) {
     return text;
 }
 
-std::string line_of(int channel, unsigned sequence, std::uint64_t time, std::string const& data) {
+std::string line_of(int channel, unsigned sequence, uint64_t time, std::string const& data) {
     const std::string time_text = std::to_string(time);
     return "message " + std::to_string(channel) + " " + std::to_string(sequence) + " " + time_text +
            " " + time_text + " " + hex(data) + "\n";
@@ -35,11 +35,11 @@ protected:
           writer(file, "test 1"),
           schema(writer.add_schema("Name", "encoding", "data")) {}
 
-    std::uint16_t add_channel(std::string const& topic) {
+    uint16_t add_channel(std::string const& topic) {
         return writer.add_channel(schema, topic, "encoding", {{"key", "value"}});
     }
 
-    void add(std::uint16_t channel, std::uint64_t time, std::string const& data) {
+    void add(uint16_t channel, uint64_t time, std::string const& data) {
         writer.add_message(channel, ++messages, time, data);
         expected += line_of(channel, messages, time, data);
     }
@@ -51,7 +51,7 @@ protected:
 
     Tools::OutputFile file;
     Tools::McapWriter writer;
-    std::uint16_t schema;
+    uint16_t schema;
     unsigned messages = 0;
     std::string expected;
 };

@@ -31,16 +31,16 @@ protected:
         return run(arguments);
     }
 
-    static std::string frames(std::vector<std::uint64_t> const& times, int targets = 0) {
+    static std::string frames(std::vector<uint64_t> const& times, int targets = 0) {
         std::string bytes;
-        for (const std::uint64_t time : times) bytes += record(frame(time, targets));
+        for (const uint64_t time : times) bytes += record(frame(time, targets));
         return bytes;
     }
 
     /** A recording of frames at these times, with so many targets each. */
-    static void write_recording(std::string const& path, std::vector<std::uint64_t> const& times,
+    static void write_recording(std::string const& path, std::vector<uint64_t> const& times,
                                 int targets = 0) {
-        write_file(path, header(static_cast<std::uint32_t>(times.size())) + frames(times, targets));
+        write_file(path, header(static_cast<uint32_t>(times.size())) + frames(times, targets));
     }
 };
 
@@ -177,9 +177,9 @@ TEST_F(MergeTest, StandardInputIsASourceToo) {
 }
 
 TEST_F(MergeTest, ManyFilesThatFollowOneAnotherNeedFewDescriptors) {
-    std::vector<std::uint64_t> times;
+    std::vector<uint64_t> times;
     std::vector<std::string> arguments;
-    for (std::uint64_t i = 0; i < 60; ++i) {
+    for (uint64_t i = 0; i < 60; ++i) {
         times.push_back(10 + i);
         arguments.push_back("/tmp/" + std::to_string(i));
         write_recording(arguments.back(), {10 + i});

@@ -34,14 +34,14 @@ protected:
     }
 
     static void write_recording(std::string const& path, std::vector<std::string> const& payloads) {
-        std::string bytes = header(static_cast<std::uint32_t>(payloads.size()));
+        std::string bytes = header(static_cast<uint32_t>(payloads.size()));
         for (std::string const& payload : payloads) bytes += record(payload);
         write_file(path, bytes);
     }
 
-    static void write_times(std::string const& path, std::vector<std::uint64_t> const& times) {
+    static void write_times(std::string const& path, std::vector<uint64_t> const& times) {
         std::vector<std::string> payloads;
-        for (const std::uint64_t time : times) payloads.push_back(frame(time, 1));
+        for (const uint64_t time : times) payloads.push_back(frame(time, 1));
         write_recording(path, payloads);
     }
 
@@ -109,8 +109,8 @@ TEST_F(DiffTest, WhereTimeGoesBackAMissingFrameMakesNoOtherDiffer) {
 }
 
 TEST_F(DiffTest, ALongGapIsPassedOver) {
-    std::vector<std::uint64_t> times;
-    for (std::uint64_t i = 0; i < 300; ++i) times.push_back(10 * i);
+    std::vector<uint64_t> times;
+    for (uint64_t i = 0; i < 300; ++i) times.push_back(10 * i);
     write_times("/tmp/a", times);
     times.erase(times.begin() + 100, times.begin() + 200);
     write_times("/tmp/b", times);

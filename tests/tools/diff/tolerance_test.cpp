@@ -72,7 +72,7 @@ TEST(TolerancesTest, TimesAreComparedInUs) {
     EXPECT_TRUE(tolerances.timestamps_agree(1000, 1100));
     EXPECT_TRUE(tolerances.timestamps_agree(1100, 1000));
     EXPECT_FALSE(tolerances.timestamps_agree(1000, 1101));
-    EXPECT_FALSE(tolerances.timestamps_agree(0, std::numeric_limits<std::uint64_t>::max()));
+    EXPECT_FALSE(tolerances.timestamps_agree(0, std::numeric_limits<uint64_t>::max()));
 }
 
 TEST(TolerancesTest, WhatMakesNoSenseIsRefused) {

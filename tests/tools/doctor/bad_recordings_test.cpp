@@ -30,12 +30,12 @@ constexpr char kPath[] = "/tmp/bad.data";
 std::string records(int count) {
     std::string bytes;
     for (int i = 0; i < count; ++i) {
-        bytes += record(frame(1747301407000000 + static_cast<std::uint64_t>(i) * 50000, 1));
+        bytes += record(frame(1747301407000000 + static_cast<uint64_t>(i) * 50000, 1));
     }
     return bytes;
 }
 
-std::string with_length(std::uint32_t length) {
+std::string with_length(uint32_t length) {
     return header(4) + records(3) + word(0xFEED0007) + word(length) + frame(1);
 }
 

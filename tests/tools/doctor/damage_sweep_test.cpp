@@ -23,13 +23,13 @@ constexpr char kSaved[] = "/tmp/saved/radar_150525_093007_042.data";
 std::vector<std::string> payloads(int count) {
     std::vector<std::string> all;
     for (int i = 0; i < count; ++i) {
-        all.push_back(frame(1747301407000000 + static_cast<std::uint64_t>(i) * 50000, i % 3));
+        all.push_back(frame(1747301407000000 + static_cast<uint64_t>(i) * 50000, i % 3));
     }
     return all;
 }
 
 std::string recording(std::vector<std::string> const& frames) {
-    std::string bytes = header(static_cast<std::uint32_t>(frames.size()));
+    std::string bytes = header(static_cast<uint32_t>(frames.size()));
     for (std::string const& payload : frames) bytes += record(payload);
     return bytes;
 }
@@ -44,9 +44,9 @@ protected:
 TEST_F(DamageSweepTest, EveryCutLeavesTheWholeRecordsBeforeIt) {
     const std::vector<std::string> all = payloads(8);
     const std::string whole = recording(all);
-    for (std::size_t size = 40; size <= whole.size(); ++size) {
+    for (size_t size = 40; size <= whole.size(); ++size) {
         std::vector<std::string> kept;
-        std::size_t end = 40;
+        size_t end = 40;
         while (kept.size() < all.size() && end + 8 + all[kept.size()].size() <= size) {
             end += 8 + all[kept.size()].size();
             kept.push_back(all[kept.size()]);
@@ -60,7 +60,7 @@ TEST_F(DamageSweepTest, EveryCutLeavesTheWholeRecordsBeforeIt) {
 
 TEST_F(DamageSweepTest, ACutInTheHeaderLeavesNothing) {
     const std::string whole = recording(payloads(1));
-    for (std::size_t size = 0; size < 40; ++size) {
+    for (size_t size = 0; size < 40; ++size) {
         write_file(kPath, whole.substr(0, size));
         ASSERT_EQ(recover().status, 1) << size;
     }
@@ -81,11 +81,11 @@ Harm harm_of(std::string const& payload) {
 }
 
 /** What is the matter with a recording in which the byte at `place` was changed. */
-Harm harm_of(std::string const& bytes, std::size_t place) {
+Harm harm_of(std::string const& bytes, size_t place) {
     if (place < 40) return place < 8 || place >= 36 ? Harm::kDamage : Harm::kNone;
-    std::size_t begin = 40;
+    size_t begin = 40;
     for (std::string const& payload : payloads(4)) {
-        const std::size_t end = begin + 8 + payload.size();
+        const size_t end = begin + 8 + payload.size();
         if (place < begin + 8) return Harm::kDamage;
         if (place < end) return harm_of(bytes.substr(begin + 8, payload.size()));
         begin = end;
@@ -108,7 +108,7 @@ class BitFlipTest : public test_support::PrivatePathsTest,
 
 TEST_P(BitFlipTest, EveryFlippedBitIsAnsweredWithTheRightStatus) {
     const std::string whole = recording(payloads(4));
-    for (std::size_t bit = 0; bit < 8 * whole.size(); ++bit) {
+    for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
         std::string bytes = whole;
         bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ (1 << bit % 8));
         write_file(kPath, bytes);

@@ -26,18 +26,18 @@ using tools_test::Outcome;
 using tools_test::run_inside;
 
 constexpr char kName[] = "/tmp/radar_150525_093007_042.data";
-constexpr std::uint64_t kStart = 1747301407000000;
+constexpr uint64_t kStart = 1747301407000000;
 
 /** Frames that come every 50 ms, `count` of them. */
 std::string records(int count, int first = 0) {
     std::string bytes;
     for (int i = first; i < first + count; ++i) {
-        bytes += record(frame(kStart + static_cast<std::uint64_t>(i) * 50000, 2));
+        bytes += record(frame(kStart + static_cast<uint64_t>(i) * 50000, 2));
     }
     return bytes;
 }
 
-const std::size_t kRecordSize = records(1).size();
+const size_t kRecordSize = records(1).size();
 
 class DoctorTest : public test_support::PrivatePathsTest {
 protected:
@@ -175,8 +175,8 @@ TEST_F(DoctorTest, EqualFramesWithoutATimeAreNoRepetition) {
 TEST_F(DoctorTest, AZeroedSectorInsideRecordsIsFound) {
     std::string bytes = header(100) + records(100);
     bytes.replace(1024, 512, 512, '\0');
-    const std::uint64_t damaged = (1024 - 40) / kRecordSize * kRecordSize + 40;
-    const std::uint64_t next = (1536 - 40 + kRecordSize - 1) / kRecordSize * kRecordSize + 40;
+    const uint64_t damaged = (1024 - 40) / kRecordSize * kRecordSize + 40;
+    const uint64_t next = (1536 - 40 + kRecordSize - 1) / kRecordSize * kRecordSize + 40;
     const auto findings = found(bytes);
     ASSERT_THAT(findings, testing::Not(IsEmpty()));
     EXPECT_EQ(findings.front(),

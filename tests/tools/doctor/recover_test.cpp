@@ -32,10 +32,10 @@ constexpr char kName[] = "radar_150525_093007_042.data";
 constexpr char kPath[] = "/tmp/radar_150525_093007_042.data";
 constexpr char kSaved[] = "/tmp/saved/radar_150525_093007_042.data";
 
-std::string records(int count, int first = 0, std::uint32_t tag = 0xFEED0007) {
+std::string records(int count, int first = 0, uint32_t tag = 0xFEED0007) {
     std::string bytes;
     for (int i = first; i < first + count; ++i) {
-        bytes += record(frame(1747301407000000 + static_cast<std::uint64_t>(i) * 50000, 2), tag);
+        bytes += record(frame(1747301407000000 + static_cast<uint64_t>(i) * 50000, 2), tag);
     }
     return bytes;
 }
@@ -84,12 +84,12 @@ TEST_F(RecoverTest, RecordsBehindADamagedLengthAreKept) {
 
 TEST_F(RecoverTest, AZeroedSectorCostsTheRecordsInIt) {
     std::string bytes = header(100) + records(100);
-    const std::size_t size = records(1).size();
+    const size_t size = records(1).size();
     bytes.replace(1024, 512, 512, '\0');
     const int before = static_cast<int>((1024 - 40) / size);
     const int behind = static_cast<int>((1536 - 40 + size - 1) / size);
-    EXPECT_EQ(saved(bytes), header(static_cast<std::uint32_t>(100 - behind + before)) +
-                                records(before) + records(100 - behind, behind));
+    EXPECT_EQ(saved(bytes), header(static_cast<uint32_t>(100 - behind + before)) + records(before) +
+                                records(100 - behind, behind));
     EXPECT_THAT(outcome.out, HasSubstr(": zeroed-sector: "));
     EXPECT_EQ(doctor(), 0);
 }

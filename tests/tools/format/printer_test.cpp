@@ -38,7 +38,7 @@ protected:
         out.flush();
         std::string text(65536, '\0');
         EXPECT_EQ(write(ends[1], "\0", 1), 1);  // so that there is something to read
-        text.resize(static_cast<std::size_t>(read(ends[0], text.data(), text.size())) - 1);
+        text.resize(static_cast<size_t>(read(ends[0], text.data(), text.size())) - 1);
         return text;
     }
 

@@ -68,7 +68,7 @@ TEST_F(InfoTest, TheHeaderIsTold) {
 
 struct Daylight {
     char const* name;
-    std::uint32_t flag;
+    uint32_t flag;
     char const* text;
     char const* json;
 };

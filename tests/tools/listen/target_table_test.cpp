@@ -135,10 +135,10 @@ TEST_F(TargetTableTest, APictureFitsEveryWindow) {
     for (window.columns = 1; window.columns <= 150; ++window.columns) {
         for (window.rows = 1; window.rows <= 40; window.rows += 3) {
             const auto lines = draw(true);
-            ASSERT_LE(lines.size(), static_cast<std::size_t>(window.rows));
+            ASSERT_LE(lines.size(), static_cast<size_t>(window.rows));
             for (std::string const& line : lines) {
                 ASSERT_LE(std::regex_replace(line, escape, "").size(),
-                          static_cast<std::size_t>(window.columns));
+                          static_cast<size_t>(window.columns));
             }
         }
     }

@@ -33,7 +33,7 @@ TEST_F(PlayClientsTest, ASlowClientMissesWholeFramesAndThatIsReported) {
     const auto client = connect();
     // The socket goes first at the end; then there is a second left for what is queued.
     ASSERT_TRUE(stream_test::eventually([] { return !std::filesystem::exists(kSocket); }));
-    const std::size_t size = next(*client, 10000).size();
+    const size_t size = next(*client, 10000).size();
     EXPECT_LT(size, 3000U);
     const Outcome outcome = program->finish();
     EXPECT_EQ(outcome.status, 3);

@@ -59,7 +59,7 @@ protected:
     }
 
     /** The next frame's time after the recording's begin, in us; none at the end of the stream. */
-    static std::vector<uint64_t> next(StreamClient& client, std::size_t count = 1) {
+    static std::vector<uint64_t> next(StreamClient& client, size_t count = 1) {
         std::vector<uint64_t> times;
         Kit::StreamFrame frame;
         while (times.size() < count &&

@@ -145,7 +145,7 @@ TEST_F(PlayTest, DamageIsToldOnceAndPlayedOver) {
     program->send_signal(SIGTERM);
     const Outcome outcome = program->finish();
     EXPECT_EQ(outcome.status, 3);
-    const std::size_t told = outcome.err.find("offset ");
+    const size_t told = outcome.err.find("offset ");
     ASSERT_NE(told, std::string::npos) << outcome.err;
     EXPECT_EQ(outcome.err.find("offset ", told + 1), std::string::npos) << outcome.err;
 }

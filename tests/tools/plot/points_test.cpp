@@ -26,7 +26,7 @@ std::vector<PlotPoint> near(PlotPoints const& points, float x, float y) {
 
 /** More points than are kept one by one, all in the square from (0, 0) to (10, 10). */
 void fill(PlotPoints& points) {
-    for (std::size_t i = 0; i <= PlotPoints::kMostPoints; ++i) {
+    for (size_t i = 0; i <= PlotPoints::kMostPoints; ++i) {
         points.add({static_cast<float>(i % 11), static_cast<float>(i % 7), 0.0F, 1.0F});
     }
 }
@@ -90,7 +90,7 @@ TEST(PlotPointsTest, WhatWasApartMayBecomeOneWhenTheGridGrows) {
     fill(points);
     points.add({100000, 3, 1, 2});
     EXPECT_LT(points.size(), 77U);
-    std::size_t counted = 0;
+    size_t counted = 0;
     points.for_each([&](PlotPoint const&) { ++counted; });
     EXPECT_EQ(points.size(), counted);
 }

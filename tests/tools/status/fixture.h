@@ -38,7 +38,7 @@ inline Kit::Status healthy() {
 /** The same with one failure. */
 inline Kit::Status failed(int reason) {
     Kit::Status status = healthy();
-    status.failures[static_cast<std::size_t>(reason)].active = true;
+    status.failures[static_cast<size_t>(reason)].active = true;
     status.failure_flag = true;
     return status;
 }
