@@ -34,8 +34,7 @@ std::string entry(std::string const& name, std::string const& meaning) {
 
 }  // namespace
 
-HelpFormatter::HelpFormatter(std::vector<Verb::Example> examples_)
-    : examples(std::move(examples_)) {
+HelpFormatter::HelpFormatter(std::vector<Verb::Example> examples) : examples_(std::move(examples)) {
     label("Positionals", "Arguments");
     label("SUBCOMMAND", "VERB ...");
 }
@@ -43,7 +42,7 @@ HelpFormatter::HelpFormatter(std::vector<Verb::Example> examples_)
 std::string HelpFormatter::make_help(CLI::App const* app, std::string name,
                                      CLI::AppFormatMode mode) const {
     std::string text = "Examples:\n";
-    for (Verb::Example const& example : examples) {
+    for (Verb::Example const& example : examples_) {
         text += "  petrelradar " + example.arguments + "\n      " + example.purpose + "\n";
     }
     text += "\n" + make_usage(app, std::move(name)) + "\n" + make_description(app);

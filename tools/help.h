@@ -21,7 +21,7 @@ public:
     std::string make_option_opts(CLI::Option const* option) const override;
 
 private:
-    std::vector<Verb::Example> examples;
+    std::vector<Verb::Example> examples_;
 };
 
 }  // namespace Tools

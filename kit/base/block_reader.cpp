@@ -65,51 +65,51 @@ size_t buffer_size(size_t size) {
 
 }  // namespace
 
-BlockReader::BlockReader(std::string const& path_, size_t block_size)
-    : path(path_ == "-" ? "standard input" : path_),
-      file(path_ == "-" ? duplicate_standard_input() : open_input(path_)),
-      buffer(block_size) {}
+BlockReader::BlockReader(std::string const& path, size_t block_size)
+    : path_(path == "-" ? "standard input" : path),
+      file_(path == "-" ? duplicate_standard_input() : open_input(path)),
+      buffer_(block_size) {}
 
 void BlockReader::rewind() {
-    if (lseek(file.get(), 0, SEEK_SET) < 0) {
-        throw InputError(path + ": cannot be read again: " + reason(errno));
+    if (lseek(file_.get(), 0, SEEK_SET) < 0) {
+        throw InputError(path_ + ": cannot be read again: " + reason(errno));
     }
-    begin = end = 0;
-    position = 0;
+    begin_ = end_ = 0;
+    position_ = 0;
 }
 
 /** Reads until the window has `size` bytes or the input ends. */
 void BlockReader::fill(size_t size) {
-    while (end - begin < size) {
+    while (end_ - begin_ < size) {
         // Nothing is moved before there is something to read: windows beyond the end cost little.
-        if (end == buffer.size()) make_room(size);
-        const size_t count = read_block(buffer.data() + end, buffer.size() - end);
+        if (end_ == buffer_.size()) make_room(size);
+        const size_t count = read_block(buffer_.data() + end_, buffer_.size() - end_);
         if (count == 0) return;
-        end += count;
+        end_ += count;
     }
 }
 
 /** Moves what is left to the front, of a larger buffer if `size` bytes are more than this one. */
 void BlockReader::make_room(size_t size) {
-    if (buffer.size() < size) {
+    if (buffer_.size() < size) {
         std::vector<char> larger(buffer_size(size));
-        std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin),
-                  buffer.begin() + static_cast<std::ptrdiff_t>(end), larger.begin());
-        buffer.swap(larger);
+        std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_),
+                  buffer_.begin() + static_cast<std::ptrdiff_t>(end_), larger.begin());
+        buffer_.swap(larger);
     } else {
-        std::memmove(buffer.data(), buffer.data() + begin, end - begin);
+        std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
     }
-    end -= begin;
-    begin = 0;
+    end_ -= begin_;
+    begin_ = 0;
 }
 
 size_t BlockReader::read_block(char* into, size_t size) {
     for (;;) {
-        if (before_read) before_read(file.get());
-        const ssize_t count = read(file.get(), into, std::min(size, kBlockSize));
+        if (before_read_) before_read_(file_.get());
+        const ssize_t count = read(file_.get(), into, std::min(size, kBlockSize));
         if (count >= 0) return static_cast<size_t>(count);
         if (errno == EAGAIN) {
-            wait_until_readable(file.get());
+            wait_until_readable(file_.get());
         } else if (errno != EINTR) {
             fail(errno);
         }
@@ -117,7 +117,7 @@ size_t BlockReader::read_block(char* into, size_t size) {
 }
 
 void BlockReader::fail(int error) const {
-    throw InputError(path + ": " + reason(error));
+    throw InputError(path_ + ": " + reason(error));
 }
 
 }  // namespace Kit

@@ -42,36 +42,36 @@ public:
      * @throws InputError "path: reason" when the input cannot be read.
      */
     std::string_view window(size_t size) {
-        if (end - begin < size) fill(size);
-        return {buffer.data() + begin, end - begin};
+        if (end_ - begin_ < size) fill(size);
+        return {buffer_.data() + begin_, end_ - begin_};
     }
 
     /** Moves on by `size` bytes, at most what the last window held. */
     void advance(size_t size) {
-        begin += size;
-        position += size;
+        begin_ += size;
+        position_ += size;
     }
 
     /** The current position in bytes from the front. */
-    uint64_t offset() const { return position; }
+    uint64_t offset() const { return position_; }
 
     /** The path, or "standard input". */
-    std::string const& name() const { return path; }
+    std::string const& name() const { return path_; }
 
     /** Goes back to the front. @throws InputError when the input is a pipe. */
     void rewind();
 
     /** Has `wait` called with the descriptor before every read of it. It may wait, and throw. */
-    void set_wait(std::function<void(int fd)> wait) { before_read = std::move(wait); }
+    void set_wait(std::function<void(int fd)> wait) { before_read_ = std::move(wait); }
 
 private:
-    std::string path;
-    FileDescriptor file;
-    std::function<void(int)> before_read;
-    std::vector<char> buffer;
-    size_t begin = 0;
-    size_t end = 0;
-    uint64_t position = 0;
+    std::string path_;
+    FileDescriptor file_;
+    std::function<void(int)> before_read_;
+    std::vector<char> buffer_;
+    size_t begin_ = 0;
+    size_t end_ = 0;
+    uint64_t position_ = 0;
 
     void fill(size_t size);
     void make_room(size_t size);

@@ -61,17 +61,17 @@ bool read_field(WireWalk& walk, TargetValues& values) {
 }  // namespace
 
 bool TargetReader::next(std::string_view& target) {
-    WireWalk walk(rest);
+    WireWalk walk(rest_);
     uint32_t tag = 0;
     while (walk.short_varint(tag)) {
         if (tag == kTargetTag) {
             if (!walk.piece(target)) break;
-            rest.remove_prefix(static_cast<size_t>(walk.place() - rest.data()));
+            rest_.remove_prefix(static_cast<size_t>(walk.place() - rest_.data()));
             return true;
         }
         if (!walk.skip_field(tag, kDeepest)) break;
     }
-    rest = {};
+    rest_ = {};
     return false;
 }
 

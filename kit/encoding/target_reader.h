@@ -22,13 +22,13 @@ struct TargetValues {
  */
 class TargetReader {
 public:
-    explicit TargetReader(std::string_view frame) : rest(frame) {}
+    explicit TargetReader(std::string_view frame) : rest_(frame) {}
 
     /** Takes the encoding of the next target, an RO::TargetData; false when there is none. */
     bool next(std::string_view& target);
 
 private:
-    std::string_view rest;
+    std::string_view rest_;
 };
 
 /** What the encoding of a target, taken from a TargetReader, says. */

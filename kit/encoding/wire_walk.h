@@ -18,16 +18,16 @@ constexpr int kDeepest = 100;
 class WireWalk {
 public:
     explicit WireWalk(std::string_view bytes)
-        : position(bytes.data()), end(position + bytes.size()) {}
+        : position_(bytes.data()), end_(position_ + bytes.size()) {}
 
-    char const* place() const { return position; }
+    char const* place() const { return position_; }
 
-    bool at_end() const { return position == end; }
+    bool at_end() const { return position_ == end_; }
 
     bool varint(uint64_t& value) {
         value = 0;
-        for (int shift = 0; shift < 70 && position != end; shift += 7) {
-            const auto byte = static_cast<unsigned char>(*position++);
+        for (int shift = 0; shift < 70 && position_ != end_; shift += 7) {
+            const auto byte = static_cast<unsigned char>(*position_++);
             value |= static_cast<uint64_t>(byte & 0x7F) << shift;
             if (byte < 0x80) return true;
         }
@@ -36,13 +36,13 @@ public:
 
     /** A tag or a length: five bytes at most, of which bits beyond 32 are lost. */
     bool short_varint(uint32_t& value) {
-        if (position != end && static_cast<unsigned char>(*position) < 0x80) {  // mostly
-            value = static_cast<unsigned char>(*position++);
+        if (position_ != end_ && static_cast<unsigned char>(*position_) < 0x80) {  // mostly
+            value = static_cast<unsigned char>(*position_++);
             return true;
         }
         value = 0;
-        for (int shift = 0; shift < 35 && position != end; shift += 7) {
-            const auto byte = static_cast<unsigned char>(*position++);
+        for (int shift = 0; shift < 35 && position_ != end_; shift += 7) {
+            const auto byte = static_cast<unsigned char>(*position_++);
             value |= static_cast<uint32_t>(byte & 0x7F) << shift;
             if (byte < 0x80) return true;
         }
@@ -51,27 +51,27 @@ public:
 
     /** Moves on over the fields that a target mostly has: a tag of one byte and four bytes. */
     void skip_floats() {
-        while (end - position >= 5) {
-            const auto tag = static_cast<unsigned char>(*position);
+        while (end_ - position_ >= 5) {
+            const auto tag = static_cast<unsigned char>(*position_);
             if ((tag & 0x87) != 5 || tag < 8) return;
-            position += 5;
+            position_ += 5;
         }
     }
 
     bool skip(size_t size) {
-        if (static_cast<size_t>(end - position) < size) return false;
-        position += size;
+        if (static_cast<size_t>(end_ - position_) < size) return false;
+        position_ += size;
         return true;
     }
 
     /** A length, and the position behind as many bytes, which are given to `inside`. */
     bool piece(std::string_view& inside) {
-        char const* const begin = position;
+        char const* const begin = position_;
         uint32_t size = 0;
         if (!short_varint(size)) return false;
         // A fifth byte that says 2 GiB or more.
-        if (position - begin == 5 && static_cast<unsigned char>(position[-1]) >= 8) return false;
-        char const* const content = position;
+        if (position_ - begin == 5 && static_cast<unsigned char>(position_[-1]) >= 8) return false;
+        char const* const content = position_;
         if (!skip(size)) return false;
         inside = {content, size};
         return true;
@@ -99,8 +99,8 @@ public:
     }
 
 private:
-    char const* position;
-    char const* end;
+    char const* position_;
+    char const* end_;
 
     bool skip_group(uint32_t start, int depth) {
         if (depth < 0) return false;

@@ -47,37 +47,37 @@ std::string_view DetectionLog::name_of(Column column) {
 DetectionLog::DetectionLog(std::string const& path)
     : DetectionLog(std::make_unique<BlockReader>(path)) {}
 
-DetectionLog::DetectionLog(std::unique_ptr<BlockReader> input_) : input(std::move(input_)) {
+DetectionLog::DetectionLog(std::unique_ptr<BlockReader> input) : input_(std::move(input)) {
     read_header();
 }
 
 void DetectionLog::rewind() {
-    input->rewind();
-    line_number = 0;
-    columns.clear();
-    has_row = false;
+    input_->rewind();
+    line_number_ = 0;
+    columns_.clear();
+    has_row_ = false;
     read_header();
 }
 
 bool DetectionLog::next(RO::RadarObjects& frame) {
-    if (!has_row && !read_row()) return false;
-    const uint64_t frame_index = row.frame_index;
-    const uint64_t timestamp = row.timestamp;
+    if (!has_row_ && !read_row()) return false;
+    const uint64_t frame_index = row_.frame_index;
+    const uint64_t timestamp = row_.timestamp;
     frame.set_magic(kFrameMagic);
     frame.set_timestamp(timestamp);
     frame.clear_targets();
     do {
         if (frame.targets_size() == kMaxTargets) fail(0, "more targets in a frame than 65536");
-        frame.add_targets()->CopyFrom(row.target);
-        has_row = read_row();
-        if (has_row) check_order(frame_index, timestamp);
-    } while (has_row && row.frame_index == frame_index);
+        frame.add_targets()->CopyFrom(row_.target);
+        has_row_ = read_row();
+        if (has_row_) check_order(frame_index, timestamp);
+    } while (has_row_ && row_.frame_index == frame_index);
     return true;
 }
 
 void DetectionLog::read_header() {
     std::string_view line;
-    if (!read_line(line)) throw InputError(input->name() + ": empty, not a detection log");
+    if (!read_line(line)) throw InputError(input_->name() + ": empty, not a detection log");
     for (size_t begin = 0; begin <= line.size();) {
         const size_t end = std::min(line.find(',', begin), line.size());
         add_column(line.substr(begin, end - begin), begin);
@@ -85,7 +85,7 @@ void DetectionLog::read_header() {
     }
     for (int i = 0; i < kColumns; ++i) {
         const auto column = static_cast<Column>(i);
-        if (std::find(columns.begin(), columns.end(), column) == columns.end()) {
+        if (std::find(columns_.begin(), columns_.end(), column) == columns_.end()) {
             fail(line.size(), "column " + std::string(name_of(column)) + " is missing");
         }
     }
@@ -99,27 +99,27 @@ void DetectionLog::add_column(std::string_view name, size_t begin) {
     }
     if (i == kColumns) fail(begin, "unknown column " + quoted(name));
     const auto column = static_cast<Column>(i);
-    if (std::find(columns.begin(), columns.end(), column) != columns.end()) {
+    if (std::find(columns_.begin(), columns_.end(), column) != columns_.end()) {
         fail(begin, "column " + std::string(name) + " stands there twice");
     }
-    columns.push_back(column);
+    columns_.push_back(column);
 }
 
 /** Reads a line as soon as its end has come, also from a pipe that then has no more for a while. */
 bool DetectionLog::read_line(std::string_view& line) {
-    std::string_view window = input->window(1);
+    std::string_view window = input_->window(1);
     size_t end = window.find('\n');
     while (end == std::string_view::npos && window.size() <= kMaxLine) {
         const size_t searched = window.size();
-        window = input->window(searched + 1);
+        window = input_->window(searched + 1);
         if (window.size() == searched) break;
         end = window.find('\n', searched);
     }
     if (window.empty()) return false;
-    ++line_number;
+    ++line_number_;
     line = window.substr(0, end);
     if (line.size() > kMaxLine) fail(kMaxLine, "line longer than 4096 bytes");
-    input->advance(end == std::string_view::npos ? line.size() : end + 1);
+    input_->advance(end == std::string_view::npos ? line.size() : end + 1);
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     return true;
 }
@@ -128,12 +128,12 @@ bool DetectionLog::read_row() {
     std::string_view line;
     if (!read_line(line)) return false;
     size_t begin = 0;
-    for (const Column column : columns) {
+    for (const Column column : columns_) {
         if (begin > line.size()) {
             fail(line.size(), std::string(name_of(column)) + " has no value");
         }
         const size_t end = std::min(line.find(',', begin), line.size());
-        row.begins[column] = begin;
+        row_.begins[column] = begin;
         read_value(column, line.substr(begin, end - begin));
         begin = end + 1;
     }
@@ -144,28 +144,28 @@ bool DetectionLog::read_row() {
 void DetectionLog::read_value(Column column, std::string_view text) {
     switch (column) {
         case kFrameIndex:
-            row.frame_index = parse<uint64_t>(column, text);
+            row_.frame_index = parse<uint64_t>(column, text);
             break;
         case kTimestamp:
-            row.timestamp = parse<uint64_t>(column, text);
+            row_.timestamp = parse<uint64_t>(column, text);
             break;
         case kRcs:
-            row.target.set_rcs(parse<float>(column, text));
+            row_.target.set_rcs(parse<float>(column, text));
             break;
         case kR:
-            row.target.set_r(parse<float>(column, text));
+            row_.target.set_r(parse<float>(column, text));
             break;
         case kRdot:
-            row.target.set_rdot(parse<float>(column, text));
+            row_.target.set_rdot(parse<float>(column, text));
             break;
         case kTheta:
-            row.target.set_theta(parse<float>(column, text));
+            row_.target.set_theta(parse<float>(column, text));
             break;
         case kOptions:
-            row.target.set_options(parse<uint32_t>(column, text));
+            row_.target.set_options(parse<uint32_t>(column, text));
             break;
         case kSnr:
-            row.target.set_snr(parse<float>(column, text));
+            row_.target.set_snr(parse<float>(column, text));
             break;
         case kColumns:
             break;
@@ -174,18 +174,18 @@ void DetectionLog::read_value(Column column, std::string_view text) {
 
 /** Checks the row that was read last against the frame that the row before belongs to. */
 void DetectionLog::check_order(uint64_t frame_index, uint64_t timestamp) const {
-    const bool same_frame = row.frame_index == frame_index;
-    if (row.frame_index < frame_index) {
-        fail(row.begins[kFrameIndex],
-             "frame_index goes back" + change(frame_index, row.frame_index));
+    const bool same_frame = row_.frame_index == frame_index;
+    if (row_.frame_index < frame_index) {
+        fail(row_.begins[kFrameIndex],
+             "frame_index goes back" + change(frame_index, row_.frame_index));
     }
-    if (same_frame && row.timestamp != timestamp) {
-        fail(row.begins[kTimestamp],
-             "timestamp_us changes within a frame" + change(timestamp, row.timestamp));
+    if (same_frame && row_.timestamp != timestamp) {
+        fail(row_.begins[kTimestamp],
+             "timestamp_us changes within a frame" + change(timestamp, row_.timestamp));
     }
-    if (!same_frame && row.timestamp <= timestamp) {
-        fail(row.begins[kTimestamp],
-             "timestamp_us does not grow" + change(timestamp, row.timestamp));
+    if (!same_frame && row_.timestamp <= timestamp) {
+        fail(row_.begins[kTimestamp],
+             "timestamp_us does not grow" + change(timestamp, row_.timestamp));
     }
 }
 
@@ -196,21 +196,21 @@ Number DetectionLog::parse(Column column, std::string_view text) const {
     if (error == std::errc::invalid_argument || end != text.data() + text.size()) {
         const std::string problem =
             text.empty() ? " has no value" : " is not a number: " + quoted(text);
-        fail(row.begins[column], std::string(name_of(column)) + problem);
+        fail(row_.begins[column], std::string(name_of(column)) + problem);
     }
     if constexpr (std::is_floating_point_v<Number>) {
         if (error == std::errc::result_out_of_range) error = parse_tiny(text, number);
         if (!std::isfinite(number)) error = std::errc::result_out_of_range;
     }
     if (error != std::errc()) {
-        fail(row.begins[column],
+        fail(row_.begins[column],
              std::string(name_of(column)) + " is out of range: " + quoted(text));
     }
     return number;
 }
 
 void DetectionLog::fail(size_t begin, std::string const& reason) const {
-    throw InputError(input->name() + ":" + std::to_string(line_number) + ":" +
+    throw InputError(input_->name() + ":" + std::to_string(line_number_) + ":" +
                      std::to_string(begin + 1) + ": " + reason);
 }
 

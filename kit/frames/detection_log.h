@@ -50,12 +50,12 @@ private:
         std::array<size_t, kColumns> begins = {};
     };
 
-    std::unique_ptr<BlockReader> input;
-    uint64_t line_number = 0;
-    std::vector<Column> columns;
+    std::unique_ptr<BlockReader> input_;
+    uint64_t line_number_ = 0;
+    std::vector<Column> columns_;
     /** The first row of the next frame, when there is one. */
-    Row row;
-    bool has_row = false;
+    Row row_;
+    bool has_row_ = false;
 
     static std::string_view name_of(Column column);
     void read_header();

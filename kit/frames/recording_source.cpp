@@ -65,49 +65,49 @@ std::vector<std::string> files_with_frames(std::string const& directory) {
 
 RecordingSource::RecordingSource(std::string const& path) {
     if (is_directory(path)) {
-        files = files_with_frames(path);
+        files_ = files_with_frames(path);
         open_next_file();
     } else {
-        scanner = std::make_unique<RecordingScanner>(path);
+        scanner_ = std::make_unique<RecordingScanner>(path);
     }
 }
 
 RecordingSource::RecordingSource(std::unique_ptr<BlockReader> input)
-    : scanner(std::make_unique<RecordingScanner>(std::move(input))) {}
+    : scanner_(std::make_unique<RecordingScanner>(std::move(input))) {}
 
 void RecordingSource::rewind() {
-    if (files.empty()) {
-        scanner->rewind();
+    if (files_.empty()) {
+        scanner_->rewind();
     } else {
-        next_file = 0;
+        next_file_ = 0;
         open_next_file();
     }
 }
 
 bool RecordingSource::next(RO::RadarObjects& frame) {
     for (;;) {
-        RecordingScanner::Item item = scanner->next();
-        if (item == RecordingScanner::Item::kFinding && ends_with(scanner->finding())) {
+        RecordingScanner::Item item = scanner_->next();
+        if (item == RecordingScanner::Item::kFinding && ends_with(scanner_->finding())) {
             item = RecordingScanner::Item::kEnd;
         }
         if (item == RecordingScanner::Item::kRecord) {
-            Record const& record = scanner->record();
+            Record const& record = scanner_->record();
             if (frame.ParseFromArray(record.payload.data(),
                                      static_cast<int>(record.payload.size())))
                 return true;
             fail({FindingKind::kUndecodable, record.offset, 0, "the payload does not decode"});
         }
         if (item == RecordingScanner::Item::kEnd) {
-            if (next_file == files.size()) return false;
+            if (next_file_ == files_.size()) return false;
             open_next_file();
         }
     }
 }
 
 void RecordingSource::open_next_file() {
-    const std::string path = current_path(files[next_file]);
-    scanner = std::make_unique<RecordingScanner>(path);
-    ++next_file;
+    const std::string path = current_path(files_[next_file_]);
+    scanner_ = std::make_unique<RecordingScanner>(path);
+    ++next_file_;
 }
 
 /** Whether the open file ends here, with the missing end of an unfinished file. */
@@ -115,14 +115,14 @@ bool RecordingSource::ends_with(Finding const& finding) {
     // Neither joining two files nor counting wrongly has cost a frame.
     if (!is_damage(finding.kind) && finding.kind != FindingKind::kForeignFrame) return false;
     const Finding first = finding;
-    if (!lacks_end(first.kind) || !is_unfinished(scanner->name())) fail(first);
-    scanner->next();  // how much is skipped
-    if (scanner->next() == RecordingScanner::Item::kRecord) fail(first);
+    if (!lacks_end(first.kind) || !is_unfinished(scanner_->name())) fail(first);
+    scanner_->next();  // how much is skipped
+    if (scanner_->next() == RecordingScanner::Item::kRecord) fail(first);
     return true;
 }
 
 void RecordingSource::fail(Finding const& finding) const {
-    throw InputError(scanner->name() + ": offset " + std::to_string(finding.offset) + ": " +
+    throw InputError(scanner_->name() + ": offset " + std::to_string(finding.offset) + ": " +
                      finding.text);
 }
 

@@ -39,9 +39,9 @@ public:
 
 private:
     /** The files, unless there is only the one that is open. */
-    std::vector<std::string> files;
-    size_t next_file = 0;
-    std::unique_ptr<RecordingScanner> scanner;
+    std::vector<std::string> files_;
+    size_t next_file_ = 0;
+    std::unique_ptr<RecordingScanner> scanner_;
 
     void open_next_file();
     bool ends_with(Finding const& finding);

@@ -50,31 +50,32 @@ struct Scene::Kind {
 const Scene::Kind Scene::kPerson = {25, 0.6, 2.2, -6, 1, 0};
 const Scene::Kind Scene::kVehicle = {kFarthest, 3, 14, 9, 3, 1.4};
 
-Scene::Scene(uint32_t seed_, double frame_rate_, int max_targets_)
-    : seed(seed_), frame_rate(frame_rate_), max_targets(max_targets_) {
-    if (!(frame_rate > 0 && frame_rate <= 1e6)) {
+Scene::Scene(uint32_t seed, double frame_rate, int max_targets)
+    : seed_(seed), frame_rate_(frame_rate), max_targets_(max_targets) {
+    if (!(frame_rate_ > 0 && frame_rate_ <= 1e6)) {
         throw InputError("scene: the frame rate is not above 0 and up to 1000000 Hz");
     }
-    if (max_targets < 0) throw InputError("scene: the number of targets is below 0");
+    if (max_targets_ < 0) throw InputError("scene: the number of targets is below 0");
     rewind();
 }
 
 void Scene::rewind() {
-    engine.seed(seed);
-    frame_number = 0;
-    const int people = (max_targets + 3) / 4;
-    const int vehicles = max_targets / 32;
-    bodies.clear();
+    engine_.seed(seed_);
+    frame_number_ = 0;
+    const int people = (max_targets_ + 3) / 4;
+    const int vehicles = max_targets_ / 32;
+    bodies_.clear();
     for (int i = 0; i < people + vehicles; ++i) {
-        bodies.push_back({i < people ? &kPerson : &kVehicle, 0, 0, 0, 0});
-        enter(bodies.back());
+        bodies_.push_back({i < people ? &kPerson : &kVehicle, 0, 0, 0, 0});
+        enter(bodies_.back());
         // Somewhere along the track, so that the scene does not begin with an empty stage.
-        const double seconds = uniform(0, bodies.back().kind->reach / bodies.back().kind->fastest);
-        bodies.back().x += seconds * bodies.back().x_speed;
-        bodies.back().y += seconds * bodies.back().y_speed;
+        const double seconds =
+            uniform(0, bodies_.back().kind->reach / bodies_.back().kind->fastest);
+        bodies_.back().x += seconds * bodies_.back().x_speed;
+        bodies_.back().y += seconds * bodies_.back().y_speed;
     }
-    reflectors.assign(static_cast<size_t>(max_targets / 5), {});
-    for (Reflector& reflector : reflectors) {
+    reflectors_.assign(static_cast<size_t>(max_targets_ / 5), {});
+    for (Reflector& reflector : reflectors_) {
         const double range = uniform(1, kFarthest);
         place(reflector.x, reflector.y, range);
         reflector.rcs = uniform(-5, 15);
@@ -82,24 +83,24 @@ void Scene::rewind() {
 }
 
 bool Scene::next(RO::RadarObjects& frame) {
-    const double elapsed = static_cast<double>(frame_number) * 1e6 / frame_rate;
+    const double elapsed = static_cast<double>(frame_number_) * 1e6 / frame_rate_;
     frame.set_magic(kFrameMagic);
     frame.set_timestamp(kEpoch + static_cast<uint64_t>(elapsed + 0.5));
     frame.clear_targets();
-    for (Body const& body : bodies) see_body(body, frame);
-    for (Reflector const& reflector : reflectors) {
+    for (Body const& body : bodies_) see_body(body, frame);
+    for (Reflector const& reflector : reflectors_) {
         see_point(reflector.x, reflector.y, 0, reflector.rcs, frame);
     }
     const double false_alarms = uniform(0, 3);
     for (int i = 1; i < false_alarms; ++i) see_false_alarm(frame);
-    for (Body& body : bodies) move(body);
-    ++frame_number;
+    for (Body& body : bodies_) move(body);
+    ++frame_number_;
     return true;
 }
 
 /** A number from `low` on and below `high`. */
 double Scene::uniform(double low, double high) {
-    const double share = static_cast<double>(engine()) / 4294967296.0;
+    const double share = static_cast<double>(engine_()) / 4294967296.0;
     return low + share * (high - low);
 }
 
@@ -133,8 +134,8 @@ void Scene::enter(Body& body) {
 }
 
 void Scene::move(Body& body) {
-    body.x += body.x_speed / frame_rate;
-    body.y += body.y_speed / frame_rate;
+    body.x += body.x_speed / frame_rate_;
+    body.y += body.y_speed / frame_rate_;
     if (!in_view(body.x, body.y, body.kind->reach + 1)) enter(body);
 }
 
@@ -173,7 +174,7 @@ void Scene::see_false_alarm(RO::RadarObjects& frame) {
 
 void Scene::add_target(double rcs, double r, double rdot, double theta, double snr,
                        RO::RadarObjects& frame) const {
-    if (frame.targets_size() == max_targets) return;
+    if (frame.targets_size() == max_targets_) return;
     RO::TargetData& target = *frame.add_targets();
     target.set_rcs(static_cast<float>(rcs));
     target.set_r(static_cast<float>(r));

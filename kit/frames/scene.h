@@ -50,13 +50,13 @@ private:
         double rcs;
     };
 
-    uint32_t seed;
-    double frame_rate;
-    int max_targets;
-    std::mt19937 engine;  // the standard defines its numbers, unlike those of the distributions
-    uint64_t frame_number = 0;
-    std::vector<Body> bodies;
-    std::vector<Reflector> reflectors;
+    uint32_t seed_;
+    double frame_rate_;
+    int max_targets_;
+    std::mt19937 engine_;  // the standard defines its numbers, unlike those of the distributions
+    uint64_t frame_number_ = 0;
+    std::vector<Body> bodies_;
+    std::vector<Reflector> reflectors_;
 
     double uniform(double low, double high);
     double noise(double deviation);

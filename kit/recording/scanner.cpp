@@ -13,15 +13,15 @@ std::string decimal(uint64_t number) {
 
 }  // namespace
 
-RecordingScanner::RecordingScanner(std::string const& path, Tail tail_)
-    : RecordingScanner(std::make_unique<BlockReader>(path), tail_) {}
+RecordingScanner::RecordingScanner(std::string const& path, Tail tail)
+    : RecordingScanner(std::make_unique<BlockReader>(path), tail) {}
 
-RecordingScanner::RecordingScanner(std::unique_ptr<BlockReader> input_, Tail tail_)
-    : input(std::move(input_)), tail(tail_), search(*input, tail == Tail::kGrowing) {}
+RecordingScanner::RecordingScanner(std::unique_ptr<BlockReader> input, Tail tail)
+    : input_(std::move(input)), tail_(tail), search_(*input_, tail_ == Tail::kGrowing) {}
 
 RecordingScanner::Item RecordingScanner::next() {
-    input->advance(std::exchange(consumed, 0));
-    switch (state) {
+    input_->advance(std::exchange(consumed_, 0));
+    switch (state_) {
         case State::kHeader:
             return take_header();
         case State::kRecords:
@@ -35,22 +35,22 @@ RecordingScanner::Item RecordingScanner::next() {
 }
 
 void RecordingScanner::stop_growing() {
-    tail = Tail::kComplete;
-    search.stop_growing();
+    tail_ = Tail::kComplete;
+    search_.stop_growing();
 }
 
 void RecordingScanner::rewind() {
-    input->rewind();
-    state = State::kHeader;
-    consumed = 0;
-    foreign_frame_told = false;
+    input_->rewind();
+    state_ = State::kHeader;
+    consumed_ = 0;
+    foreign_frame_told_ = false;
 }
 
 RecordingScanner::Item RecordingScanner::take_header() {
-    const std::string_view bytes = input->window(kRecordingHeaderSize);
-    if (bytes.size() < kRecordingHeaderSize && tail == Tail::kGrowing) return Item::kEnd;
+    const std::string_view bytes = input_->window(kRecordingHeaderSize);
+    if (bytes.size() < kRecordingHeaderSize && tail_ == Tail::kGrowing) return Item::kEnd;
     if (bytes.empty()) {
-        state = State::kEnded;
+        state_ = State::kEnded;
         return tell(FindingKind::kEmpty, "empty");
     }
     if (bytes.size() >= 4 && read_word(bytes) != kRecordingMagic) {
@@ -62,33 +62,33 @@ RecordingScanner::Item RecordingScanner::take_header() {
         return lose(FindingKind::kShortHeader,
                     "cut off inside the header: " + decimal(bytes.size()) + " of 40 bytes");
     }
-    current_header = read_header(bytes);
-    if (current_header.version != kRecordingVersion) {
+    current_header_ = read_header(bytes);
+    if (current_header_.version != kRecordingVersion) {
         return lose(FindingKind::kUnknownVersion,
-                    "format version " + decimal(current_header.version) + " in place of 5");
+                    "format version " + decimal(current_header_.version) + " in place of 5");
     }
-    header_offset = input->offset();
-    frame_count = 0;
-    compare_frame_count = tail == Tail::kComplete;
-    records_of_tag = 0;
-    state = State::kRecords;
-    consumed = kRecordingHeaderSize;
+    header_offset_ = input_->offset();
+    frame_count_ = 0;
+    compare_frame_count_ = tail_ == Tail::kComplete;
+    records_of_tag_ = 0;
+    state_ = State::kRecords;
+    consumed_ = kRecordingHeaderSize;
     return Item::kHeader;
 }
 
 RecordingScanner::Item RecordingScanner::take_record() {
-    const std::string_view head = input->window(kRecordHeaderSize);
+    const std::string_view head = input_->window(kRecordHeaderSize);
     if (head.empty()) return finish();
     if (head.size() < kRecordHeaderSize) {
-        if (tail == Tail::kGrowing) return Item::kEnd;
-        if (records_of_tag != 0 && !continues_recording(head, tag)) {
+        if (tail_ == Tail::kGrowing) return Item::kEnd;
+        if (records_of_tag_ != 0 && !continues_recording(head, tag_)) {
             return lose(FindingKind::kWrongTag, "no record: " + decimal(head.size()) + " bytes");
         }
         return lose(FindingKind::kCutShort,
                     "cut off inside a record: " + decimal(head.size()) + " bytes");
     }
     const uint32_t found = read_word(head);
-    if (!is_record_tag(found) || (records_of_tag != 0 && found != tag)) return refuse_tag(head);
+    if (!is_record_tag(found) || (records_of_tag_ != 0 && found != tag_)) return refuse_tag(head);
     const uint32_t length = read_word(head.substr(4));
     if (length > kLargestPayload) {
         return lose(FindingKind::kTooLong, "record with a payload of " + decimal(length) +
@@ -99,9 +99,9 @@ RecordingScanner::Item RecordingScanner::take_record() {
 
 RecordingScanner::Item RecordingScanner::take_frame(uint32_t found, uint32_t length) {
     const size_t size = kRecordHeaderSize + length;
-    const std::string_view bytes = input->window(size);
+    const std::string_view bytes = input_->window(size);
     if (bytes.size() < size) {
-        if (tail == Tail::kGrowing) return Item::kEnd;
+        if (tail_ == Tail::kGrowing) return Item::kEnd;
         return lose(FindingKind::kCutShort, "cut off inside a record: " + decimal(bytes.size()) +
                                                 " of " + decimal(size) + " bytes");
     }
@@ -109,13 +109,13 @@ RecordingScanner::Item RecordingScanner::take_frame(uint32_t found, uint32_t len
     const std::string_view payload = bytes.substr(kRecordHeaderSize, length);
     const bool well_formed = survey_frame(payload, frame);
     if (!well_formed) return refuse_frame(size, nullptr);
-    if (frame.magic != kFrameMagic && !foreign_frame_told) return refuse_frame(size, &frame);
-    foreign_frame_told = false;
-    tag = found;
-    ++records_of_tag;
-    ++frame_count;
-    consumed = size;
-    current_record = {input->offset(), found, payload, frame};
+    if (frame.magic != kFrameMagic && !foreign_frame_told_) return refuse_frame(size, &frame);
+    foreign_frame_told_ = false;
+    tag_ = found;
+    ++records_of_tag_;
+    ++frame_count_;
+    consumed_ = size;
+    current_record_ = {input_->offset(), found, payload, frame};
     return Item::kRecord;
 }
 
@@ -124,24 +124,24 @@ RecordingScanner::Item RecordingScanner::refuse_tag(std::string_view head) {
     const uint32_t found = read_word(head);
     if (begins_recording(head)) {
         if (frame_count_differs()) return tell_frame_count();
-        state = State::kHeader;
+        state_ = State::kHeader;
         return tell(FindingKind::kSecondHeader, "another recording begins");
     }
     if (found == 0) return lose(FindingKind::kZeros, "zeros where a record has to begin");
-    if (input->offset() == header_offset + kRecordingHeaderSize) {
-        compare_frame_count = false;  // pieces of raw data are counted too
+    if (input_->offset() == header_offset_ + kRecordingHeaderSize) {
+        compare_frame_count_ = false;  // pieces of raw data are counted too
         return lose(FindingKind::kRawData, "no record behind the header, " + hexadecimal(found) +
                                                " is no tag: raw data, or damage");
     }
-    if (records_of_tag == 1 && search.judge(std::nullopt) == RecordSearch::Result::kFound) {
+    if (records_of_tag_ == 1 && search_.judge(std::nullopt) == RecordSearch::Result::kFound) {
         // All that has the other tag is the one record before: this one's is the recording's.
-        records_of_tag = 0;
+        records_of_tag_ = 0;
         return tell(FindingKind::kWrongTag,
-                    "tag " + hexadecimal(found) + " after one " + hexadecimal(tag));
+                    "tag " + hexadecimal(found) + " after one " + hexadecimal(tag_));
     }
     return lose(FindingKind::kWrongTag,
                 "no record: tag " + hexadecimal(found) +
-                    (records_of_tag == 0 ? "" : " in place of " + hexadecimal(tag)));
+                    (records_of_tag_ == 0 ? "" : " in place of " + hexadecimal(tag_)));
 }
 
 /** The payload of the record of `size` bytes here is not a radar's frame but, if any, `frame`. */
@@ -152,56 +152,56 @@ RecordingScanner::Item RecordingScanner::refuse_frame(size_t size, FrameSurvey c
     }
     const std::string text =
         "frame with magic " + decimal(frame->magic) + " in place of " + decimal(kFrameMagic);
-    const std::string_view bytes = input->window(size + kRecordHeaderSize);
+    const std::string_view bytes = input_->window(size + kRecordHeaderSize);
     if (!continues_recording(bytes.substr(size), read_word(bytes))) {
         return lose(FindingKind::kUndecodable, text, size);
     }
-    foreign_frame_told = true;
+    foreign_frame_told_ = true;
     return tell(FindingKind::kForeignFrame, text);
 }
 
 RecordingScanner::Item RecordingScanner::go_on_after_damage() {
-    if (search.run() == RecordSearch::Result::kNotYet) return Item::kEnd;
-    const uint64_t length = input->offset() - lost_from;
-    current_finding = {FindingKind::kSkipped, lost_from, length,
-                       decimal(length) + " bytes skipped"};
-    state = State::kRecords;
+    if (search_.run() == RecordSearch::Result::kNotYet) return Item::kEnd;
+    const uint64_t length = input_->offset() - lost_from_;
+    current_finding_ = {FindingKind::kSkipped, lost_from_, length,
+                        decimal(length) + " bytes skipped"};
+    state_ = State::kRecords;
     return Item::kFinding;
 }
 
 /** The input ends where a record may end. */
 RecordingScanner::Item RecordingScanner::finish() {
-    if (tail == Tail::kGrowing) return Item::kEnd;
+    if (tail_ == Tail::kGrowing) return Item::kEnd;
     if (frame_count_differs()) return tell_frame_count();
-    state = State::kEnded;
+    state_ = State::kEnded;
     return Item::kEnd;
 }
 
 RecordingScanner::Item RecordingScanner::tell(FindingKind kind, std::string text) {
-    current_finding = {kind, input->offset(), 0, std::move(text)};
+    current_finding_ = {kind, input_->offset(), 0, std::move(text)};
     return Item::kFinding;
 }
 
 RecordingScanner::Item RecordingScanner::lose(FindingKind kind, std::string text,
                                               size_t record_size) {
     const Item item = tell(kind, std::move(text));
-    const bool certain = records_of_tag >= 2;
-    if (!certain) records_of_tag = 0;
-    lost_from = input->offset();
-    search.begin(certain ? std::optional(tag) : std::nullopt, record_size);
-    state = State::kLost;
+    const bool certain = records_of_tag_ >= 2;
+    if (!certain) records_of_tag_ = 0;
+    lost_from_ = input_->offset();
+    search_.begin(certain ? std::optional(tag_) : std::nullopt, record_size);
+    state_ = State::kLost;
     return item;
 }
 
 bool RecordingScanner::frame_count_differs() const {
-    return compare_frame_count && frame_count != current_header.frame_count;
+    return compare_frame_count_ && frame_count_ != current_header_.frame_count;
 }
 
 RecordingScanner::Item RecordingScanner::tell_frame_count() {
-    compare_frame_count = false;
-    current_finding = {FindingKind::kFrameCount, header_offset + kFrameCountOffset, 0,
-                       "the header counts " + decimal(current_header.frame_count) + " frames, " +
-                           decimal(frame_count) + " were found"};
+    compare_frame_count_ = false;
+    current_finding_ = {FindingKind::kFrameCount, header_offset_ + kFrameCountOffset, 0,
+                        "the header counts " + decimal(current_header_.frame_count) + " frames, " +
+                            decimal(frame_count_) + " were found"};
     return Item::kFinding;
 }
 

@@ -70,38 +70,38 @@ public:
     void rewind();
 
     /** After kHeader: the header. Later: that of the records that come now. */
-    RecordingHeader const& header() const { return current_header; }
+    RecordingHeader const& header() const { return current_header_; }
     /** After kRecord: the record. */
-    Record const& record() const { return current_record; }
+    Record const& record() const { return current_record_; }
     /** After kFinding: the finding. */
-    Finding const& finding() const { return current_finding; }
+    Finding const& finding() const { return current_finding_; }
 
     /** How far the scan has come, in bytes from the front. */
-    uint64_t offset() const { return input->offset(); }
+    uint64_t offset() const { return input_->offset(); }
     /** The name of the input, for messages. */
-    std::string const& name() const { return input->name(); }
+    std::string const& name() const { return input_->name(); }
 
 private:
     enum class State { kHeader, kRecords, kLost, kEnded };
 
-    std::unique_ptr<BlockReader> input;
-    Tail tail;
-    RecordSearch search;
-    State state = State::kHeader;
-    RecordingHeader current_header;
-    Record current_record;
-    Finding current_finding;
+    std::unique_ptr<BlockReader> input_;
+    Tail tail_;
+    RecordSearch search_;
+    State state_ = State::kHeader;
+    RecordingHeader current_header_;
+    Record current_record_;
+    Finding current_finding_;
     /** Bytes of the last item, passed when the scan goes on. */
-    size_t consumed = 0;
+    size_t consumed_ = 0;
     /** Where the header is, and the records since, while its count is to be compared. */
-    uint64_t header_offset = 0;
-    uint64_t frame_count = 0;
-    bool compare_frame_count = false;
+    uint64_t header_offset_ = 0;
+    uint64_t frame_count_ = 0;
+    bool compare_frame_count_ = false;
     /** The tag of the last records, and of how many: with two it is certain. */
-    uint32_t tag = 0;
-    uint64_t records_of_tag = 0;
-    bool foreign_frame_told = false;
-    uint64_t lost_from = 0;
+    uint32_t tag_ = 0;
+    uint64_t records_of_tag_ = 0;
+    bool foreign_frame_told_ = false;
+    uint64_t lost_from_ = 0;
 
     Item take_header();
     Item take_record();

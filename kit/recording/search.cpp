@@ -61,42 +61,42 @@ bool continues_recording(std::string_view rest, uint32_t tag) {
 }
 
 void RecordSearch::begin(std::optional<uint32_t> expected_tag, size_t record_size) {
-    tag = expected_tag;
-    damaged_record = record_size;
-    begin_offset = input.offset();
-    examined = 0;
-    if (damaged_record == 0) input.advance(1);
+    tag_ = expected_tag;
+    damaged_record_ = record_size;
+    begin_offset_ = input_.offset();
+    examined_ = 0;
+    if (damaged_record_ == 0) input_.advance(1);
 }
 
 RecordSearch::Result RecordSearch::run() {
     if (step_over_damaged_record()) return Result::kFound;
     for (;;) {
-        const std::string_view window = input.window(kSearchWindow).substr(0, kSearchWindow);
+        const std::string_view window = input_.window(kSearchWindow).substr(0, kSearchWindow);
         if (window.size() < kRecordHeaderSize) {
-            if (growing) return Result::kNotYet;
-            input.advance(window.size());
+            if (growing_) return Result::kNotYet;
+            input_.advance(window.size());
             return Result::kEnd;
         }
         const size_t place = find_candidate(window);
-        input.advance(place);
+        input_.advance(place);
         if (window.size() - place < kRecordHeaderSize) continue;
-        const Result result = judge(tag);
+        const Result result = judge(tag_);
         if (result != Result::kEnd) return result;
-        input.advance(1);
+        input_.advance(1);
     }
 }
 
 /** Moves to the end of the damaged record if the recording goes on there, else by one byte. */
 bool RecordSearch::step_over_damaged_record() {
-    if (damaged_record == 0) return false;
-    const std::string_view bytes = input.window(damaged_record + kRecordHeaderSize);
+    if (damaged_record_ == 0) return false;
+    const std::string_view bytes = input_.window(damaged_record_ + kRecordHeaderSize);
     // That the input ends there says less: then the length may as well have swallowed other
     // records.
-    const bool found = bytes.size() >= damaged_record + kRecordHeaderSize &&
-                       continues_recording(bytes.substr(damaged_record), read_word(bytes)) &&
-                       !ends_with_records(bytes.substr(0, damaged_record), read_word(bytes));
-    input.advance(found ? damaged_record : 1);
-    damaged_record = 0;
+    const bool found = bytes.size() >= damaged_record_ + kRecordHeaderSize &&
+                       continues_recording(bytes.substr(damaged_record_), read_word(bytes)) &&
+                       !ends_with_records(bytes.substr(0, damaged_record_), read_word(bytes));
+    input_.advance(found ? damaged_record_ : 1);
+    damaged_record_ = 0;
     return found;
 }
 
@@ -127,14 +127,14 @@ size_t RecordSearch::record_at(std::string_view bytes, uint32_t expected_tag) {
 }
 
 bool RecordSearch::within_budget() const {
-    return examined <= kExaminedAtOnce + kExaminedPerByte * (input.offset() - begin_offset);
+    return examined_ <= kExaminedAtOnce + kExaminedPerByte * (input_.offset() - begin_offset_);
 }
 
 RecordSearch::Result RecordSearch::judge(std::optional<uint32_t> expected_tag) {
-    const std::string_view head = input.window(kRecordHeaderSize + kFrameStart.size());
+    const std::string_view head = input_.window(kRecordHeaderSize + kFrameStart.size());
     if (head.size() >= kRecordHeaderSize && begins_recording(head)) return judge_header();
     if (head.size() < kRecordHeaderSize + kFrameStart.size()) {
-        return growing ? Result::kNotYet : Result::kEnd;
+        return growing_ ? Result::kNotYet : Result::kEnd;
     }
     const uint32_t found = read_word(head);
     const uint32_t length = read_word(head.substr(4));
@@ -145,15 +145,15 @@ RecordSearch::Result RecordSearch::judge(std::optional<uint32_t> expected_tag) {
     }
     if (!within_budget()) return Result::kEnd;
     const size_t size = kRecordHeaderSize + length;
-    const std::string_view bytes = input.window(size + kRecordHeaderSize);
-    if (bytes.size() < size) return growing ? Result::kNotYet : Result::kEnd;
+    const std::string_view bytes = input_.window(size + kRecordHeaderSize);
+    if (bytes.size() < size) return growing_ ? Result::kNotYet : Result::kEnd;
     if (!expected_tag && !continues_recording(bytes.substr(size), found)) return Result::kEnd;
     return is_frame(bytes.substr(kRecordHeaderSize, length)) ? Result::kFound : Result::kEnd;
 }
 
 RecordSearch::Result RecordSearch::judge_header() {
-    const std::string_view bytes = input.window(kRecordingHeaderSize + kRecordHeaderSize);
-    if (bytes.size() < kRecordingHeaderSize) return growing ? Result::kNotYet : Result::kEnd;
+    const std::string_view bytes = input_.window(kRecordingHeaderSize + kRecordHeaderSize);
+    if (bytes.size() < kRecordingHeaderSize) return growing_ ? Result::kNotYet : Result::kEnd;
     const std::string_view rest = bytes.substr(kRecordingHeaderSize);
     const uint32_t found = rest.size() < 4 ? kRecordTag : read_word(rest);
     return is_record_tag(found) && continues_recording(rest, found) ? Result::kFound : Result::kEnd;
@@ -163,7 +163,7 @@ bool RecordSearch::is_frame(std::string_view payload) {
     FrameSurvey frame;
     size_t size = 0;
     const bool well_formed = survey_frame(payload, frame, &size);
-    examined += size;
+    examined_ += size;
     return well_formed && frame.magic == kFrameMagic;
 }
 

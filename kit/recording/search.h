@@ -22,7 +22,7 @@ public:
     enum class Result { kFound, kEnd, kNotYet };
 
     /** @param growing whether there may be more at the end of the input later. */
-    RecordSearch(BlockReader& input_, bool growing_) : input(input_), growing(growing_) {}
+    RecordSearch(BlockReader& input, bool growing) : input_(input), growing_(growing) {}
 
     /**
      * Begins behind the first byte of damage, at which the input is.
@@ -40,18 +40,18 @@ public:
     Result run();
 
     /** From now on there will be no more at the end of the input. */
-    void stop_growing() { growing = false; }
+    void stop_growing() { growing_ = false; }
 
     /** Whether a credible record or header is where the input is; kNotYet as for run(). */
     Result judge(std::optional<uint32_t> expected_tag);
 
 private:
-    BlockReader& input;
-    bool growing;
-    std::optional<uint32_t> tag;
-    size_t damaged_record = 0;
-    uint64_t begin_offset = 0;
-    uint64_t examined = 0;
+    BlockReader& input_;
+    bool growing_;
+    std::optional<uint32_t> tag_;
+    size_t damaged_record_ = 0;
+    uint64_t begin_offset_ = 0;
+    uint64_t examined_ = 0;
 
     bool step_over_damaged_record();
     bool ends_with_records(std::string_view bytes, uint32_t expected_tag);

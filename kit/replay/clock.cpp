@@ -11,57 +11,58 @@ constexpr std::chrono::hours kLongestReplay(24 * 3650);
 
 }  // namespace
 
-ReplayClock::ReplayClock(std::optional<double> rate_, std::chrono::microseconds longest_gap)
-    : pacer(1.0, longest_gap) {
-    set_rate(rate_, since);
+ReplayClock::ReplayClock(std::optional<double> rate, std::chrono::microseconds longest_gap)
+    : pacer_(1.0, longest_gap) {
+    set_rate(rate, since_);
 }
 
 void ReplayClock::plan(uint64_t timestamp_us, Clock::time_point now) {
-    next = pacer.due(timestamp_us);
-    const bool at_once = jumps || !current_rate;
-    jumps = false;
+    next_ = pacer_.due(timestamp_us);
+    const bool at_once = jumps_ || !current_rate_;
+    jumps_ = false;
     if (at_once) {
-        reached = next;
-        since = now;
-    } else if (!paused && now - due() > kLongestDelay) {
-        since += now - due();
+        reached_ = next_;
+        since_ = now;
+    } else if (!paused_ && now - due() > kLongestDelay) {
+        since_ += now - due();
     }
 }
 
 void ReplayClock::jump() {
-    jumps = true;
+    jumps_ = true;
 }
 
 ReplayClock::Clock::time_point ReplayClock::due() const {
-    if (paused) return Clock::time_point::max();
-    if (!current_rate) return since;
+    if (paused_) return Clock::time_point::max();
+    if (!current_rate_) return since_;
     const Nanoseconds wait =
-        std::min<Nanoseconds>((next - reached) / *current_rate, kLongestReplay);
-    return since + std::chrono::duration_cast<Clock::duration>(wait);
+        std::min<Nanoseconds>((next_ - reached_) / *current_rate_, kLongestReplay);
+    return since_ + std::chrono::duration_cast<Clock::duration>(wait);
 }
 
 void ReplayClock::set_rate(std::optional<double> new_rate, Clock::time_point now) {
     if (new_rate) static_cast<void>(Pacer(*new_rate));  // refuses what is no rate
-    if (!paused) stand_still(now);
-    current_rate = new_rate;
+    if (!paused_) stand_still(now);
+    current_rate_ = new_rate;
 }
 
 void ReplayClock::pause(Clock::time_point now) {
-    if (paused) return;
+    if (paused_) return;
     stand_still(now);
-    paused = true;
+    paused_ = true;
 }
 
 void ReplayClock::resume(Clock::time_point now) {
-    if (!paused) return;
-    paused = false;
-    since = now;
+    if (!paused_) return;
+    paused_ = false;
+    since_ = now;
 }
 
 /** Takes note of the place between the last frame and the planned one. */
 void ReplayClock::stand_still(Clock::time_point now) {
-    if (current_rate) reached = std::min(next, reached + Nanoseconds(now - since) * *current_rate);
-    since = now;
+    if (current_rate_)
+        reached_ = std::min(next_, reached_ + Nanoseconds(now - since_) * *current_rate_);
+    since_ = now;
 }
 
 }  // namespace Kit

@@ -40,24 +40,24 @@ public:
 
     /** Goes on at another rate, from where the replay is between two frames. As the constructor. */
     void set_rate(std::optional<double> new_rate, Clock::time_point now);
-    std::optional<double> rate() const { return current_rate; }
+    std::optional<double> rate() const { return current_rate_; }
 
     void pause(Clock::time_point now);
     void resume(Clock::time_point now);
-    bool is_paused() const { return paused; }
+    bool is_paused() const { return paused_; }
 
 private:
     using Nanoseconds = std::chrono::duration<double, std::nano>;
 
     void stand_still(Clock::time_point now);
 
-    Pacer pacer;
-    std::optional<double> current_rate;
-    bool paused = false;
-    bool jumps = true;
-    Nanoseconds next{0};     // the planned frame's place in the recording's own time
-    Nanoseconds reached{0};  // the place that the replay had reached at ...
-    Clock::time_point since;
+    Pacer pacer_;
+    std::optional<double> current_rate_;
+    bool paused_ = false;
+    bool jumps_ = true;
+    Nanoseconds next_{0};     // the planned frame's place in the recording's own time
+    Nanoseconds reached_{0};  // the place that the replay had reached at ...
+    Clock::time_point since_;
 };
 
 }  // namespace Kit

@@ -19,28 +19,28 @@ std::chrono::nanoseconds to_nanoseconds(double nanoseconds) {
 
 }  // namespace
 
-Pacer::Pacer(double rate_, std::chrono::microseconds longest_gap_)
-    : rate(rate_),
-      longest_gap(static_cast<uint64_t>(
-          std::max(longest_gap_, std::chrono::microseconds::zero()).count())) {
-    if (!(rate > 0)) throw InputError("the rate of a replay is not above 0");
+Pacer::Pacer(double rate, std::chrono::microseconds longest_gap)
+    : rate_(rate),
+      longest_gap_(
+          static_cast<uint64_t>(std::max(longest_gap, std::chrono::microseconds::zero()).count())) {
+    if (!(rate_ > 0)) throw InputError("the rate of a replay is not above 0");
 }
 
 std::chrono::nanoseconds Pacer::due(uint64_t timestamp_us) {
-    if (started) elapsed += step_to(timestamp_us);
-    started = true;
-    last = timestamp_us;
-    return to_nanoseconds(elapsed * 1000 / rate);
+    if (started_) elapsed_ += step_to(timestamp_us);
+    started_ = true;
+    last_ = timestamp_us;
+    return to_nanoseconds(elapsed_ * 1000 / rate_);
 }
 
 /** How long after the last frame this one comes, in us at the timestamps' pace. */
 double Pacer::step_to(uint64_t timestamp_us) {
-    if (timestamp_us < last || timestamp_us - last > longest_gap) {
-        return steps > 0 ? counted / steps : kDefaultInterval;
+    if (timestamp_us < last_ || timestamp_us - last_ > longest_gap_) {
+        return steps_ > 0 ? counted_ / steps_ : kDefaultInterval;
     }
-    const auto step = static_cast<double>(timestamp_us - last);
-    counted += step;
-    ++steps;
+    const auto step = static_cast<double>(timestamp_us - last_);
+    counted_ += step;
+    ++steps_;
     return step;
 }
 

@@ -34,13 +34,13 @@ public:
     std::chrono::nanoseconds due(uint64_t timestamp_us);
 
 private:
-    double rate;
-    uint64_t longest_gap;
-    bool started = false;
-    uint64_t last = 0;
-    double elapsed = 0;  // us
-    double counted = 0;  // us, of the steps that counted
-    double steps = 0;
+    double rate_;
+    uint64_t longest_gap_;
+    bool started_ = false;
+    uint64_t last_ = 0;
+    double elapsed_ = 0;  // us
+    double counted_ = 0;  // us, of the steps that counted
+    double steps_ = 0;
 
     double step_to(uint64_t timestamp_us);
 };

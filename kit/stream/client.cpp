@@ -48,20 +48,20 @@ int milliseconds_until(Clock::time_point deadline) {
 
 StreamClient::StreamClient(std::string const& path) : StreamClient(connected_socket(path)) {}
 
-StreamClient::StreamClient(int fd) : stream(fd), piece(new char[kPieceSize]) {}
+StreamClient::StreamClient(int fd) : stream_(fd), piece_(new char[kPieceSize]) {}
 
 StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout) {
     const bool limited = timeout.count() >= 0;
     const Clock::time_point deadline = Clock::now() + timeout;
     for (;;) {
-        if (state != Result::kFrame) return state;
-        if (const std::optional<std::string> whole = parser.next())
+        if (state_ != Result::kFrame) return state_;
+        if (const std::optional<std::string> whole = parser_.next())
             return take_frame(frame, *whole);
-        if (parser.fault()) {
-            return end(Result::kForeign, "at byte " + std::to_string(parser.fault()->offset) +
-                                             ": " + parser.fault()->reason);
+        if (parser_.fault()) {
+            return end(Result::kForeign, "at byte " + std::to_string(parser_.fault()->offset) +
+                                             ": " + parser_.fault()->reason);
         }
-        pollfd wait = {stream.get(), POLLIN, 0};
+        pollfd wait = {stream_.get(), POLLIN, 0};
         const int ready = poll(&wait, 1, limited ? milliseconds_until(deadline) : -1);
         if (ready == 0 && Clock::now() < deadline) continue;
         if (ready == 0 || (ready < 0 && errno == EINTR)) return Result::kTimeout;
@@ -71,43 +71,43 @@ StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout
 }
 
 void StreamClient::read_piece() {
-    const ssize_t size = read(stream.get(), piece.get(), kPieceSize);
+    const ssize_t size = read(stream_.get(), piece_.get(), kPieceSize);
     if (size > 0) {
-        parser.append({piece.get(), static_cast<size_t>(size)});
+        parser_.append({piece_.get(), static_cast<size_t>(size)});
     } else if (size < 0 && errno != EAGAIN && errno != EINTR) {
         end(Result::kFailed, std::strerror(errno));
-    } else if (size == 0 && parser.pending() > 0) {
-        end(Result::kCut, "ended " + std::to_string(parser.pending()) + " bytes into a frame");
+    } else if (size == 0 && parser_.pending() > 0) {
+        end(Result::kCut, "ended " + std::to_string(parser_.pending()) + " bytes into a frame");
     } else if (size == 0) {
         end(Result::kEnd, "");
     }
 }
 
 StreamClient::Result StreamClient::take_frame(StreamFrame& frame, std::string const& stream_frame) {
-    ++frames;
+    ++frames_;
     frame.payload.assign(stream_frame, kStreamHeaderSize, std::string::npos);
     if (frame.objects.ParseFromString(frame.payload)) return Result::kFrame;
-    what_is_wrong = "frame " + std::to_string(frames) + ", " +
-                    std::to_string(frame.payload.size()) + " bytes, does not decode";
+    what_is_wrong_ = "frame " + std::to_string(frames_) + ", " +
+                     std::to_string(frame.payload.size()) + " bytes, does not decode";
     return Result::kUndecodable;
 }
 
 StreamClient::Result StreamClient::end(Result why, std::string const& what) {
-    state = why;
-    what_is_wrong = what;
+    state_ = why;
+    what_is_wrong_ = what;
     return why;
 }
 
 std::string const& StreamClient::problem() const noexcept {
-    return what_is_wrong;
+    return what_is_wrong_;
 }
 
 uint64_t StreamClient::bytes() const noexcept {
-    return parser.offset();
+    return parser_.offset();
 }
 
 int StreamClient::fd() const noexcept {
-    return stream.get();
+    return stream_.get();
 }
 
 }  // namespace Kit

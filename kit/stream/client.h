@@ -70,12 +70,12 @@ private:
     void read_piece();
     Result end(Result why, std::string const& what);
 
-    FileDescriptor stream;
-    StreamParser parser;
-    std::unique_ptr<char[]> piece;
-    uint64_t frames = 0;
-    Result state = Result::kFrame;  // anything but a result that ends the stream: it goes on
-    std::string what_is_wrong;
+    FileDescriptor stream_;
+    StreamParser parser_;
+    std::unique_ptr<char[]> piece_;
+    uint64_t frames_ = 0;
+    Result state_ = Result::kFrame;  // anything but a result that ends the stream: it goes on
+    std::string what_is_wrong_;
 };
 
 }  // namespace Kit

@@ -5,77 +5,77 @@
 
 namespace Kit {
 
-FrameQueue::FrameQueue(size_t limit_, size_t byte_limit_)
-    : limit(std::max<size_t>(limit_, 1)), byte_limit(byte_limit_) {}
+FrameQueue::FrameQueue(size_t limit, size_t byte_limit)
+    : limit_(std::max<size_t>(limit, 1)), byte_limit_(byte_limit) {}
 
 void FrameQueue::push(SharedFrame frame, Clock::time_point now) {
-    if (frames.empty()) since = now;
-    bytes += frame->size();
-    frames.push_back(std::move(frame));
+    if (frames_.empty()) since_ = now;
+    bytes_ += frame->size();
+    frames_.push_back(std::move(frame));
     drop_above_limits();
 }
 
 FrameQueue::Turn FrameQueue::begin_turn(size_t max_frames) {
-    held = std::min(max_frames, frames.size());
-    const auto end = frames.begin() + static_cast<std::ptrdiff_t>(held);
-    return {std::vector<SharedFrame>(frames.begin(), end), first_taken};
+    held_ = std::min(max_frames, frames_.size());
+    const auto end = frames_.begin() + static_cast<std::ptrdiff_t>(held_);
+    return {std::vector<SharedFrame>(frames_.begin(), end), first_taken_};
 }
 
 void FrameQueue::end_turn(size_t taken, Clock::time_point now) {
-    sent_bytes += taken;
-    first_taken += taken;
-    while (!frames.empty() && first_taken >= frames.front()->size()) {
-        first_taken -= frames.front()->size();
-        bytes -= frames.front()->size();
-        frames.pop_front();
-        ++sent;
-        since = now;
+    sent_bytes_ += taken;
+    first_taken_ += taken;
+    while (!frames_.empty() && first_taken_ >= frames_.front()->size()) {
+        first_taken_ -= frames_.front()->size();
+        bytes_ -= frames_.front()->size();
+        frames_.pop_front();
+        ++sent_;
+        since_ = now;
     }
-    held = first_taken > 0 ? 1 : 0;
+    held_ = first_taken_ > 0 ? 1 : 0;
     drop_above_limits();
 }
 
 void FrameQueue::drop_above_limits() {
-    while (frames.size() - held > limit) drop(held);
-    const size_t outgoing = std::max<size_t>(held, 1);
-    while (frames.size() > outgoing + 1 && bytes_behind(outgoing) > byte_limit) drop(outgoing);
+    while (frames_.size() - held_ > limit_) drop(held_);
+    const size_t outgoing = std::max<size_t>(held_, 1);
+    while (frames_.size() > outgoing + 1 && bytes_behind(outgoing) > byte_limit_) drop(outgoing);
 }
 
 void FrameQueue::drop(size_t index) {
-    const auto frame = frames.begin() + static_cast<std::ptrdiff_t>(index);
-    bytes -= (*frame)->size();
-    frames.erase(frame);
-    ++dropped;
+    const auto frame = frames_.begin() + static_cast<std::ptrdiff_t>(index);
+    bytes_ -= (*frame)->size();
+    frames_.erase(frame);
+    ++dropped_;
 }
 
 size_t FrameQueue::bytes_behind(size_t count) const {
-    size_t behind = bytes;
-    for (size_t i = 0; i < count; ++i) behind -= frames[i]->size();
+    size_t behind = bytes_;
+    for (size_t i = 0; i < count; ++i) behind -= frames_[i]->size();
     return behind;
 }
 
 bool FrameQueue::empty() const noexcept {
-    return frames.empty();
+    return frames_.empty();
 }
 
 size_t FrameQueue::size() const noexcept {
-    return frames.size();
+    return frames_.size();
 }
 
 FrameQueue::Clock::time_point FrameQueue::waiting_since() const noexcept {
-    return since;
+    return since_;
 }
 
 uint64_t FrameQueue::frames_sent() const noexcept {
-    return sent;
+    return sent_;
 }
 
 uint64_t FrameQueue::bytes_sent() const noexcept {
-    return sent_bytes;
+    return sent_bytes_;
 }
 
 uint64_t FrameQueue::frames_dropped() const noexcept {
-    return dropped;
+    return dropped_;
 }
 
 }  // namespace Kit

@@ -69,16 +69,16 @@ private:
     void drop(size_t index);
     size_t bytes_behind(size_t count) const;
 
-    size_t limit;
-    size_t byte_limit;
-    std::deque<SharedFrame> frames;
-    size_t bytes = 0;        // of all frames
-    size_t held = 0;         // frames at the front that are being written and stay
-    size_t first_taken = 0;  // bytes of the front frame that the client has got
-    Clock::time_point since;
-    uint64_t sent = 0;
-    uint64_t sent_bytes = 0;
-    uint64_t dropped = 0;
+    size_t limit_;
+    size_t byte_limit_;
+    std::deque<SharedFrame> frames_;
+    size_t bytes_ = 0;        // of all frames
+    size_t held_ = 0;         // frames at the front that are being written and stay
+    size_t first_taken_ = 0;  // bytes of the front frame that the client has got
+    Clock::time_point since_;
+    uint64_t sent_ = 0;
+    uint64_t sent_bytes_ = 0;
+    uint64_t dropped_ = 0;
 };
 
 }  // namespace Kit

@@ -58,9 +58,9 @@ bool names_file(std::string const& path, FileDescriptor const& file) noexcept {
 }  // namespace
 
 ListeningSocket::ListeningSocket(std::string path)
-    : socket_path(std::move(path)), lock_path(socket_path + ".lock") {
-    const UnixAddress checked(socket_path);
-    lock_file = take_lock();
+    : socket_path_(std::move(path)), lock_path_(socket_path_ + ".lock") {
+    const UnixAddress checked(socket_path_);
+    lock_file_ = take_lock();
     try {
         replace_stale_socket();
         listen_at_path();
@@ -71,20 +71,20 @@ ListeningSocket::ListeningSocket(std::string path)
 }
 
 ListeningSocket::~ListeningSocket() {
-    listening.reset();
+    listening_.reset();
     struct stat status = {};
-    if (lstat(socket_path.c_str(), &status) == 0 && is_same_file(status, device, inode)) {
-        unlink(socket_path.c_str());
+    if (lstat(socket_path_.c_str(), &status) == 0 && is_same_file(status, device_, inode_)) {
+        unlink(socket_path_.c_str());
     }
     release_lock();
 }
 
 int ListeningSocket::fd() const noexcept {
-    return listening.get();
+    return listening_.get();
 }
 
 std::string const& ListeningSocket::path() const noexcept {
-    return socket_path;
+    return socket_path_;
 }
 
 // The holder of the lock removes its file, so a lock counts only while the path still names the
@@ -92,41 +92,41 @@ std::string const& ListeningSocket::path() const noexcept {
 FileDescriptor ListeningSocket::take_lock() const {
     for (;;) {
         FileDescriptor file(
-            open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-        if (!file.valid()) throw system_failure(socket_path, "cannot create " + lock_path);
+            open(lock_path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (!file.valid()) throw system_failure(socket_path_, "cannot create " + lock_path_);
         if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-            if (errno == EWOULDBLOCK) throw failure(socket_path, kInUse);
-            throw system_failure(socket_path, "cannot lock " + lock_path);
+            if (errno == EWOULDBLOCK) throw failure(socket_path_, kInUse);
+            throw system_failure(socket_path_, "cannot lock " + lock_path_);
         }
-        if (names_file(lock_path, file)) return file;
+        if (names_file(lock_path_, file)) return file;
     }
 }
 
 void ListeningSocket::replace_stale_socket() const {
     struct stat status = {};
-    if (lstat(socket_path.c_str(), &status) != 0) {
+    if (lstat(socket_path_.c_str(), &status) != 0) {
         if (errno == ENOENT) return;
-        throw system_failure(socket_path, "cannot be examined");
+        throw system_failure(socket_path_, "cannot be examined");
     }
-    if (!S_ISSOCK(status.st_mode)) throw failure(socket_path, "exists and is not a socket");
-    if (is_alive(socket_path)) throw failure(socket_path, kInUse);
-    if (unlink(socket_path.c_str()) != 0 && errno != ENOENT) {
-        throw system_failure(socket_path, "cannot remove the socket of a dead service");
+    if (!S_ISSOCK(status.st_mode)) throw failure(socket_path_, "exists and is not a socket");
+    if (is_alive(socket_path_)) throw failure(socket_path_, kInUse);
+    if (unlink(socket_path_.c_str()) != 0 && errno != ENOENT) {
+        throw system_failure(socket_path_, "cannot remove the socket of a dead service");
     }
 }
 
 bool ListeningSocket::look_after() {
     try {
         if (!listen_again()) {
-            lost = false;
+            lost_ = false;
             return false;
         }
-        Petrel::ilog(1) << socket_path << ": was deleted; listening there again" << std::endl;
-        lost = false;
+        Petrel::ilog(1) << socket_path_ << ": was deleted; listening there again" << std::endl;
+        lost_ = false;
         return true;
     } catch (InputError const& error) {
-        if (!lost) Petrel::ilog(1) << error.what() << "; clients cannot connect" << std::endl;
-        lost = true;
+        if (!lost_) Petrel::ilog(1) << error.what() << "; clients cannot connect" << std::endl;
+        lost_ = true;
         return false;
     }
 }
@@ -134,39 +134,39 @@ bool ListeningSocket::look_after() {
 /** Returns whether it was necessary. */
 bool ListeningSocket::listen_again() {
     struct stat status = {};
-    if (lstat(socket_path.c_str(), &status) == 0) {
-        if (is_same_file(status, device, inode)) return false;
-        throw failure(socket_path, "was replaced by somebody else's");
+    if (lstat(socket_path_.c_str(), &status) == 0) {
+        if (is_same_file(status, device_, inode_)) return false;
+        throw failure(socket_path_, "was replaced by somebody else's");
     }
-    if (errno != ENOENT) throw system_failure(socket_path, "cannot be examined");
-    if (!names_file(lock_path, lock_file)) lock_file = take_lock();
+    if (errno != ENOENT) throw system_failure(socket_path_, "cannot be examined");
+    if (!names_file(lock_path_, lock_file_)) lock_file_ = take_lock();
     listen_at_path();
     return true;
 }
 
 // An earlier descriptor keeps its number, by which its users know it.
 void ListeningSocket::listen_at_path() {
-    const UnixAddress address(socket_path);
+    const UnixAddress address(socket_path_);
     FileDescriptor fresh = open_socket();
-    if (!fresh.valid()) throw system_failure(socket_path, "cannot open a socket");
+    if (!fresh.valid()) throw system_failure(socket_path_, "cannot open a socket");
     if (bind(fresh.get(), address.get(), address.size()) != 0) {
-        throw system_failure(socket_path, "cannot listen");
+        throw system_failure(socket_path_, "cannot listen");
     }
     struct stat status = {};
-    if (listen(fresh.get(), SOMAXCONN) != 0 || lstat(socket_path.c_str(), &status) != 0 ||
-        (listening.valid() && dup3(fresh.get(), listening.get(), O_CLOEXEC) < 0)) {
-        const InputError failed = system_failure(socket_path, "cannot listen");
-        unlink(socket_path.c_str());
+    if (listen(fresh.get(), SOMAXCONN) != 0 || lstat(socket_path_.c_str(), &status) != 0 ||
+        (listening_.valid() && dup3(fresh.get(), listening_.get(), O_CLOEXEC) < 0)) {
+        const InputError failed = system_failure(socket_path_, "cannot listen");
+        unlink(socket_path_.c_str());
         throw failed;
     }
-    if (!listening.valid()) listening = std::move(fresh);
-    device = status.st_dev;
-    inode = status.st_ino;
+    if (!listening_.valid()) listening_ = std::move(fresh);
+    device_ = status.st_dev;
+    inode_ = status.st_ino;
 }
 
 void ListeningSocket::release_lock() noexcept {
-    if (names_file(lock_path, lock_file)) unlink(lock_path.c_str());
-    lock_file.reset();
+    if (names_file(lock_path_, lock_file_)) unlink(lock_path_.c_str());
+    lock_file_.reset();
 }
 
 }  // namespace Kit

@@ -53,13 +53,13 @@ private:
     bool listen_again();
     void release_lock() noexcept;
 
-    std::string socket_path;
-    std::string lock_path;
-    FileDescriptor lock_file;
-    FileDescriptor listening;
-    bool lost = false;  // the path, and that was logged
-    dev_t device = 0;   // of the socket file, with `inode` its identity
-    ino_t inode = 0;
+    std::string socket_path_;
+    std::string lock_path_;
+    FileDescriptor lock_file_;
+    FileDescriptor listening_;
+    bool lost_ = false;  // the path, and that was logged
+    dev_t device_ = 0;   // of the socket file, with `inode` its identity
+    ino_t inode_ = 0;
 };
 
 }  // namespace Kit

@@ -22,61 +22,61 @@ std::string hex(std::string_view bytes) {
 
 }  // namespace
 
-StreamParser::StreamParser(uint32_t max_payload_) : max_payload(max_payload_) {}
+StreamParser::StreamParser(uint32_t max_payload) : max_payload_(max_payload) {}
 
 void StreamParser::append(std::string_view more) {
-    if (found) return;
-    bytes.erase(0, begin);
-    begin = 0;
-    bytes += more;
+    if (found_) return;
+    bytes_.erase(0, begin_);
+    begin_ = 0;
+    bytes_ += more;
 }
 
 std::optional<std::string> StreamParser::next() {
-    if (found || !magic_is_right() || pending() < kStreamHeaderSize) return std::nullopt;
-    const uint32_t length = read_le32(bytes.data() + begin + 4);
+    if (found_ || !magic_is_right() || pending() < kStreamHeaderSize) return std::nullopt;
+    const uint32_t length = read_le32(bytes_.data() + begin_ + 4);
     if (!length_is_right(length)) return std::nullopt;
     const size_t size = kStreamHeaderSize + length;
     if (pending() < size) return std::nullopt;
-    std::string frame = bytes.substr(begin, size);
-    begin += size;
-    stream_offset += size;
+    std::string frame = bytes_.substr(begin_, size);
+    begin_ += size;
+    stream_offset_ += size;
     return frame;
 }
 
 // Compares what is there of the magic, so that foreign bytes are noticed although fewer than a
 // header's came.
 bool StreamParser::magic_is_right() {
-    const std::string_view there = std::string_view(bytes).substr(begin, kMagicBytes.size());
+    const std::string_view there = std::string_view(bytes_).substr(begin_, kMagicBytes.size());
     if (there == kMagicBytes.substr(0, there.size())) return true;
-    found = StreamFault{stream_offset, hex(there) + " in place of the magic " + hex(kMagicBytes)};
+    found_ = StreamFault{stream_offset_, hex(there) + " in place of the magic " + hex(kMagicBytes)};
     return false;
 }
 
 bool StreamParser::length_is_right(uint32_t length) {
-    if (length <= max_payload) return true;
-    found =
-        StreamFault{stream_offset, "length " + std::to_string(length) + " is over the limit of " +
-                                       std::to_string(max_payload) + " bytes"};
+    if (length <= max_payload_) return true;
+    found_ =
+        StreamFault{stream_offset_, "length " + std::to_string(length) + " is over the limit of " +
+                                        std::to_string(max_payload_) + " bytes"};
     return false;
 }
 
 std::optional<StreamFault> const& StreamParser::fault() const noexcept {
-    return found;
+    return found_;
 }
 
 size_t StreamParser::pending() const noexcept {
-    return bytes.size() - begin;
+    return bytes_.size() - begin_;
 }
 
 uint64_t StreamParser::offset() const noexcept {
-    return stream_offset;
+    return stream_offset_;
 }
 
 void StreamParser::reset() {
-    bytes.clear();
-    begin = 0;
-    stream_offset = 0;
-    found.reset();
+    bytes_.clear();
+    begin_ = 0;
+    stream_offset_ = 0;
+    found_.reset();
 }
 
 }  // namespace Kit

@@ -59,11 +59,11 @@ private:
     bool magic_is_right();
     bool length_is_right(uint32_t length);
 
-    uint32_t max_payload;
-    std::string bytes;
-    size_t begin = 0;  // of the next frame, in `bytes`
-    uint64_t stream_offset = 0;
-    std::optional<StreamFault> found;
+    uint32_t max_payload_;
+    std::string bytes_;
+    size_t begin_ = 0;  // of the next frame, in `bytes`
+    uint64_t stream_offset_ = 0;
+    std::optional<StreamFault> found_;
 };
 
 }  // namespace Kit

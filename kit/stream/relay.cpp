@@ -18,7 +18,7 @@ public:
 Relay::Relay(RelayOptions options) {
     const std::string path = options.socket_path;
     try {
-        impl = std::make_unique<Impl>(std::move(options));
+        impl_ = std::make_unique<Impl>(std::move(options));
     } catch (std::system_error const& error) {
         throw InputError(path + ": cannot be served: " + error.what());
     }
@@ -27,19 +27,19 @@ Relay::Relay(RelayOptions options) {
 Relay::~Relay() = default;
 
 void Relay::publish(std::string stream_frame) {
-    impl->server.publish(std::move(stream_frame));
+    impl_->server.publish(std::move(stream_frame));
 }
 
 void Relay::relay_from(int fd) {
-    impl->server.relay_from(fd);
+    impl_->server.relay_from(fd);
 }
 
 RelayCounters Relay::counters() const {
-    return impl->server.counters();
+    return impl_->server.counters();
 }
 
 void Relay::stop(std::chrono::milliseconds grace) {
-    impl->server.stop(grace);
+    impl_->server.stop(grace);
 }
 
 }  // namespace Kit

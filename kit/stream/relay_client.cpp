@@ -33,37 +33,37 @@ std::vector<asio::const_buffer> buffers_of(FrameQueue::Turn const& turn) {
 
 }  // namespace
 
-RelayClient::RelayClient(asio::io_context& context_, std::mutex& lock_, RelayOptions const& options,
-                         uint64_t id_, Owner& owner_)
-    : context(context_),
-      lock(lock_),
-      stuck_after(options.stuck_after),
-      id(id_),
-      owner(owner_),
-      socket(context_),
-      stuck_timer(context_),
-      queue(options.queue_frames, options.queue_bytes) {}
+RelayClient::RelayClient(asio::io_context& context, std::mutex& lock, RelayOptions const& options,
+                         uint64_t id, Owner& owner)
+    : context_(context),
+      lock_(lock),
+      stuck_after_(options.stuck_after),
+      id_(id),
+      owner_(owner),
+      socket_(context),
+      stuck_timer_(context),
+      queue_(options.queue_frames, options.queue_bytes) {}
 
 bool RelayClient::start(FileDescriptor connection) {
     std::error_code error;
-    socket.assign(asio::local::stream_protocol(), connection.get(), error);
+    socket_.assign(asio::local::stream_protocol(), connection.get(), error);
     if (error) {
         errno = error.value();
         return false;
     }
     static_cast<void>(connection.release());  // the socket's now
-    socket.non_blocking(true, error);
+    socket_.non_blocking(true, error);
     discard_input();
     return true;
 }
 
 void RelayClient::flush() {
-    if (!socket.is_open() || waits_until_writable) return;
+    if (!socket_.is_open() || waits_until_writable_) return;
     switch (write_turn()) {
         case Written::kEverything:
-            return owner.client_is_idle();
+            return owner_.client_is_idle();
         case Written::kTurn:
-            return asio::post(context, [self = shared_from_this()] { self->flush(); });
+            return asio::post(context_, [self = shared_from_this()] { self->flush(); });
         case Written::kPart:
             wait_until_writable();
             return watch_for_stuck();
@@ -76,39 +76,39 @@ void RelayClient::flush() {
 RelayClient::Written RelayClient::write_turn() {
     FrameQueue::Turn turn;
     {
-        const std::lock_guard<std::mutex> guard(lock);
-        turn = queue.begin_turn(kFramesATurn);
+        const std::lock_guard<std::mutex> guard(lock_);
+        turn = queue_.begin_turn(kFramesATurn);
     }
     if (turn.frames.empty()) return Written::kEverything;
     const auto buffers = buffers_of(turn);
     std::error_code error;
-    const size_t bytes = socket.write_some(buffers, error);
+    const size_t bytes = socket_.write_some(buffers, error);
     if (error && error != asio::error::would_block) return Written::kFailed;
-    const std::lock_guard<std::mutex> guard(lock);
-    queue.end_turn(bytes, FrameQueue::Clock::now());
+    const std::lock_guard<std::mutex> guard(lock_);
+    queue_.end_turn(bytes, FrameQueue::Clock::now());
     if (bytes < asio::buffer_size(buffers)) return Written::kPart;
-    return queue.empty() ? Written::kEverything : Written::kTurn;
+    return queue_.empty() ? Written::kEverything : Written::kTurn;
 }
 
 void RelayClient::wait_until_writable() {
-    waits_until_writable = true;
-    socket.async_wait(asio::socket_base::wait_write,
-                      [self = shared_from_this()](std::error_code const& error) {
-                          self->waits_until_writable = false;
-                          if (!error) self->flush();
-                      });
+    waits_until_writable_ = true;
+    socket_.async_wait(asio::socket_base::wait_write,
+                       [self = shared_from_this()](std::error_code const& error) {
+                           self->waits_until_writable_ = false;
+                           if (!error) self->flush();
+                       });
 }
 
 void RelayClient::watch_for_stuck() {
-    if (watches_for_stuck || stuck_after.count() <= 0) return;
-    watches_for_stuck = true;
+    if (watches_for_stuck_ || stuck_after_.count() <= 0) return;
+    watches_for_stuck_ = true;
     {
-        const std::lock_guard<std::mutex> guard(lock);
-        stuck_timer.expires_at(queue.waiting_since() + stuck_after);
+        const std::lock_guard<std::mutex> guard(lock_);
+        stuck_timer_.expires_at(queue_.waiting_since() + stuck_after_);
     }
-    stuck_timer.async_wait([self = shared_from_this()](std::error_code const& error) {
-        self->watches_for_stuck = false;
-        if (!error && self->socket.is_open()) self->on_stuck_timer();
+    stuck_timer_.async_wait([self = shared_from_this()](std::error_code const& error) {
+        self->watches_for_stuck_ = false;
+        if (!error && self->socket_.is_open()) self->on_stuck_timer();
     });
 }
 
@@ -117,7 +117,7 @@ void RelayClient::watch_for_stuck() {
 void RelayClient::on_stuck_timer() {
     switch (write_turn()) {
         case Written::kEverything:
-            return owner.client_is_idle();
+            return owner_.client_is_idle();
         case Written::kFailed:
             return depart(Departure::kGone);
         case Written::kTurn:
@@ -127,14 +127,14 @@ void RelayClient::on_stuck_timer() {
 }
 
 bool RelayClient::is_stuck() {
-    const std::lock_guard<std::mutex> guard(lock);
-    return FrameQueue::Clock::now() - queue.waiting_since() >= stuck_after;
+    const std::lock_guard<std::mutex> guard(lock_);
+    return FrameQueue::Clock::now() - queue_.waiting_since() >= stuck_after_;
 }
 
 void RelayClient::discard_input() {
-    socket.async_read_some(
+    socket_.async_read_some(
         discarded(), [self = shared_from_this()](std::error_code const& error, size_t) {
-            if (error == asio::error::operation_aborted || !self->socket.is_open()) return;
+            if (error == asio::error::operation_aborted || !self->socket_.is_open()) return;
             if (error == asio::error::eof) return self->watch_for_hang_up();
             if (error) return self->depart(Departure::kGone);
             self->discard_input();
@@ -145,35 +145,35 @@ void RelayClient::discard_input() {
 // its sending side; the hang-up event tells. Where something else wakes the wait, the client's
 // departure shows at the next write.
 void RelayClient::watch_for_hang_up() {
-    socket.async_wait(asio::socket_base::wait_error,
-                      [self = shared_from_this()](std::error_code const& error) {
-                          if (error || !self->socket.is_open()) return;
-                          pollfd state = {self->socket.native_handle(), 0, 0};
-                          if (poll(&state, 1, 0) == 1) self->depart(Departure::kGone);
-                      });
+    socket_.async_wait(asio::socket_base::wait_error,
+                       [self = shared_from_this()](std::error_code const& error) {
+                           if (error || !self->socket_.is_open()) return;
+                           pollfd state = {self->socket_.native_handle(), 0, 0};
+                           if (poll(&state, 1, 0) == 1) self->depart(Departure::kGone);
+                       });
 }
 
 void RelayClient::depart(Departure departure) {
     close();
-    owner.client_left(id, departure);
+    owner_.client_left(id_, departure);
 }
 
 void RelayClient::close() {
     std::error_code ignored;  // nothing is left to do for a descriptor that cannot be closed
-    stuck_timer.cancel();
-    socket.close(ignored);
+    stuck_timer_.cancel();
+    socket_.close(ignored);
 }
 
 void RelayClient::push(SharedFrame const& frame) {
-    queue.push(frame, FrameQueue::Clock::now());
+    queue_.push(frame, FrameQueue::Clock::now());
 }
 
 ClientCounters RelayClient::counters() const {
-    return {id, queue.frames_sent(), queue.frames_dropped(), queue.bytes_sent(), queue.size()};
+    return {id_, queue_.frames_sent(), queue_.frames_dropped(), queue_.bytes_sent(), queue_.size()};
 }
 
 bool RelayClient::is_idle() const {
-    return queue.empty();
+    return queue_.empty();
 }
 
 }  // namespace Kit

@@ -73,16 +73,16 @@ private:
     void watch_for_hang_up();
     void depart(Departure departure);
 
-    asio::io_context& context;
-    std::mutex& lock;
-    std::chrono::milliseconds stuck_after;
-    uint64_t id;
-    Owner& owner;
-    asio::local::stream_protocol::socket socket;
-    asio::steady_timer stuck_timer;
-    bool waits_until_writable = false;
-    bool watches_for_stuck = false;
-    FrameQueue queue;  // under the lock
+    asio::io_context& context_;
+    std::mutex& lock_;
+    std::chrono::milliseconds stuck_after_;
+    uint64_t id_;
+    Owner& owner_;
+    asio::local::stream_protocol::socket socket_;
+    asio::steady_timer stuck_timer_;
+    bool waits_until_writable_ = false;
+    bool watches_for_stuck_ = false;
+    FrameQueue queue_;  // under the lock
 };
 
 }  // namespace Kit

@@ -62,27 +62,27 @@ private:
     /** Queues a frame for every client. The caller holds the lock. */
     void queue_frame(std::string stream_frame);
 
-    const RelayOptions options;
-    mutable std::mutex lock;  // of the five members that follow, and of the clients' queues
-    RelayCounters totals;
-    std::map<uint64_t, std::shared_ptr<RelayClient>> clients;
-    bool flush_is_posted = false;
-    bool stopped = false;
+    const RelayOptions options_;
+    mutable std::mutex lock_;  // of the five members that follow, and of the clients' queues
+    RelayCounters totals_;
+    std::map<uint64_t, std::shared_ptr<RelayClient>> clients_;
+    bool flush_is_posted_ = false;
+    bool stopped_ = false;
 
-    asio::io_context context{1};
-    asio::executor_work_guard<asio::io_context::executor_type> work{context.get_executor()};
-    std::optional<ListeningSocket> socket;
-    asio::posix::stream_descriptor acceptor{context};  // a duplicate of the socket's descriptor
-    asio::steady_timer accept_timer{context};
-    asio::steady_timer look_after_timer{context};
-    asio::steady_timer grace_timer{context};
-    std::vector<std::shared_ptr<RelaySource>> sources;
+    asio::io_context context_{1};
+    asio::executor_work_guard<asio::io_context::executor_type> work_{context_.get_executor()};
+    std::optional<ListeningSocket> socket_;
+    asio::posix::stream_descriptor acceptor_{context_};  // a duplicate of the socket's descriptor
+    asio::steady_timer accept_timer_{context_};
+    asio::steady_timer look_after_timer_{context_};
+    asio::steady_timer grace_timer_{context_};
+    std::vector<std::shared_ptr<RelaySource>> sources_;
     // Queued by sources since clients were flushed.
-    size_t unflushed_frames = 0;
-    size_t unflushed_bytes = 0;
-    bool accept_fails = false;
-    bool stopping = false;
-    std::thread thread;
+    size_t unflushed_frames_ = 0;
+    size_t unflushed_bytes_ = 0;
+    bool accept_fails_ = false;
+    bool stopping_ = false;
+    std::thread thread_;
 };
 
 }  // namespace Kit

@@ -54,12 +54,12 @@ private:
     void use_piece(size_t size);
     void end(std::error_code const& error);
 
-    Owner& owner;
-    asio::posix::stream_descriptor descriptor;
-    int mode = 0;  // of the descriptor before it was relayed
-    StreamParser parser;
-    bool at_fault = false;
-    std::array<char, 16384> piece;
+    Owner& owner_;
+    asio::posix::stream_descriptor descriptor_;
+    int mode_ = 0;  // of the descriptor before it was relayed
+    StreamParser parser_;
+    bool at_fault_ = false;
+    std::array<char, 16384> piece_;
 };
 
 }  // namespace Kit

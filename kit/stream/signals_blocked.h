@@ -11,14 +11,14 @@ public:
     SignalsBlocked() {
         sigset_t all;
         sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
     }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
     SignalsBlocked(SignalsBlocked const&) = delete;
     SignalsBlocked& operator=(SignalsBlocked const&) = delete;
 
 private:
-    sigset_t before = {};
+    sigset_t before_ = {};
 };
 
 }  // namespace Kit

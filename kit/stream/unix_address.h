@@ -17,7 +17,7 @@ public:
     socklen_t size() const noexcept;
 
 private:
-    sockaddr_un address = {};
+    sockaddr_un address_ = {};
 };
 
 /** Connects `fd` to the socket at `address`. Returns whether it did, else leaves errno. */

@@ -21,26 +21,26 @@ void send_all(int fd, std::string_view left) {
 
 }  // namespace
 
-FakeService::FakeService(std::string const& path, std::function<std::string(int)> answer_)
-    : socket(path), answer(std::move(answer_)), thread([this] { serve(); }) {}
+FakeService::FakeService(std::string const& path, std::function<std::string(int)> answer)
+    : socket_(path), answer_(std::move(answer)), thread_([this] { serve(); }) {}
 
 FakeService::FakeService(std::string const& path, std::string const& document)
     : FakeService(path, [document](int) { return document; }) {}
 
 FakeService::~FakeService() {
-    ends = true;
-    thread.join();
+    ends_ = true;
+    thread_.join();
 }
 
 void FakeService::serve() {
     constexpr int kTickMilliseconds = 5;
-    while (!ends) {
-        pollfd wait = {socket.fd(), POLLIN, 0};
+    while (!ends_) {
+        pollfd wait = {socket_.fd(), POLLIN, 0};
         if (poll(&wait, 1, kTickMilliseconds) != 1) continue;
-        const int connection = accept4(socket.fd(), nullptr, nullptr, SOCK_CLOEXEC);
+        const int connection = accept4(socket_.fd(), nullptr, nullptr, SOCK_CLOEXEC);
         if (connection < 0) continue;
-        const int number = ++count;
-        send_all(connection, answer(number));
+        const int number = ++count_;
+        send_all(connection, answer_(number));
         close(connection);
     }
 }

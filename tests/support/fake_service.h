@@ -20,16 +20,16 @@ public:
     FakeService& operator=(FakeService const&) = delete;
 
     /** How many connections there were. */
-    int connections() const { return count; }
+    int connections() const { return count_; }
 
 private:
     void serve();
 
-    Kit::ListeningSocket socket;
-    std::function<std::string(int)> answer;
-    std::atomic<int> count{0};
-    std::atomic<bool> ends{false};
-    std::thread thread;
+    Kit::ListeningSocket socket_;
+    std::function<std::string(int)> answer_;
+    std::atomic<int> count_{0};
+    std::atomic<bool> ends_{false};
+    std::thread thread_;
 };
 
 }  // namespace tools_test

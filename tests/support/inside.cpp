@@ -21,7 +21,7 @@ public:
     Redirection() {
         std::fflush(nullptr);
         for (int stream = 0; stream < 3; ++stream) {
-            kept[index(stream)] = dup(stream);
+            kept_[index(stream)] = dup(stream);
             const int flags = stream == 0 ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC | O_APPEND;
             const int file = open(kFiles[index(stream)], flags, 0600);
             dup2(file, stream);
@@ -30,8 +30,8 @@ public:
     }
     ~Redirection() {
         for (int stream = 0; stream < 3; ++stream) {
-            dup2(kept[index(stream)], stream);
-            close(kept[index(stream)]);
+            dup2(kept_[index(stream)], stream);
+            close(kept_[index(stream)]);
         }
     }
     Redirection(Redirection const&) = delete;
@@ -40,7 +40,7 @@ public:
 private:
     static size_t index(int stream) { return static_cast<size_t>(stream); }
 
-    std::array<int, 3> kept = {};
+    std::array<int, 3> kept_ = {};
 };
 
 }  // namespace

@@ -84,9 +84,9 @@ Program::Program(std::vector<std::string> const& arguments, Surroundings const& 
         on_terminal ? make_terminal(surroundings.columns, surroundings.rows) : make_pipe();
     const Pipe err = make_pipe();
 
-    pid = fork();
-    if (pid < 0) throw std::runtime_error("no process");
-    if (pid == 0) {
+    pid_ = fork();
+    if (pid_ < 0) throw std::runtime_error("no process");
+    if (pid_ == 0) {
         setsid();
         const int null = open("/dev/null", O_RDWR);
         if (on_terminal) ioctl(out.writing, TIOCSCTTY, 0);
@@ -98,23 +98,23 @@ Program::Program(std::vector<std::string> const& arguments, Surroundings const& 
     }
     close(out.writing);
     close(err.writing);
-    out_fd = out.reading;
-    err_fd = err.reading;
+    out_fd_ = out.reading;
+    err_fd_ = err.reading;
 }
 
 Program::~Program() {
     stop_reading();
-    if (err_fd >= 0) close(err_fd);
-    if (pid < 0) return;
-    kill(pid, SIGKILL);
-    waitpid(pid, nullptr, 0);
+    if (err_fd_ >= 0) close(err_fd_);
+    if (pid_ < 0) return;
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
 }
 
 bool Program::read_more(int timeout_ms) {
-    pollfd waits[2] = {{out_fd, POLLIN, 0}, {err_fd, POLLIN, 0}};
+    pollfd waits[2] = {{out_fd_, POLLIN, 0}, {err_fd_, POLLIN, 0}};
     if (poll(waits, 2, timeout_ms) <= 0) return false;
-    if (waits[0].revents != 0) read_into(out_fd, outcome.out);
-    if (waits[1].revents != 0) read_into(err_fd, outcome.err);
+    if (waits[0].revents != 0) read_into(out_fd_, outcome_.out);
+    if (waits[1].revents != 0) read_into(err_fd_, outcome_.err);
     return true;
 }
 
@@ -122,52 +122,52 @@ template <typename Condition>
 bool Program::wait_until(Condition condition) {
     const auto deadline = Clock::now() + kPatience;
     while (!condition()) {
-        if (Clock::now() > deadline || (out_fd < 0 && err_fd < 0)) return false;
+        if (Clock::now() > deadline || (out_fd_ < 0 && err_fd_ < 0)) return false;
         read_more(100);
     }
     return true;
 }
 
 bool Program::prints(std::string const& text) {
-    return wait_until([&] { return outcome.out.find(text) != std::string::npos; });
+    return wait_until([&] { return outcome_.out.find(text) != std::string::npos; });
 }
 
 bool Program::complains(std::string const& text) {
-    return wait_until([&] { return outcome.err.find(text) != std::string::npos; });
+    return wait_until([&] { return outcome_.err.find(text) != std::string::npos; });
 }
 
 void Program::send_signal(int signal) const {
-    kill(pid, signal);
+    kill(pid_, signal);
 }
 
 void Program::wait_until_stopped() const {
     siginfo_t info = {};
-    waitid(P_PID, static_cast<id_t>(pid), &info, WSTOPPED | WEXITED | WNOWAIT);
+    waitid(P_PID, static_cast<id_t>(pid_), &info, WSTOPPED | WEXITED | WNOWAIT);
 }
 
 void Program::type(std::string const& keys) const {
-    EXPECT_EQ(write(out_fd, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    EXPECT_EQ(write(out_fd_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }
 
 void Program::resize(int columns, int rows) const {
     const winsize size = {static_cast<unsigned short>(rows), static_cast<unsigned short>(columns),
                           0, 0};
-    ioctl(out_fd, TIOCSWINSZ, &size);
+    ioctl(out_fd_, TIOCSWINSZ, &size);
 }
 
 void Program::stop_reading() {
-    if (out_fd >= 0) close(out_fd);
-    out_fd = -1;
+    if (out_fd_ >= 0) close(out_fd_);
+    out_fd_ = -1;
 }
 
 Outcome Program::finish() {
-    EXPECT_TRUE(wait_until([&] { return out_fd < 0 && err_fd < 0; })) << "it does not end";
-    if (out_fd >= 0 || err_fd >= 0) kill(pid, SIGKILL);
+    EXPECT_TRUE(wait_until([&] { return out_fd_ < 0 && err_fd_ < 0; })) << "it does not end";
+    if (out_fd_ >= 0 || err_fd_ >= 0) kill(pid_, SIGKILL);
     int status = 0;
-    waitpid(pid, &status, 0);
-    pid = -1;
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return outcome;
+    waitpid(pid_, &status, 0);
+    pid_ = -1;
+    outcome_.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return outcome_;
 }
 
 Outcome run(std::vector<std::string> const& arguments, Surroundings const& surroundings) {

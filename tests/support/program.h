@@ -42,9 +42,9 @@ public:
     bool complains(std::string const& text);
 
     /** What was printed on standard output so far. */
-    std::string const& out() const { return outcome.out; }
+    std::string const& out() const { return outcome_.out; }
     /** Forgets what was printed on standard output. */
-    void forget_output() { outcome.out.clear(); }
+    void forget_output() { outcome_.out.clear(); }
 
     void send_signal(int signal) const;
     /** Waits until the program has stopped itself, as on Ctrl-Z. */
@@ -64,10 +64,10 @@ private:
     template <typename Condition>
     bool wait_until(Condition condition);
 
-    pid_t pid = -1;
-    int out_fd = -1;
-    int err_fd = -1;
-    Outcome outcome;
+    pid_t pid_ = -1;
+    int out_fd_ = -1;
+    int err_fd_ = -1;
+    Outcome outcome_;
 };
 
 /** Runs the program to its end. */

@@ -10,15 +10,15 @@ namespace test_support {
 /** Numbers that are the same in every run. */
 class Random {
 public:
-    explicit Random(uint32_t seed) : engine(seed) {}
+    explicit Random(uint32_t seed) : engine_(seed) {}
 
-    uint32_t operator()() { return static_cast<uint32_t>(engine()); }
+    uint32_t operator()() { return static_cast<uint32_t>(engine_()); }
 
     /** A number below `limit`. */
     uint32_t below(uint32_t limit) { return (*this)() % limit; }
 
 private:
-    std::mt19937 engine;
+    std::mt19937 engine_;
 };
 
 /** A frame as radars produce them, of up to `most` targets, in which many a field is zero. */

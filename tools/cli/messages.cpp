@@ -28,8 +28,8 @@ void write_all(std::string const& text) {
 }  // namespace
 
 Messages::Messages(std::string const& verb)
-    : prefix("petrelradar" + (verb.empty() ? "" : " " + verb) + ": "),
-      coloured(takes_colour(STDERR_FILENO)) {}
+    : prefix_("petrelradar" + (verb.empty() ? "" : " " + verb) + ": "),
+      coloured_(takes_colour(STDERR_FILENO)) {}
 
 void Messages::note(std::string const& text) const {
     say("", text);
@@ -44,10 +44,10 @@ void Messages::error(std::string const& text) const {
 }
 
 void Messages::say(std::string const& colour, std::string const& text) const {
-    if (coloured && !colour.empty()) {
-        print(prefix + colour + text + "\x1b[0m\n");
+    if (coloured_ && !colour.empty()) {
+        print(prefix_ + colour + text + "\x1b[0m\n");
     } else {
-        print(prefix + text + "\n");
+        print(prefix_ + text + "\n");
     }
 }
 

@@ -33,8 +33,8 @@ public:
 private:
     void say(std::string const& colour, std::string const& text) const;
 
-    std::string prefix;
-    bool coloured;
+    std::string prefix_;
+    bool coloured_;
 };
 
 }  // namespace Tools

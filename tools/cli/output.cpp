@@ -34,7 +34,7 @@ std::string_view next_piece(int fd, std::string_view left) {
 
 }  // namespace
 
-Output::Output(int fd) : descriptor(fd) {}
+Output::Output(int fd) : descriptor_(fd) {}
 
 void Output::write(std::string_view data) {
     if (data.size() >= kPieceSize) {
@@ -42,25 +42,25 @@ void Output::write(std::string_view data) {
         put(data);
         return;
     }
-    collected += data;
-    if (collected.size() >= kPieceSize) flush();
+    collected_ += data;
+    if (collected_.size() >= kPieceSize) flush();
 }
 
 void Output::flush() {
-    put(collected);
-    collected.clear();
+    put(collected_);
+    collected_.clear();
 }
 
 void Output::put(std::string_view left) const {
     while (!left.empty()) {
-        const std::string_view piece = next_piece(descriptor, left);
-        const ssize_t written = ::write(descriptor, piece.data(), piece.size());
+        const std::string_view piece = next_piece(descriptor_, left);
+        const ssize_t written = ::write(descriptor_, piece.data(), piece.size());
         if (written >= 0) {
             left.remove_prefix(static_cast<size_t>(written));
         } else if (errno == EPIPE) {
             throw OutputClosed();
         } else if (errno == EAGAIN) {
-            wait_until_writable(descriptor);
+            wait_until_writable(descriptor_);
         } else if (errno != EINTR) {
             throw Kit::InputError(std::string("standard output: ") + std::strerror(errno));
         }
@@ -68,15 +68,15 @@ void Output::put(std::string_view left) const {
 }
 
 bool Output::is_terminal() const noexcept {
-    return isatty(descriptor) == 1;
+    return isatty(descriptor_) == 1;
 }
 
 int Output::fd() const noexcept {
-    return descriptor;
+    return descriptor_;
 }
 
 void Output::check_reader() const {
-    pollfd state = {descriptor, 0, 0};
+    pollfd state = {descriptor_, 0, 0};
     if (poll(&state, 1, 0) == 1 && (state.revents & POLLERR) != 0) throw OutputClosed();
 }
 

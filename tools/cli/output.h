@@ -37,8 +37,8 @@ public:
 private:
     void put(std::string_view left) const;
 
-    int descriptor;
-    std::string collected;
+    int descriptor_;
+    std::string collected_;
 };
 
 }  // namespace Tools

@@ -18,25 +18,25 @@ bool is_blank(char character) {
 
 }  // namespace
 
-TextLine::TextLine(std::string_view text_, std::string place_)
-    : text(text_), place(std::move(place_)), end(text_.size()) {
-    while (end > 0 && (is_blank(text[end - 1]) || text[end - 1] == '\r')) --end;
+TextLine::TextLine(std::string_view text, std::string place)
+    : text_(text), place_(std::move(place)), end_(text.size()) {
+    while (end_ > 0 && (is_blank(text_[end_ - 1]) || text_[end_ - 1] == '\r')) --end_;
     skip_blanks();
 }
 
 bool TextLine::is_empty() const {
-    return position == end || text[position] == '#';
+    return position_ == end_ || text_[position_] == '#';
 }
 
 bool TextLine::is_at_end() const {
-    return position == end;
+    return position_ == end_;
 }
 
 std::string_view TextLine::word(char const* what) {
-    begin = position;
-    if (position == end) fail(std::string("the ") + what + " is missing");
-    while (position < end && !is_blank(text[position])) ++position;
-    const std::string_view found = text.substr(begin, position - begin);
+    begin_ = position_;
+    if (position_ == end_) fail(std::string("the ") + what + " is missing");
+    while (position_ < end_ && !is_blank(text_[position_])) ++position_;
+    const std::string_view found = text_.substr(begin_, position_ - begin_);
     skip_blanks();
     return found;
 }
@@ -50,17 +50,17 @@ uint32_t TextLine::number(char const* what, uint32_t lowest, uint32_t highest) {
 }
 
 std::string_view TextLine::rest() {
-    begin = position;
-    position = end;
-    return text.substr(begin, end - begin);
+    begin_ = position_;
+    position_ = end_;
+    return text_.substr(begin_, end_ - begin_);
 }
 
 void TextLine::fail(std::string const& reason) const {
-    throw Kit::InputError(place + ":" + std::to_string(begin + 1) + ": " + reason);
+    throw Kit::InputError(place_ + ":" + std::to_string(begin_ + 1) + ": " + reason);
 }
 
 void TextLine::skip_blanks() {
-    while (position < end && is_blank(text[position])) ++position;
+    while (position_ < end_ && is_blank(text_[position_])) ++position_;
 }
 
 void for_each_line(std::string const& name, std::string const& text,

@@ -14,8 +14,8 @@ namespace Tools {
  */
 class TextLine {
 public:
-    /** @param place_ "NAME:LINE". */
-    TextLine(std::string_view text_, std::string place_);
+    /** @param place "NAME:LINE". */
+    TextLine(std::string_view text, std::string place);
 
     /** Whether nothing is left but a comment, which begins with '#'. */
     bool is_empty() const;
@@ -38,11 +38,11 @@ public:
 private:
     void skip_blanks();
 
-    std::string_view text;
-    std::string place;
-    size_t end;
-    size_t position = 0;
-    size_t begin = 0;  // of the word that was taken last
+    std::string_view text_;
+    std::string place_;
+    size_t end_;
+    size_t position_ = 0;
+    size_t begin_ = 0;  // of the word that was taken last
 };
 
 /** Calls `use` with every line of `text` that is not empty, and its number, from 1 on. */

@@ -60,10 +60,10 @@ Kit::RecordingHeader moved_to(InputFrame const& frame, Kit::RecordingHeader head
 
 }  // namespace
 
-RecordingAssembly::RecordingAssembly(OutputOptions const& output_, Messages const& messages_)
-    : output(output_), messages(messages_) {
+RecordingAssembly::RecordingAssembly(OutputOptions const& output, Messages const& messages)
+    : output_(output), messages_(messages) {
     // Told now, and not when everything was read.
-    const OutputFile attempt(output.path, output.force);
+    const OutputFile attempt(output_.path, output_.force);
 }
 
 void RecordingAssembly::add(FrameInput const& input,
@@ -72,48 +72,48 @@ void RecordingAssembly::add(FrameInput const& input,
     InputFrame const& frame = input.frame();
     // A stream has none.
     const uint32_t frame_tag = frame.tag == 0 ? Kit::kRecordTag : frame.tag;
-    if (!recording) {
+    if (!recording_) {
         begin(input, header);
-        tag = frame_tag;
+        tag_ = frame_tag;
     }
-    if (frame_tag != tag) {
+    if (frame_tag != tag_) {
         throw Kit::InputError(input.file().path + ": offset " + std::to_string(frame.offset) +
                               ": a record with tag " + Kit::hexadecimal(frame_tag) +
-                              ", and those before have " + Kit::hexadecimal(tag) +
+                              ", and those before have " + Kit::hexadecimal(tag_) +
                               ": a recording has one recorder's; recover parts them");
     }
     if (header) compare(input.file().path, *header, report);
-    recording->add(tag, frame.payload);
+    recording_->add(tag_, frame.payload);
 }
 
 void RecordingAssembly::begin(FrameInput const& input,
                               std::optional<Kit::RecordingHeader> const& header) {
     if (!header) {
-        begun_with = made_up_header(input.frame());
-        messages.note(input.file().path + ": the frames have no header; the recording's says " +
-                      installation_text(begun_with));
+        begun_with_ = made_up_header(input.frame());
+        messages_.note(input.file().path + ": the frames have no header; the recording's says " +
+                       installation_text(begun_with_));
     } else {
-        begun_with = moved_to(input.frame(), *header);
+        begun_with_ = moved_to(input.frame(), *header);
     }
-    recording = std::make_unique<RecordingOutput>(output.path, output.force, begun_with);
+    recording_ = std::make_unique<RecordingOutput>(output_.path, output_.force, begun_with_);
 }
 
 void RecordingAssembly::compare(std::string const& file, Kit::RecordingHeader const& header,
                                 DamageReport& report) {
-    if (same_installation(header, begun_with)) return;
+    if (same_installation(header, begun_with_)) return;
     const std::string text = installation_text(header);
-    if (!told.insert(file + text).second) return;
+    if (!told_.insert(file + text).second) return;
     report.add_loss(file + ": its header is lost: " + text + "; the recording's says " +
-                    installation_text(begun_with));
+                    installation_text(begun_with_));
 }
 
 void RecordingAssembly::finish() {
-    if (recording) recording->finish();
+    if (recording_) recording_->finish();
 }
 
 void CurrentHeader::add(FrameInput const& input) {
-    if (input.item() == FrameInput::Item::kFile) header.reset();
-    if (input.item() == FrameInput::Item::kHeader) header = input.header();
+    if (input.item() == FrameInput::Item::kFile) header_.reset();
+    if (input.item() == FrameInput::Item::kHeader) header_ = input.header();
 }
 
 }  // namespace Tools

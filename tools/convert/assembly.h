@@ -21,7 +21,7 @@ namespace Tools {
 class RecordingAssembly {
 public:
     /** @throws Kit::InputError when there cannot be a file of that name. */
-    RecordingAssembly(OutputOptions const& output_, Messages const& messages_);
+    RecordingAssembly(OutputOptions const& output, Messages const& messages);
 
     /**
      * Adds the input's frame, which is its current item or was its last one.
@@ -37,18 +37,18 @@ public:
     /** Completes the recording. Without a frame there is none. */
     void finish();
 
-    uint64_t frames() const { return recording ? recording->records() : 0; }
+    uint64_t frames() const { return recording_ ? recording_->records() : 0; }
 
 private:
     void begin(FrameInput const& input, std::optional<Kit::RecordingHeader> const& header);
     void compare(std::string const& file, Kit::RecordingHeader const& header, DamageReport& report);
 
-    OutputOptions output;
-    Messages const& messages;
-    std::unique_ptr<RecordingOutput> recording;
-    Kit::RecordingHeader begun_with;
-    std::set<std::string> told;  // headers that are lost
-    uint32_t tag = 0;
+    OutputOptions output_;
+    Messages const& messages_;
+    std::unique_ptr<RecordingOutput> recording_;
+    Kit::RecordingHeader begun_with_;
+    std::set<std::string> told_;  // headers that are lost
+    uint32_t tag_ = 0;
 };
 
 /** The header that an input's frames come under, as far as it was read. */
@@ -57,10 +57,10 @@ public:
     /** Takes the input's item. */
     void add(FrameInput const& input);
 
-    std::optional<Kit::RecordingHeader> const& get() const { return header; }
+    std::optional<Kit::RecordingHeader> const& get() const { return header_; }
 
 private:
-    std::optional<Kit::RecordingHeader> header;
+    std::optional<Kit::RecordingHeader> header_;
 };
 
 }  // namespace Tools

@@ -38,16 +38,16 @@ constexpr std::array<Table, kStep> kTables = make_tables();
 
 void Crc32::add(std::string_view bytes) {
     while (bytes.size() >= kStep) {
-        const uint32_t low = state ^ Kit::read_word(bytes);
+        const uint32_t low = state_ ^ Kit::read_word(bytes);
         const uint32_t high = Kit::read_word(bytes.substr(4));
-        state = 0;
+        state_ = 0;
         for (unsigned i = 0; i < 4; ++i) {
-            state ^= kTables[7 - i][low >> 8 * i & 0xFF] ^ kTables[3 - i][high >> 8 * i & 0xFF];
+            state_ ^= kTables[7 - i][low >> 8 * i & 0xFF] ^ kTables[3 - i][high >> 8 * i & 0xFF];
         }
         bytes.remove_prefix(kStep);
     }
     for (const char byte : bytes) {
-        state = state >> 8 ^ kTables[0][(state ^ static_cast<unsigned char>(byte)) & 0xFF];
+        state_ = state_ >> 8 ^ kTables[0][(state_ ^ static_cast<unsigned char>(byte)) & 0xFF];
     }
 }
 

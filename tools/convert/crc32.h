@@ -11,10 +11,10 @@ public:
     void add(std::string_view bytes);
 
     /** Of all bytes so far. */
-    uint32_t value() const { return ~state; }
+    uint32_t value() const { return ~state_; }
 
 private:
-    uint32_t state = 0xFFFFFFFF;
+    uint32_t state_ = 0xFFFFFFFF;
 };
 
 }  // namespace Tools

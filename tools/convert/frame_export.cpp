@@ -13,20 +13,20 @@ namespace {
 class TextExport : public FrameExport {
 public:
     TextExport(FrameFormat format, OutputFile& file)
-        : printer(format, [&file](std::string_view piece) { file.write(piece); }) {
-        printer.use_threads();
+        : printer_(format, [&file](std::string_view piece) { file.write(piece); }) {
+        printer_.use_threads();
     }
 
     void add_header(Kit::RecordingHeader const&) override {}
-    void add_frame(InputFrame const& frame) override { printer.print(frame); }
+    void add_frame(InputFrame const& frame) override { printer_.print(frame); }
 
     void finish() override {
-        printer.begin();
-        printer.hand_over();
+        printer_.begin();
+        printer_.hand_over();
     }
 
 private:
-    FramePrinter printer;
+    FramePrinter printer_;
 };
 
 }  // namespace

@@ -17,12 +17,12 @@ public:
     void add_u32(uint32_t value) { add_number(value, 4); }
     void add_u64(uint64_t value) { add_number(value, 8); }
 
-    void add(std::string_view more) { bytes += more; }
+    void add(std::string_view more) { bytes_ += more; }
 
     /** A text, or anything else that has a length of 4 bytes in front. */
     void add_text(std::string_view text) {
         add_u32(static_cast<uint32_t>(text.size()));
-        bytes += text;
+        bytes_ += text;
     }
 
     void add_texts(Texts const& texts) {
@@ -34,17 +34,17 @@ public:
         add_text(pairs.view());
     }
 
-    std::string_view view() const { return bytes; }
-    size_t size() const { return bytes.size(); }
-    bool empty() const { return bytes.empty(); }
-    void clear() { bytes.clear(); }
+    std::string_view view() const { return bytes_; }
+    size_t size() const { return bytes_.size(); }
+    bool empty() const { return bytes_.empty(); }
+    void clear() { bytes_.clear(); }
 
 private:
     void add_number(uint64_t value, int width) {
-        for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> 8 * i & 0xFF);
+        for (int i = 0; i < width; ++i) bytes_ += static_cast<char>(value >> 8 * i & 0xFF);
     }
 
-    std::string bytes;
+    std::string bytes_;
 };
 
 }  // namespace Tools

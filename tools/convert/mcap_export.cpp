@@ -39,60 +39,60 @@ std::string exact_text(double value) {
 
 class McapExport : public FrameExport {
 public:
-    explicit McapExport(OutputFile& file) : writer(file, "petrelradar " PETRELRADAR_VERSION) {
-        schema = writer.add_schema(RO::RadarObjects::descriptor()->full_name(), kEncoding,
-                                   descriptor_set());
+    explicit McapExport(OutputFile& file) : writer_(file, "petrelradar " PETRELRADAR_VERSION) {
+        schema_ = writer_.add_schema(RO::RadarObjects::descriptor()->full_name(), kEncoding,
+                                     descriptor_set());
     }
 
     void add_header(Kit::RecordingHeader const& header) override {
-        writer.add_metadata(kHeaderMetadata,
-                            {{"version", std::to_string(header.version)},
-                             {"start_s", std::to_string(header.seconds)},
-                             {"start", utc_text_of_seconds(header.seconds)},
-                             {"daylight_saving", std::to_string(header.daylight_saving)},
-                             {"height", exact_text(header.height)},
-                             {"tilt", exact_text(header.tilt)},
-                             {"sensitivity", std::to_string(header.sensitivity)}});
+        writer_.add_metadata(kHeaderMetadata,
+                             {{"version", std::to_string(header.version)},
+                              {"start_s", std::to_string(header.seconds)},
+                              {"start", utc_text_of_seconds(header.seconds)},
+                              {"daylight_saving", std::to_string(header.daylight_saving)},
+                              {"height", exact_text(header.height)},
+                              {"tilt", exact_text(header.tilt)},
+                              {"sensitivity", std::to_string(header.sensitivity)}});
     }
 
     void add_frame(InputFrame const& frame) override {
-        writer.add_message(channel_of(frame.tag), static_cast<uint32_t>(frame.number),
-                           log_time_of(frame.timestamp), frame.payload);
+        writer_.add_message(channel_of(frame.tag), static_cast<uint32_t>(frame.number),
+                            log_time_of(frame.timestamp), frame.payload);
     }
 
     void finish() override {
         // So that an empty recording has the channel, too.
-        if (channels.empty()) channel_of(0);
-        writer.finish();
+        if (channels_.empty()) channel_of(0);
+        writer_.finish();
     }
 
     std::string loss() const override {
-        if (late_frames == 0) return "";
+        if (late_frames_ == 0) return "";
         return "log times are too small for their frames, whose time in ns has more than 64 "
                "bits: " +
-               std::to_string(late_frames) + " (the payloads have the true time)";
+               std::to_string(late_frames_) + " (the payloads have the true time)";
     }
 
 private:
     uint16_t channel_of(uint32_t tag) {
-        const auto found = channels.find(tag);
-        if (found != channels.end()) return found->second;
+        const auto found = channels_.find(tag);
+        if (found != channels_.end()) return found->second;
         McapWriter::Texts metadata;
         if (tag != 0) metadata["tag"] = formatted("0x%08X", static_cast<unsigned>(tag));
-        return channels[tag] = writer.add_channel(schema, kTopic, kEncoding, metadata);
+        return channels_[tag] = writer_.add_channel(schema_, kTopic, kEncoding, metadata);
     }
 
     uint64_t log_time_of(uint64_t timestamp) {
         constexpr uint64_t kLargest = std::numeric_limits<uint64_t>::max();
         if (timestamp <= kLargest / kNsInUs) return timestamp * kNsInUs;
-        ++late_frames;
+        ++late_frames_;
         return kLargest;
     }
 
-    McapWriter writer;
-    uint16_t schema = 0;
-    std::map<uint32_t, uint16_t> channels;  // of the records of each tag
-    uint64_t late_frames = 0;
+    McapWriter writer_;
+    uint16_t schema_ = 0;
+    std::map<uint32_t, uint16_t> channels_;  // of the records of each tag
+    uint64_t late_frames_ = 0;
 };
 
 }  // namespace

@@ -30,7 +30,7 @@ void McapWriter::Span::add(uint64_t time, bool is_first) {
     end = is_first ? time : std::max(end, time);
 }
 
-McapWriter::McapWriter(OutputFile& file_, std::string const& library) : file(file_) {
+McapWriter::McapWriter(OutputFile& file, std::string const& library) : file_(file) {
     write(kMagic);
     McapBytes content;
     content.add_text("");  // of no profile
@@ -49,8 +49,8 @@ void McapWriter::add_record(McapBytes& into, Op op, McapBytes const& content) {
 }
 
 void McapWriter::write(std::string_view bytes) {
-    file.write(bytes);
-    crc.add(bytes);
+    file_.write(bytes);
+    crc_.add(bytes);
 }
 
 void McapWriter::write_record(Op op, McapBytes const& content) {
@@ -62,19 +62,19 @@ void McapWriter::write_record(Op op, McapBytes const& content) {
 uint16_t McapWriter::add_schema(std::string const& name, std::string const& encoding,
                                 std::string const& data) {
     McapBytes content;
-    content.add_u16(++schema_count);
+    content.add_u16(++schema_count_);
     content.add_text(name);
     content.add_text(encoding);
     content.add_text(data);
     write_record(Op::kSchema, content);
-    add_record(schemas, Op::kSchema, content);
-    return schema_count;
+    add_record(schemas_, Op::kSchema, content);
+    return schema_count_;
 }
 
 uint16_t McapWriter::add_channel(uint16_t schema, std::string const& topic,
                                  std::string const& encoding, Texts const& metadata) {
-    const auto number = static_cast<uint16_t>(message_counts.size() + 1);
-    message_counts[number] = 0;
+    const auto number = static_cast<uint16_t>(message_counts_.size() + 1);
+    message_counts_[number] = 0;
     McapBytes content;
     content.add_u16(number);
     content.add_u16(schema);
@@ -82,7 +82,7 @@ uint16_t McapWriter::add_channel(uint16_t schema, std::string const& topic,
     content.add_text(encoding);
     content.add_texts(metadata);
     write_record(Op::kChannel, content);
-    add_record(channels, Op::kChannel, content);
+    add_record(channels_, Op::kChannel, content);
     return number;
 }
 
@@ -91,51 +91,51 @@ void McapWriter::add_metadata(std::string const& name, Texts const& metadata) {
     content.add_text(name);
     content.add_texts(metadata);
     McapBytes index;
-    index.add_u64(file.size());
+    index.add_u64(file_.size());
     index.add_u64(kRecordHeadSize + content.size());
     index.add_text(name);
     write_record(Op::kMetadata, content);
-    add_record(metadata_indexes, Op::kMetadataIndex, index);
-    ++metadata_count;
+    add_record(metadata_indexes_, Op::kMetadataIndex, index);
+    ++metadata_count_;
 }
 
 void McapWriter::add_message(uint16_t channel, uint32_t sequence, uint64_t log_time,
                              std::string_view data) {
     const size_t size = kRecordHeadSize + kMessageHeadSize + data.size();
-    if (!chunk.empty() && chunk.size() + size > largest_chunk()) write_chunk("");
-    McapBytes& index = message_indexes[channel];
+    if (!chunk_.empty() && chunk_.size() + size > largest_chunk()) write_chunk("");
+    McapBytes& index = message_indexes_[channel];
     index.add_u64(log_time);
-    index.add_u64(chunk.size());
-    chunk_span.add(log_time, chunk.empty());
-    span.add(log_time, message_count == 0);
-    add_record_head(chunk, Op::kMessage, kMessageHeadSize + data.size());
-    chunk.add_u16(channel);
-    chunk.add_u32(sequence);
-    chunk.add_u64(log_time);
-    chunk.add_u64(log_time);  // when it was published
-    ++message_count;
-    ++message_counts[channel];
+    index.add_u64(chunk_.size());
+    chunk_span_.add(log_time, chunk_.empty());
+    span_.add(log_time, message_count_ == 0);
+    add_record_head(chunk_, Op::kMessage, kMessageHeadSize + data.size());
+    chunk_.add_u16(channel);
+    chunk_.add_u32(sequence);
+    chunk_.add_u64(log_time);
+    chunk_.add_u64(log_time);  // when it was published
+    ++message_count_;
+    ++message_counts_[channel];
     if (size > largest_chunk()) {
         write_chunk(data);
     } else {
-        chunk.add(data);
+        chunk_.add(data);
     }
 }
 
 size_t McapWriter::largest_chunk() const {
-    return chunk_count < kManyChunks ? kChunkSize : kLargeChunkSize;
+    return chunk_count_ < kManyChunks ? kChunkSize : kLargeChunkSize;
 }
 
 /** @param large_message the data of the last message, where the chunk does not have it. */
 void McapWriter::write_chunk(std::string_view large_message) {
-    const uint64_t offset = file.size();
-    const uint64_t size = chunk.size() + large_message.size();
+    const uint64_t offset = file_.size();
+    const uint64_t size = chunk_.size() + large_message.size();
     Crc32 chunk_crc;
-    chunk_crc.add(chunk.view());
+    chunk_crc.add(chunk_.view());
     chunk_crc.add(large_message);
     McapBytes head;
-    head.add_u64(chunk_span.begin);
-    head.add_u64(chunk_span.end);
+    head.add_u64(chunk_span_.begin);
+    head.add_u64(chunk_span_.end);
     head.add_u64(size);
     head.add_u32(chunk_crc.value());
     head.add_text(kNoCompression);
@@ -144,14 +144,14 @@ void McapWriter::write_chunk(std::string_view large_message) {
     add_record_head(record, Op::kChunk, head.size() + size);
     record.add(head.view());
     write(record.view());
-    write(chunk.view());
+    write(chunk_.view());
     write(large_message);
 
     McapBytes index;
-    index.add_u64(chunk_span.begin);
-    index.add_u64(chunk_span.end);
+    index.add_u64(chunk_span_.begin);
+    index.add_u64(chunk_span_.end);
     index.add_u64(offset);
-    index.add_u64(file.size() - offset);
+    index.add_u64(file_.size() - offset);
     McapBytes offsets;
     const uint64_t indexes_size = write_message_indexes(offsets);
     index.add_text(offsets.view());
@@ -159,56 +159,56 @@ void McapWriter::write_chunk(std::string_view large_message) {
     index.add_text(kNoCompression);
     index.add_u64(size);
     index.add_u64(size);
-    add_record(chunk_indexes, Op::kChunkIndex, index);
-    ++chunk_count;
-    chunk.clear();
+    add_record(chunk_indexes_, Op::kChunkIndex, index);
+    ++chunk_count_;
+    chunk_.clear();
 }
 
 /** Returns the size of what was written, and adds where each one is to `offsets`. */
 uint64_t McapWriter::write_message_indexes(McapBytes& offsets) {
-    const uint64_t begin = file.size();
-    for (auto const& [channel, entries] : message_indexes) {
+    const uint64_t begin = file_.size();
+    for (auto const& [channel, entries] : message_indexes_) {
         offsets.add_u16(channel);
-        offsets.add_u64(file.size());
+        offsets.add_u64(file_.size());
         McapBytes content;
         content.add_u16(channel);
         content.add_text(entries.view());
         write_record(Op::kMessageIndex, content);
     }
-    message_indexes.clear();
-    return file.size() - begin;
+    message_indexes_.clear();
+    return file_.size() - begin;
 }
 
 void McapWriter::finish() {
-    if (!chunk.empty()) write_chunk("");
+    if (!chunk_.empty()) write_chunk("");
     McapBytes content;
-    content.add_u32(crc.value());
+    content.add_u32(crc_.value());
     write_record(Op::kDataEnd, content);
-    crc = Crc32();
+    crc_ = Crc32();
     write_summary();
     write(kMagic);
 }
 
 void McapWriter::write_summary() {
-    const uint64_t begin = file.size();
+    const uint64_t begin = file_.size();
     McapBytes all_statistics;
     add_record(all_statistics, Op::kStatistics, statistics());
     McapBytes offsets;
-    const std::pair<Op, McapBytes const&> groups[] = {{Op::kSchema, schemas},
-                                                      {Op::kChannel, channels},
+    const std::pair<Op, McapBytes const&> groups[] = {{Op::kSchema, schemas_},
+                                                      {Op::kChannel, channels_},
                                                       {Op::kStatistics, all_statistics},
-                                                      {Op::kChunkIndex, chunk_indexes},
-                                                      {Op::kMetadataIndex, metadata_indexes}};
+                                                      {Op::kChunkIndex, chunk_indexes_},
+                                                      {Op::kMetadataIndex, metadata_indexes_}};
     for (auto const& [op, records] : groups) {
         if (records.empty()) continue;
         McapBytes content;
         content.add_u8(static_cast<uint8_t>(op));
-        content.add_u64(file.size());
+        content.add_u64(file_.size());
         content.add_u64(records.size());
         add_record(offsets, Op::kSummaryOffset, content);
         write(records.view());
     }
-    const uint64_t offsets_begin = file.size();
+    const uint64_t offsets_begin = file_.size();
     write(offsets.view());
 
     McapBytes footer;
@@ -218,22 +218,22 @@ void McapWriter::write_summary() {
     footer.add_u64(offsets_begin);
     write(footer.view());
     McapBytes summary_crc;
-    summary_crc.add_u32(crc.value());
+    summary_crc.add_u32(crc_.value());
     write(summary_crc.view());
 }
 
 McapBytes McapWriter::statistics() const {
     McapBytes content;
-    content.add_u64(message_count);
-    content.add_u16(schema_count);
-    content.add_u32(static_cast<uint32_t>(message_counts.size()));
+    content.add_u64(message_count_);
+    content.add_u16(schema_count_);
+    content.add_u32(static_cast<uint32_t>(message_counts_.size()));
     content.add_u32(0);  // attachments
-    content.add_u32(metadata_count);
-    content.add_u32(chunk_count);
-    content.add_u64(span.begin);
-    content.add_u64(span.end);
+    content.add_u32(metadata_count_);
+    content.add_u32(chunk_count_);
+    content.add_u64(span_.begin);
+    content.add_u64(span_.end);
     McapBytes counts;
-    for (auto const& [channel, count] : message_counts) {
+    for (auto const& [channel, count] : message_counts_) {
         counts.add_u16(channel);
         counts.add_u64(count);
     }

@@ -29,7 +29,7 @@ public:
     using Texts = McapBytes::Texts;
 
     /** Begins the file. @param library the program that writes it. */
-    McapWriter(OutputFile& file_, std::string const& library);
+    McapWriter(OutputFile& file, std::string const& library);
 
     /** Returns the schema's number, from 1 on. */
     uint16_t add_schema(std::string const& name, std::string const& encoding,
@@ -85,25 +85,25 @@ private:
     McapBytes statistics() const;
     size_t largest_chunk() const;
 
-    OutputFile& file;
-    Crc32 crc;  // of all that was written
+    OutputFile& file_;
+    Crc32 crc_;  // of all that was written
 
     // The chunk that is collected.
-    McapBytes chunk;
-    Span chunk_span;
-    std::map<uint16_t, McapBytes> message_indexes;  // of each channel
+    McapBytes chunk_;
+    Span chunk_span_;
+    std::map<uint16_t, McapBytes> message_indexes_;  // of each channel
 
     // What the summary will say.
-    McapBytes schemas;
-    McapBytes channels;
-    McapBytes chunk_indexes;
-    McapBytes metadata_indexes;
-    std::map<uint16_t, uint64_t> message_counts;  // of each channel
-    Span span;
-    uint64_t message_count = 0;
-    uint16_t schema_count = 0;
-    uint32_t metadata_count = 0;
-    uint32_t chunk_count = 0;
+    McapBytes schemas_;
+    McapBytes channels_;
+    McapBytes chunk_indexes_;
+    McapBytes metadata_indexes_;
+    std::map<uint16_t, uint64_t> message_counts_;  // of each channel
+    Span span_;
+    uint64_t message_count_ = 0;
+    uint16_t schema_count_ = 0;
+    uint32_t metadata_count_ = 0;
+    uint32_t chunk_count_ = 0;
 };
 
 }  // namespace Tools

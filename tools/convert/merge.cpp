@@ -33,33 +33,33 @@ bool same_frame(InputFrame const& left, InputFrame const& right) {
 /** A merge under way. */
 class Merge {
 public:
-    Merge(Options const& options_, Console& console)
-        : options(options_), messages(console.messages) {
+    Merge(Options const& options, Console& console)
+        : options_(options), messages_(console.messages) {
         InputOptions input;
-        input.recorder = options.recorder;
-        for (std::string const& source : options.sources) {
+        input.recorder = options_.recorder;
+        for (std::string const& source : options_.sources) {
             input.source = source;
-            refuse_input_as_output(input, options.output);
+            refuse_input_as_output(input, options_.output);
         }
         refuse_two_readers_of_standard_input();
-        for (std::string const& source : options.sources) {
+        for (std::string const& source : options_.sources) {
             input.source = source;
-            sources.push_back(std::make_unique<MergeSource>(input, messages, bar));
-            sources.back()->report().is_one_of_several(source,
-                                                       [this](ProgressBar& shown) { show(shown); });
+            sources_.push_back(std::make_unique<MergeSource>(input, messages_, bar_));
+            sources_.back()->report().is_one_of_several(
+                source, [this](ProgressBar& shown) { show(shown); });
         }
-        result = std::make_unique<RecordingAssembly>(options.output, messages);
+        result_ = std::make_unique<RecordingAssembly>(options_.output, messages_);
     }
 
     ExitStatus run() {
         while (MergeSource* const earliest = take_earliest()) {
-            if (result->frames() > 0 && earliest->timestamp() < last_timestamp) ++steps_back;
-            last_timestamp = earliest->timestamp();
-            result->add(earliest->input(), earliest->header().get(), earliest->report());
-            if (options.once) pass_over_repetitions(*earliest);
+            if (result_->frames() > 0 && earliest->timestamp() < last_timestamp_) ++steps_back_;
+            last_timestamp_ = earliest->timestamp();
+            result_->add(earliest->input(), earliest->header().get(), earliest->report());
+            if (options_.once) pass_over_repetitions(*earliest);
             earliest->advance();
         }
-        result->finish();
+        result_->finish();
         return tell();
     }
 
@@ -67,7 +67,7 @@ private:
     using State = MergeSource::State;
 
     void refuse_two_readers_of_standard_input() const {
-        if (std::count(options.sources.begin(), options.sources.end(), "-") > 1) {
+        if (std::count(options_.sources.begin(), options_.sources.end(), "-") > 1) {
             throw UsageError("standard input can be one source only");
         }
     }
@@ -84,7 +84,7 @@ private:
 
     MergeSource* find_earliest() const {
         MergeSource* earliest = nullptr;
-        for (auto const& source : sources) {
+        for (auto const& source : sources_) {
             if (source->state() == State::kEnded) continue;
             if (source->state() == State::kWaiting && was_interrupted()) continue;
             // Of two that begin at one time, the one that waits may have an earlier frame.
@@ -96,7 +96,7 @@ private:
     }
 
     void pass_over_repetitions(MergeSource const& written) {
-        for (auto const& source : sources) {
+        for (auto const& source : sources_) {
             if (source.get() == &written) continue;
             while (source->state() == State::kWaiting &&
                    source->timestamp() <= written.timestamp() && !was_interrupted()) {
@@ -104,7 +104,7 @@ private:
             }
             if (source->state() != State::kAtFrame) continue;
             if (!same_frame(source->input().frame(), written.input().frame())) continue;
-            ++repetitions;
+            ++repetitions_;
             source->advance();
         }
     }
@@ -112,7 +112,7 @@ private:
     void show(ProgressBar& shown) const {
         uint64_t done = 0;
         uint64_t total = 0;
-        for (auto const& source : sources) {
+        for (auto const& source : sources_) {
             done += source->bytes_done();
             total += source->bytes_total();
         }
@@ -120,37 +120,37 @@ private:
     }
 
     ExitStatus tell() {
-        bar.clear();
+        bar_.clear();
         ExitStatus status = ExitStatus::kOk;
         bool interrupted = false;
-        for (auto const& source : sources) {
+        for (auto const& source : sources_) {
             if (source->report().finish() != ExitStatus::kOk) status = ExitStatus::kDamaged;
             interrupted = interrupted || (source->was_cut_short() && !source->is_endless());
         }
-        if (repetitions > 0) {
-            messages.note("frames that several sources have, written once: " +
-                          std::to_string(repetitions) + " left out");
+        if (repetitions_ > 0) {
+            messages_.note("frames that several sources have, written once: " +
+                           std::to_string(repetitions_) + " left out");
         }
-        if (steps_back > 0) {
-            messages.note("frames that are earlier than the one before them in their source: " +
-                          std::to_string(steps_back));
+        if (steps_back_ > 0) {
+            messages_.note("frames that are earlier than the one before them in their source: " +
+                           std::to_string(steps_back_));
         }
         if (interrupted) {
-            messages.warn("interrupted after " + std::to_string(result->frames()) + " frames");
+            messages_.warn("interrupted after " + std::to_string(result_->frames()) + " frames");
             return ExitStatus::kDamaged;
         }
-        if (result->frames() == 0) throw Kit::InputError("the sources have no frame");
+        if (result_->frames() == 0) throw Kit::InputError("the sources have no frame");
         return status;
     }
 
-    Options const& options;
-    Messages const& messages;
-    ProgressBar bar{ProgressBar::Use::kWherePossible};
-    std::vector<std::unique_ptr<MergeSource>> sources;
-    std::unique_ptr<RecordingAssembly> result;
-    uint64_t last_timestamp = 0;
-    uint64_t steps_back = 0;
-    uint64_t repetitions = 0;
+    Options const& options_;
+    Messages const& messages_;
+    ProgressBar bar_{ProgressBar::Use::kWherePossible};
+    std::vector<std::unique_ptr<MergeSource>> sources_;
+    std::unique_ptr<RecordingAssembly> result_;
+    uint64_t last_timestamp_ = 0;
+    uint64_t steps_back_ = 0;
+    uint64_t repetitions_ = 0;
 };
 
 Run declare(CLI::App& parser) {

@@ -20,43 +20,43 @@ bool can_be_looked_into(std::string const& text) {
 
 }  // namespace
 
-MergeSource::MergeSource(InputOptions const& options_, Messages const& messages, ProgressBar& bar)
-    : options(options_), damage(messages, bar) {
+MergeSource::MergeSource(InputOptions const& options, Messages const& messages, ProgressBar& bar)
+    : options_(options), damage_(messages, bar) {
     look();
 }
 
 void MergeSource::look() {
-    if (!can_be_looked_into(options.source)) return;
-    const auto input = open_frame_input(options);
-    total = input->bytes_total();
+    if (!can_be_looked_into(options_.source)) return;
+    const auto input = open_frame_input(options_);
+    total_ = input->bytes_total();
     while (input->next()) {
         if (input->item() != FrameInput::Item::kFrame) continue;
-        first_timestamp = input->frame().timestamp;
+        first_timestamp_ = input->frame().timestamp;
         return;
     }
 }
 
 uint64_t MergeSource::timestamp() const {
-    return current_state == State::kAtFrame ? opened->frame().timestamp : first_timestamp;
+    return current_state_ == State::kAtFrame ? opened_->frame().timestamp : first_timestamp_;
 }
 
 void MergeSource::open() {
-    opened = open_frame_input(options);
-    endless = opened->is_endless();
+    opened_ = open_frame_input(options_);
+    endless_ = opened_->is_endless();
     advance();
 }
 
 void MergeSource::advance() {
-    while (damage.next(*opened)) {
-        current_header.add(*opened);
-        if (opened->item() != FrameInput::Item::kFrame) continue;
-        current_state = State::kAtFrame;
+    while (damage_.next(*opened_)) {
+        current_header_.add(*opened_);
+        if (opened_->item() != FrameInput::Item::kFrame) continue;
+        current_state_ = State::kAtFrame;
         return;
     }
-    current_state = State::kEnded;
-    done = opened->bytes_done();
-    cut_short = opened->was_cut_short();
-    opened.reset();
+    current_state_ = State::kEnded;
+    done_ = opened_->bytes_done();
+    cut_short_ = opened_->was_cut_short();
+    opened_.reset();
 }
 
 }  // namespace Tools

@@ -20,11 +20,11 @@ public:
      * @param messages and bar outlive the source.
      * @throws Kit::InputError when the source cannot be read or is no recording.
      */
-    MergeSource(InputOptions const& options_, Messages const& messages, ProgressBar& bar);
+    MergeSource(InputOptions const& options, Messages const& messages, ProgressBar& bar);
 
     enum class State { kWaiting, kAtFrame, kEnded };
 
-    State state() const { return current_state; }
+    State state() const { return current_state_; }
 
     /** The time of the frame that comes next; of a source that waits, 0 where it is not known. */
     uint64_t timestamp() const;
@@ -36,30 +36,30 @@ public:
     void advance();
 
     /** In kAtFrame. */
-    FrameInput const& input() const { return *opened; }
-    CurrentHeader const& header() const { return current_header; }
+    FrameInput const& input() const { return *opened_; }
+    CurrentHeader const& header() const { return current_header_; }
 
-    DamageReport& report() { return damage; }
-    bool is_endless() const { return endless; }
+    DamageReport& report() { return damage_; }
+    bool is_endless() const { return endless_; }
     /** Whether Ctrl-C came before its end. */
-    bool was_cut_short() const { return cut_short; }
+    bool was_cut_short() const { return cut_short_; }
 
-    uint64_t bytes_done() const { return opened ? opened->bytes_done() : done; }
-    uint64_t bytes_total() const { return total; }
+    uint64_t bytes_done() const { return opened_ ? opened_->bytes_done() : done_; }
+    uint64_t bytes_total() const { return total_; }
 
 private:
     void look();
 
-    InputOptions options;
-    DamageReport damage;
-    State current_state = State::kWaiting;
-    std::unique_ptr<FrameInput> opened;
-    CurrentHeader current_header;
-    uint64_t first_timestamp = 0;
-    bool endless = false;
-    bool cut_short = true;
-    uint64_t done = 0;
-    uint64_t total = 0;
+    InputOptions options_;
+    DamageReport damage_;
+    State current_state_ = State::kWaiting;
+    std::unique_ptr<FrameInput> opened_;
+    CurrentHeader current_header_;
+    uint64_t first_timestamp_ = 0;
+    bool endless_ = false;
+    bool cut_short_ = true;
+    uint64_t done_ = 0;
+    uint64_t total_ = 0;
 };
 
 }  // namespace Tools

@@ -18,7 +18,7 @@ namespace Tools {
  */
 class FrameQueue {
 public:
-    FrameQueue(FrameInput& input_, DamageReport& report_) : input(input_), report(report_) {}
+    FrameQueue(FrameInput& input, DamageReport& report) : input_(input), report_(report) {}
 
     /** Called with each header that the input gives. */
     std::function<void(Kit::RecordingHeader const&)> on_header;
@@ -26,7 +26,7 @@ public:
     /** Goes on to the next frame; at first to the first one. */
     void advance();
 
-    bool is_at_end() const { return held.empty() && !at_frame; }
+    bool is_at_end() const { return held_.empty() && !at_frame_; }
 
     /** The current frame. */
     InputFrame front() const;
@@ -45,11 +45,11 @@ private:
 
     void read();
 
-    FrameInput& input;
-    DamageReport& report;
-    std::deque<Held> held;  // they come before the input's frame
-    bool at_frame = false;  // whether the input has one
-    std::vector<uint64_t> times;
+    FrameInput& input_;
+    DamageReport& report_;
+    std::deque<Held> held_;  // they come before the input's frame
+    bool at_frame_ = false;  // whether the input has one
+    std::vector<uint64_t> times_;
 };
 
 /**
@@ -59,8 +59,8 @@ private:
  */
 class FrameAlignment {
 public:
-    FrameAlignment(FrameQueue& a_, FrameQueue& b_, Tolerances const& tolerances_)
-        : a(a_), b(b_), tolerances(tolerances_) {}
+    FrameAlignment(FrameQueue& a, FrameQueue& b, Tolerances const& tolerances)
+        : a_(a), b_(b), tolerances_(tolerances) {}
 
     enum class Step { kBoth, kOnlyA, kOnlyB, kEnd };
 
@@ -70,9 +70,9 @@ public:
 private:
     Step step_towards_match();
 
-    FrameQueue& a;
-    FrameQueue& b;
-    Tolerances const& tolerances;
+    FrameQueue& a_;
+    FrameQueue& b_;
+    Tolerances const& tolerances_;
 };
 
 }  // namespace Tools

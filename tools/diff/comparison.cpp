@@ -26,55 +26,57 @@ constexpr uint64_t kFarthestMatch = 256;
 class Targets {
 public:
     explicit Targets(InputFrame const& frame)
-        : reader(frame.payload), left_over(frame.target_count) {
+        : reader_(frame.payload), left_over_(frame.target_count) {
         read();
     }
 
-    bool is_at_end() const { return left_over == 0; }
-    uint64_t left() const { return left_over; }
-    uint64_t index() const { return position; }
-    Kit::TargetValues const& values() const { return current; }
+    bool is_at_end() const { return left_over_ == 0; }
+    uint64_t left() const { return left_over_; }
+    uint64_t index() const { return position_; }
+    Kit::TargetValues const& values() const { return current_; }
 
     void advance() {
-        ++position;
-        --left_over;
+        ++position_;
+        --left_over_;
         read();
     }
 
 private:
     void read() {
         std::string_view target;
-        if (!reader.next(target)) left_over = 0;
-        current = Kit::read_target(target);
+        if (!reader_.next(target)) left_over_ = 0;
+        current_ = Kit::read_target(target);
     }
 
-    Kit::TargetReader reader;
-    uint64_t left_over;
-    uint64_t position = 0;
-    Kit::TargetValues current;
+    Kit::TargetReader reader_;
+    uint64_t left_over_;
+    uint64_t position_ = 0;
+    Kit::TargetValues current_;
 };
 
 /** Two frames under comparison. */
 class Comparison {
 public:
-    Comparison(InputFrame const& frame_a, InputFrame const& frame_b, Tolerances const& tolerances_,
-               DifferenceSink& sink_)
-        : a(frame_a), b(frame_b), tolerances(tolerances_), sink(sink_) {}
+    Comparison(InputFrame const& frame_a, InputFrame const& frame_b, Tolerances const& tolerances,
+               DifferenceSink& sink)
+        : a_(frame_a), b_(frame_b), tolerances_(tolerances), sink_(sink) {}
 
     bool run() {
-        while (!a.is_at_end() && !b.is_at_end()) {
-            if (a.left() > b.left() && !targets_agree(a, b)) {
-                pass_over(a, matching_distance(a, b), [this](auto i) { sink.target_only_in_a(i); });
-            } else if (b.left() > a.left() && !targets_agree(a, b)) {
-                pass_over(b, matching_distance(b, a), [this](auto i) { sink.target_only_in_b(i); });
+        while (!a_.is_at_end() && !b_.is_at_end()) {
+            if (a_.left() > b_.left() && !targets_agree(a_, b_)) {
+                pass_over(a_, matching_distance(a_, b_),
+                          [this](auto i) { sink_.target_only_in_a(i); });
+            } else if (b_.left() > a_.left() && !targets_agree(a_, b_)) {
+                pass_over(b_, matching_distance(b_, a_),
+                          [this](auto i) { sink_.target_only_in_b(i); });
             }
             tell_fields();
-            a.advance();
-            b.advance();
+            a_.advance();
+            b_.advance();
         }
-        pass_over(a, a.left(), [this](auto i) { sink.target_only_in_a(i); });
-        pass_over(b, b.left(), [this](auto i) { sink.target_only_in_b(i); });
-        return equal;
+        pass_over(a_, a_.left(), [this](auto i) { sink_.target_only_in_a(i); });
+        pass_over(b_, b_.left(), [this](auto i) { sink_.target_only_in_b(i); });
+        return equal_;
     }
 
 private:
@@ -88,7 +90,7 @@ private:
 
     bool floats_agree(Targets const& left, Targets const& right, FrameField field,
                       float Kit::TargetValues::*value) const {
-        return agree(left.values().*value, right.values().*value, tolerances.of(field));
+        return agree(left.values().*value, right.values().*value, tolerances_.of(field));
     }
 
     /** How many targets of the longer one to leave out so that the next ones agree; 0: none do. */
@@ -104,7 +106,7 @@ private:
     template <typename Tell>
     void pass_over(Targets& targets, uint64_t count, Tell tell) {
         for (; count > 0; --count) {
-            equal = false;
+            equal_ = false;
             tell(targets.index());
             targets.advance();
         }
@@ -112,25 +114,25 @@ private:
 
     void tell_fields() {
         for (auto const& [field, value] : kFloatFields) {
-            if (floats_agree(a, b, field, value)) continue;
-            tell(field, exact_text(a.values().*value), exact_text(b.values().*value));
+            if (floats_agree(a_, b_, field, value)) continue;
+            tell(field, exact_text(a_.values().*value), exact_text(b_.values().*value));
         }
-        if (a.values().options != b.values().options) {
-            tell(FrameField::kOptions, std::to_string(a.values().options),
-                 std::to_string(b.values().options));
+        if (a_.values().options != b_.values().options) {
+            tell(FrameField::kOptions, std::to_string(a_.values().options),
+                 std::to_string(b_.values().options));
         }
     }
 
     void tell(FrameField field, std::string const& value_a, std::string const& value_b) {
-        equal = false;
-        sink.field_differs(a.index(), b.index(), field, value_a, value_b);
+        equal_ = false;
+        sink_.field_differs(a_.index(), b_.index(), field, value_a, value_b);
     }
 
-    Targets a;
-    Targets b;
-    Tolerances const& tolerances;
-    DifferenceSink& sink;
-    bool equal = true;
+    Targets a_;
+    Targets b_;
+    Tolerances const& tolerances_;
+    DifferenceSink& sink_;
+    bool equal_ = true;
 };
 
 }  // namespace

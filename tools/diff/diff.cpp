@@ -49,8 +49,8 @@ Tolerances read_tolerances(Options const& options) {
 
 /** A source, with its first header. */
 struct Side {
-    Side(std::unique_ptr<FrameInput> input_, Messages const& messages, ProgressBar& bar)
-        : input(std::move(input_)), damage(messages, bar), frames(*input, damage) {
+    Side(std::unique_ptr<FrameInput> opened, Messages const& messages, ProgressBar& bar)
+        : input(std::move(opened)), damage(messages, bar), frames(*input, damage) {
         frames.on_header = [this](Kit::RecordingHeader const& found) {
             if (!header) header = found;
         };
@@ -65,98 +65,99 @@ struct Side {
 /** A comparison under way. */
 class Diff {
 public:
-    Diff(Options const& options_, Console& console)
-        : options(options_),
-          messages(console.messages),
-          tolerances(read_tolerances(options)),
-          a(open_source(options.a, options), messages, bar),
-          b(open_source(options.b, options), messages, bar),
-          report(options.format == "json"
-                     ? make_json_diff_report(console.out, options.a, options.b, options.brief)
-                     : make_text_diff_report(console.out, options.a, options.b, options.brief)) {
+    Diff(Options const& options, Console& console)
+        : options_(options),
+          messages_(console.messages),
+          tolerances_(read_tolerances(options_)),
+          a_(open_source(options_.a, options_), messages_, bar_),
+          b_(open_source(options_.b, options_), messages_, bar_),
+          report_(
+              options_.format == "json"
+                  ? make_json_diff_report(console.out, options_.a, options_.b, options_.brief)
+                  : make_text_diff_report(console.out, options_.a, options_.b, options_.brief)) {
         const auto show = [this](ProgressBar& shown) {
-            shown.update(a.input->bytes_done() + b.input->bytes_done(),
-                         a.input->bytes_total() + b.input->bytes_total());
+            shown.update(a_.input->bytes_done() + b_.input->bytes_done(),
+                         a_.input->bytes_total() + b_.input->bytes_total());
         };
-        a.damage.is_one_of_several(options.a, show);
-        b.damage.is_one_of_several(options.b, show);
+        a_.damage.is_one_of_several(options_.a, show);
+        b_.damage.is_one_of_several(options_.b, show);
     }
 
     ExitStatus run() {
-        a.frames.advance();
-        b.frames.advance();
+        a_.frames.advance();
+        b_.frames.advance();
         compare_headers();
-        FrameAlignment alignment(a.frames, b.frames, tolerances);
+        FrameAlignment alignment(a_.frames, b_.frames, tolerances_);
         // What comes behind Ctrl-C in one of them is not missing in the other.
         for (auto step = alignment.next(); step != FrameAlignment::Step::kEnd && !is_cut_short();
              step = alignment.next()) {
             take(step);
         }
-        sum.interrupted = is_cut_short();
-        report->finish(sum);
+        sum_.interrupted = is_cut_short();
+        report_->finish(sum_);
         return judge();
     }
 
 private:
     using Step = FrameAlignment::Step;
 
-    bool is_cut_short() const { return a.input->was_cut_short() || b.input->was_cut_short(); }
+    bool is_cut_short() const { return a_.input->was_cut_short() || b_.input->was_cut_short(); }
 
     void take(Step step) {
         if (step == Step::kOnlyA) {
-            ++sum.only_in_a;
-            report->frame_only_in_a(a.frames.front());
+            ++sum_.only_in_a;
+            report_->frame_only_in_a(a_.frames.front());
         } else if (step == Step::kOnlyB) {
-            ++sum.only_in_b;
-            report->frame_only_in_b(b.frames.front());
+            ++sum_.only_in_b;
+            report_->frame_only_in_b(b_.frames.front());
         } else {
             compare();
         }
-        if (step != Step::kOnlyB) a.frames.advance();
-        if (step != Step::kOnlyA) b.frames.advance();
+        if (step != Step::kOnlyB) a_.frames.advance();
+        if (step != Step::kOnlyA) b_.frames.advance();
     }
 
     void compare() {
-        const InputFrame frame_a = a.frames.front();
-        const InputFrame frame_b = b.frames.front();
-        report->begin_frames(frame_a, frame_b);
-        ++sum.compared;
-        if (!compare_frames(frame_a, frame_b, tolerances, *report)) ++sum.differing;
+        const InputFrame frame_a = a_.frames.front();
+        const InputFrame frame_b = b_.frames.front();
+        report_->begin_frames(frame_a, frame_b);
+        ++sum_.compared;
+        if (!compare_frames(frame_a, frame_b, tolerances_, *report_)) ++sum_.differing;
     }
 
     void compare_headers() {
-        if (!a.header || !b.header) return;
-        compare_header("height", a.header->height, b.header->height);
-        compare_header("tilt", a.header->tilt, b.header->tilt);
-        compare_header("sensitivity", a.header->sensitivity, b.header->sensitivity);
+        if (!a_.header || !b_.header) return;
+        compare_header("height", a_.header->height, b_.header->height);
+        compare_header("tilt", a_.header->tilt, b_.header->tilt);
+        compare_header("sensitivity", a_.header->sensitivity, b_.header->sensitivity);
     }
 
     void compare_header(std::string const& field, double value_a, double value_b) {
         const std::string text_a = number_text(value_a);
         const std::string text_b = number_text(value_b);
         if (text_a == text_b) return;
-        ++sum.header_fields;
-        report->header_differs(field, text_a, text_b);
+        ++sum_.header_fields;
+        report_->header_differs(field, text_a, text_b);
     }
 
     ExitStatus judge() {
         ExitStatus status = ExitStatus::kOk;
-        for (Side* const side : {&a, &b}) {
+        for (Side* const side : {&a_, &b_}) {
             if (side->damage.finish(*side->input) != ExitStatus::kOk) status = ExitStatus::kDamaged;
         }
-        if (sum.is_equal()) return status;
-        messages.warn(text_of(sum, options.a, options.b));
+        if (sum_.is_equal()) return status;
+        messages_.warn(text_of(sum_, options_.a, options_.b));
         return ExitStatus::kDamaged;
     }
 
-    Options const& options;
-    Messages const& messages;
-    ProgressBar bar{ProgressBar::Use::kNotBesideData};
-    Tolerances tolerances;
-    Side a;
-    Side b;
-    std::unique_ptr<DiffReport> report;
-    DiffSum sum;
+    Options const& options_;
+    Messages const& messages_;
+    ProgressBar bar_{ProgressBar::Use::kNotBesideData};
+    Tolerances tolerances_;
+    Side a_;
+    Side b_;
+    std::unique_ptr<DiffReport> report_;
+    DiffSum sum_;
 };
 
 ExitStatus run_diff(Options const& options, Console& console) {

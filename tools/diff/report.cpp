@@ -15,15 +15,15 @@ std::string counted_frames(uint64_t count) {
 
 class TextDiffReport : public DiffReport {
 public:
-    TextDiffReport(Output& out_, std::string a_, std::string b_, bool brief_)
-        : out(out_), a(std::move(a_)), b(std::move(b_)), brief(brief_) {}
+    TextDiffReport(Output& out, std::string a, std::string b, bool brief)
+        : out_(out), a_(std::move(a)), b_(std::move(b)), brief_(brief) {}
 
     void header_differs(std::string const& field, std::string const& value_a,
                         std::string const& value_b) override {
         print("header: " + field + " " + value_a + " and " + value_b);
     }
-    void frame_only_in_a(InputFrame const& frame) override { print_alone(a, frame); }
-    void frame_only_in_b(InputFrame const& frame) override { print_alone(b, frame); }
+    void frame_only_in_a(InputFrame const& frame) override { print_alone(a_, frame); }
+    void frame_only_in_b(InputFrame const& frame) override { print_alone(b_, frame); }
     void magic_differs(uint32_t value_a, uint32_t value_b) override {
         print(place() + "magic " + std::to_string(value_a) + " and " + std::to_string(value_b));
     }
@@ -35,16 +35,16 @@ public:
         print(place() + target + ": " + name_of(field) + " " + value_a + " and " + value_b);
     }
     void target_only_in_a(uint64_t index) override {
-        print(place() + "target " + std::to_string(index) + " only in " + a);
+        print(place() + "target " + std::to_string(index) + " only in " + a_);
     }
     void target_only_in_b(uint64_t index) override {
-        print(place() + "target " + std::to_string(index) + " only in " + b);
+        print(place() + "target " + std::to_string(index) + " only in " + b_);
     }
-    void finish(DiffSum const& sum) override { out.write(text_of(sum, a, b) + "\n"); }
+    void finish(DiffSum const& sum) override { out_.write(text_of(sum, a_, b_) + "\n"); }
 
 private:
     void print(std::string const& line) {
-        if (!brief) out.write(line + "\n");
+        if (!brief_) out_.write(line + "\n");
     }
 
     void print_alone(std::string const& source, InputFrame const& frame) {
@@ -62,10 +62,10 @@ private:
         return text + ": ";
     }
 
-    Output& out;
-    std::string a;
-    std::string b;
-    bool brief;
+    Output& out_;
+    std::string a_;
+    std::string b_;
+    bool brief_;
 };
 
 /** A number, or the word that stands for one that JSON does not have. */
@@ -78,9 +78,9 @@ Json number(std::string const& text) {
 
 class JsonDiffReport : public DiffReport {
 public:
-    JsonDiffReport(Output& out_, std::string const& a, std::string const& b, bool brief_)
-        : out(out_), brief(brief_) {
-        out.write("{\"a\":" + text_of(a) + ",\"b\":" + text_of(b) + ",\"differences\":[");
+    JsonDiffReport(Output& out, std::string const& a, std::string const& b, bool brief)
+        : out_(out), brief_(brief) {
+        out_.write("{\"a\":" + text_of(a) + ",\"b\":" + text_of(b) + ",\"differences\":[");
     }
 
     void header_differs(std::string const& field, std::string const& value_a,
@@ -114,14 +114,14 @@ public:
     }
 
     void finish(DiffSum const& sum) override {
-        out.write("\n],");
+        out_.write("\n],");
         const Json json = {{"equal", sum.is_equal()},
                            {"interrupted", sum.interrupted},
                            {"frames_compared", std::to_string(sum.compared)},
                            {"frames_differing", std::to_string(sum.differing)},
                            {"frames_only_in_a", std::to_string(sum.only_in_a)},
                            {"frames_only_in_b", std::to_string(sum.only_in_b)}};
-        out.write(text_of(json).substr(1) + "\n");
+        out_.write(text_of(json).substr(1) + "\n");
     }
 
 private:
@@ -130,9 +130,9 @@ private:
     }
 
     void print(Json const& json) {
-        if (brief) return;
-        out.write((first ? "\n" : ",\n") + text_of(json));
-        first = false;
+        if (brief_) return;
+        out_.write((first_ ? "\n" : ",\n") + text_of(json));
+        first_ = false;
     }
 
     void print(Json json, Json const& value_a, Json const& value_b) {
@@ -155,9 +155,9 @@ private:
                 {"timestamp_b", std::to_string(frame_b.timestamp)}};
     }
 
-    Output& out;
-    bool brief;
-    bool first = true;
+    Output& out_;
+    bool brief_;
+    bool first_ = true;
 };
 
 }  // namespace

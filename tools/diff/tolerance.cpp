@@ -49,7 +49,7 @@ void Tolerances::add_one(std::string const& text) {
     const std::string name = sign == std::string::npos ? "" : text.substr(0, sign);
     std::string value = sign == std::string::npos ? text : text.substr(sign + 1);
     if (name == "timestamp" || name == "timestamp_us") {
-        if (!read_number(value, timestamp_us)) refuse(text, "is no whole number of us");
+        if (!read_number(value, timestamp_us_)) refuse(text, "is no whole number of us");
         return;
     }
     const bool is_relative = !value.empty() && value.back() == '%';
@@ -62,7 +62,7 @@ void Tolerances::add_one(std::string const& text) {
     for (const FrameField field : kFloats) {
         if (!name.empty() && name != name_of(field)) continue;
         found = true;
-        (is_relative ? floats[field].relative : floats[field].absolute) =
+        (is_relative ? floats_[field].relative : floats_[field].absolute) =
             is_relative ? number / 100 : number;
     }
     if (!found) {
@@ -72,8 +72,8 @@ void Tolerances::add_one(std::string const& text) {
 
 Tolerance const& Tolerances::of(FrameField field) const {
     static const Tolerance none;
-    const auto found = floats.find(field);
-    return found == floats.end() ? none : found->second;
+    const auto found = floats_.find(field);
+    return found == floats_.end() ? none : found->second;
 }
 
 }  // namespace Tools

@@ -33,14 +33,14 @@ public:
     Tolerance const& of(FrameField field) const;
 
     bool timestamps_agree(uint64_t left, uint64_t right) const {
-        return (left < right ? right - left : left - right) <= timestamp_us;
+        return (left < right ? right - left : left - right) <= timestamp_us_;
     }
 
 private:
     void add_one(std::string const& text);
 
-    std::map<FrameField, Tolerance> floats;
-    uint64_t timestamp_us = 0;
+    std::map<FrameField, Tolerance> floats_;
+    uint64_t timestamp_us_ = 0;
 };
 
 }  // namespace Tools

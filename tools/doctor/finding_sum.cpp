@@ -5,26 +5,26 @@
 namespace Tools {
 
 void FindingSum::add(DoctorFinding const& finding) {
-    skipped += finding.length;
+    skipped_ += finding.length;
     if (finding.code.severity == Severity::kWarning) {
-        ++warning_count;
+        ++warning_count_;
     } else {
-        ++error_count;
-        ++codes[finding.code.name];
+        ++error_count_;
+        ++codes_[finding.code.name];
     }
 }
 
 ExitStatus FindingSum::tell(Messages const& messages, uint64_t frames, bool interrupted) const {
-    if (error_count > 0) {
-        std::string text = counted(error_count, "error") + " (";
-        for (auto const& [code, count] : codes) {
+    if (error_count_ > 0) {
+        std::string text = counted(error_count_, "error") + " (";
+        for (auto const& [code, count] : codes_) {
             if (text.back() != '(') text += ", ";
             text += code + (count == 1 ? "" : " " + std::to_string(count) + " times");
         }
-        messages.warn(text + "), " + counted(skipped, "byte") + " skipped");
+        messages.warn(text + "), " + counted(skipped_, "byte") + " skipped");
     }
     if (interrupted) messages.warn("interrupted after " + counted(frames, "frame"));
-    return error_count > 0 || interrupted ? ExitStatus::kDamaged : ExitStatus::kOk;
+    return error_count_ > 0 || interrupted ? ExitStatus::kDamaged : ExitStatus::kOk;
 }
 
 }  // namespace Tools

@@ -15,9 +15,9 @@ class FindingSum {
 public:
     void add(DoctorFinding const& finding);
 
-    uint64_t errors() const { return error_count; }
-    uint64_t warnings() const { return warning_count; }
-    uint64_t skipped_bytes() const { return skipped; }
+    uint64_t errors() const { return error_count_; }
+    uint64_t warnings() const { return warning_count_; }
+    uint64_t skipped_bytes() const { return skipped_; }
 
     /**
      * Tells of errors, and that Ctrl-C ended the work after so many frames. Returns kDamaged when
@@ -26,10 +26,10 @@ public:
     ExitStatus tell(Messages const& messages, uint64_t frames, bool interrupted) const;
 
 private:
-    std::map<std::string, uint64_t> codes;  // of errors
-    uint64_t error_count = 0;
-    uint64_t warning_count = 0;
-    uint64_t skipped = 0;
+    std::map<std::string, uint64_t> codes_;  // of errors
+    uint64_t error_count_ = 0;
+    uint64_t warning_count_ = 0;
+    uint64_t skipped_ = 0;
 };
 
 }  // namespace Tools

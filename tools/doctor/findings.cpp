@@ -63,19 +63,19 @@ void DoctorFindings::finish() {
 }
 
 void DoctorFindings::begin_file(FrameInput const& input) {
-    file = input.file();
-    header_seen = false;
-    ++file_count;
+    file_ = input.file();
+    header_seen_ = false;
+    ++file_count_;
     if (input.state() == FileState::kUnfinished) {
-        report("unfinished", file.size, "its recorder has not completed it, and writes no more");
+        report("unfinished", file_.size, "its recorder has not completed it, and writes no more");
     }
 }
 
 /** The time in a name is local, and of the zone nothing is known but what zones there can be. */
 void DoctorFindings::add_header(Kit::RecordingHeader const& header) {
-    if (std::exchange(header_seen, true) || !file.name) return;
+    if (std::exchange(header_seen_, true) || !file_.name) return;
     constexpr int64_t kHour = 3600;
-    const int64_t ahead = Kit::begin_as_utc(*file.name) - header.seconds;
+    const int64_t ahead = Kit::begin_as_utc(*file_.name) - header.seconds;
     if (ahead % (kHour / 4) == 0 && ahead >= -12 * kHour && ahead <= 14 * kHour) return;
     report("name", 8,
            "the name's time is not " + utc_text_of_seconds(header.seconds) +
@@ -83,23 +83,23 @@ void DoctorFindings::add_header(Kit::RecordingHeader const& header) {
 }
 
 void DoctorFindings::add_frame(InputFrame const& frame) {
-    if (timing.frames() > 0 && frame.timestamp < last_timestamp) {
+    if (timing_.frames() > 0 && frame.timestamp < last_timestamp_) {
         report("time-back", frame.offset,
-               "the time goes back by " + length_of(last_timestamp - frame.timestamp) +
+               "the time goes back by " + length_of(last_timestamp_ - frame.timestamp) +
                    " to frame " + std::to_string(frame.number));
     }
     check_repetition(frame);
-    timing.add(frame, file.path);
-    last_timestamp = frame.timestamp;
-    last_size = frame.payload.size();
-    last_payload.assign(frame.payload.substr(0, kCompared));
+    timing_.add(frame, file_.path);
+    last_timestamp_ = frame.timestamp;
+    last_size_ = frame.payload.size();
+    last_payload_.assign(frame.payload.substr(0, kCompared));
 }
 
 /** Frames without a time may well be equal: nothing moves. */
 void DoctorFindings::check_repetition(InputFrame const& frame) {
-    if (timing.frames() == 0 || frame.timestamp == 0 || frame.timestamp != last_timestamp) return;
-    if (frame.payload.size() != last_size) return;
-    if (frame.payload.substr(0, kCompared) != last_payload) return;
+    if (timing_.frames() == 0 || frame.timestamp == 0 || frame.timestamp != last_timestamp_) return;
+    if (frame.payload.size() != last_size_) return;
+    if (frame.payload.substr(0, kCompared) != last_payload_) return;
     report("repeated-frame", frame.offset,
            "frame " + std::to_string(frame.number) + " is the one before once more");
 }
@@ -107,18 +107,18 @@ void DoctorFindings::check_repetition(InputFrame const& frame) {
 void DoctorFindings::add_finding(Kit::Finding const& finding) {
     switch (finding.kind) {
         case FindingKind::kSkipped:
-            if (damage) damage->length = finding.length;
+            if (damage_) damage_->length = finding.length;
             return;
         case FindingKind::kFrameCount:
-            wrong_count = finding;
-            if (!damage) settle(true);
+            wrong_count_ = finding;
+            if (!damage_) settle(true);
             return;
         default:
             break;
     }
     settle(finding.kind != FindingKind::kUnreadable);
     if (Kit::is_damage(finding.kind)) {
-        damage = finding;
+        damage_ = finding;
     } else {
         report(Kit::name_of(finding.kind), finding.offset, finding.text);
     }
@@ -126,9 +126,9 @@ void DoctorFindings::add_finding(Kit::Finding const& finding) {
 
 /** Tells what waits. `goes_on`: whether there are records or a header behind the damage. */
 void DoctorFindings::settle(bool goes_on) {
-    if (damage) tell(judge(*std::exchange(damage, std::nullopt), goes_on));
-    if (!wrong_count) return;
-    const Kit::Finding count = *std::exchange(wrong_count, std::nullopt);
+    if (damage_) tell_(judge(*std::exchange(damage_, std::nullopt), goes_on));
+    if (!wrong_count_) return;
+    const Kit::Finding count = *std::exchange(wrong_count_, std::nullopt);
     report("frame-count", count.offset, count.text);
 }
 
@@ -144,26 +144,26 @@ DoctorFinding DoctorFindings::judge(Kit::Finding const& finding, bool goes_on) c
     }
     if (can_be_zeroed(finding.kind) && finding.length > 0) {
         const auto sector =
-            find_zeroed_sector(file.path, finding.offset, finding.offset + finding.length);
+            find_zeroed_sector(file_.path, finding.offset, finding.offset + finding.length);
         if (sector) {
             code = "zeroed-sector";
             text = "zeros at offset " + std::to_string(*sector) + ", a sector or more";
         }
     }
-    return {finding_code(code), file.path, finding.offset, finding.length, text};
+    return {finding_code(code), file_.path, finding.offset, finding.length, text};
 }
 
 void DoctorFindings::tell_gaps() {
-    for (FrameGap const& gap : timing.gaps()) {
-        tell({finding_code("gap"), gap.place.file, gap.place.offset, 0,
-              "no frame for " + length_of(gap.length_us) + " before frame " +
-                  std::to_string(gap.place.number) + ", where " + length_of(timing.usual_us()) +
-                  " is usual"});
+    for (FrameGap const& gap : timing_.gaps()) {
+        tell_({finding_code("gap"), gap.place.file, gap.place.offset, 0,
+               "no frame for " + length_of(gap.length_us) + " before frame " +
+                   std::to_string(gap.place.number) + ", where " + length_of(timing_.usual_us()) +
+                   " is usual"});
     }
 }
 
 void DoctorFindings::report(char const* code, uint64_t offset, std::string const& text) {
-    tell({finding_code(code), file.path, offset, 0, text});
+    tell_({finding_code(code), file_.path, offset, 0, text});
 }
 
 }  // namespace Tools

@@ -30,8 +30,8 @@ class DoctorFindings {
 public:
     using Tell = std::function<void(DoctorFinding const&)>;
 
-    /** @param tell_ takes each finding, in order of the source; only gaps come at the end. */
-    explicit DoctorFindings(Tell tell_) : tell(std::move(tell_)) {}
+    /** @param tell takes each finding, in order of the source; only gaps come at the end. */
+    explicit DoctorFindings(Tell tell) : tell_(std::move(tell)) {}
 
     /** Takes the input's item. */
     void add(FrameInput const& input);
@@ -39,8 +39,8 @@ public:
     /** The source has ended: only now it is known what a gap is. */
     void finish();
 
-    uint64_t files() const { return file_count; }
-    FrameTiming const& frame_timing() const { return timing; }
+    uint64_t files() const { return file_count_; }
+    FrameTiming const& frame_timing() const { return timing_; }
 
 private:
     void begin_file(FrameInput const& input);
@@ -53,17 +53,17 @@ private:
     void tell_gaps();
     void report(char const* code, uint64_t offset, std::string const& text);
 
-    Tell tell;
-    Kit::RecordingFile file;
-    bool header_seen = false;
-    uint64_t file_count = 0;
+    Tell tell_;
+    Kit::RecordingFile file_;
+    bool header_seen_ = false;
+    uint64_t file_count_ = 0;
     /** Damage of which what follows tells more, and a wrong count that was found behind it. */
-    std::optional<Kit::Finding> damage;
-    std::optional<Kit::Finding> wrong_count;
-    FrameTiming timing;
-    uint64_t last_timestamp = 0;
-    size_t last_size = 0;
-    std::string last_payload;
+    std::optional<Kit::Finding> damage_;
+    std::optional<Kit::Finding> wrong_count_;
+    FrameTiming timing_;
+    uint64_t last_timestamp_ = 0;
+    size_t last_size_ = 0;
+    std::string last_payload_;
 };
 
 }  // namespace Tools

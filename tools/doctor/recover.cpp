@@ -46,58 +46,58 @@ void tell_person(FrameInput const& input, ProgressBar& bar, Messages const& mess
 /** A recovery under way: what is read goes to the doctor and to what is written. */
 class Work {
 public:
-    Work(Options const& options, Console& console_)
-        : console(console_),
-          report(options.format, options.input.source, console.out),
-          findings([this](DoctorFinding const& finding) { use(finding); }),
-          recovery(options.directory, options.force,
-                   [this](SavedRecording const& saved) { add(saved); }) {}
+    Work(Options const& options, Console& console)
+        : console_(console),
+          report_(options.format, options.input.source, console_.out),
+          findings_([this](DoctorFinding const& finding) { use(finding); }),
+          recovery_(options.directory, options.force,
+                    [this](SavedRecording const& saved) { add(saved); }) {}
 
     ExitStatus run(FrameInput& input) {
         while (input.next()) {
-            bar.update(input.bytes_done(), input.bytes_total());
-            tell_person(input, bar, console.messages);
-            findings.add(input);
-            recovery.add(input);
+            bar_.update(input.bytes_done(), input.bytes_total());
+            tell_person(input, bar_, console_.messages);
+            findings_.add(input);
+            recovery_.add(input);
         }
-        findings.finish();
-        recovery.finish();
-        bar.clear();
-        if (report.recordings() == 0 && !input.was_cut_short()) fail(first_error);
-        report.finish(input.was_cut_short());
+        findings_.finish();
+        recovery_.finish();
+        bar_.clear();
+        if (report_.recordings() == 0 && !input.was_cut_short()) fail(first_error_);
+        report_.finish(input.was_cut_short());
         return judge(input.was_cut_short());
     }
 
 private:
     /** What has been saved is there, and told, whatever goes wrong later. */
     void add(SavedRecording const& saved) {
-        report.add(saved);
-        report.hand_over();
+        report_.add(saved);
+        report_.hand_over();
     }
 
     void use(DoctorFinding const& finding) {
-        sum.add(finding);
-        report.add(finding);
-        if (first_error.empty() && finding.code.severity == Severity::kError) {
-            first_error = finding.file + ": " + finding.text;
+        sum_.add(finding);
+        report_.add(finding);
+        if (first_error_.empty() && finding.code.severity == Severity::kError) {
+            first_error_ = finding.file + ": " + finding.text;
         }
     }
 
     ExitStatus judge(bool interrupted) const {
         const ExitStatus status =
-            sum.tell(console.messages, findings.frame_timing().frames(), interrupted);
-        if (report.suspects() == 0) return status;
-        console.messages.warn("judged suspect: " + std::to_string(report.suspects()));
+            sum_.tell(console_.messages, findings_.frame_timing().frames(), interrupted);
+        if (report_.suspects() == 0) return status;
+        console_.messages.warn("judged suspect: " + std::to_string(report_.suspects()));
         return ExitStatus::kDamaged;
     }
 
-    Console& console;
-    ProgressBar bar{ProgressBar::Use::kNotBesideData};
-    RecoverReport report;
-    DoctorFindings findings;
-    Recovery recovery;
-    FindingSum sum;
-    std::string first_error;
+    Console& console_;
+    ProgressBar bar_{ProgressBar::Use::kNotBesideData};
+    RecoverReport report_;
+    DoctorFindings findings_;
+    Recovery recovery_;
+    FindingSum sum_;
+    std::string first_error_;
 };
 
 ExitStatus recover(Options const& options, Console& console) {

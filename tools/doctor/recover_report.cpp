@@ -22,16 +22,16 @@ std::string origin_text(Header header) {
 
 }  // namespace
 
-RecoverReport::RecoverReport(std::string const& format, std::string const& source, Output& out_)
-    : is_json(format == "json"), out(out_) {
-    if (is_json) write("{\n  \"source\": " + dumped(source) + ",\n  \"results\": [");
+RecoverReport::RecoverReport(std::string const& format, std::string const& source, Output& out)
+    : is_json_(format == "json"), out_(out) {
+    if (is_json_) write("{\n  \"source\": " + dumped(source) + ",\n  \"results\": [");
 }
 
 void RecoverReport::add(DoctorFinding const& finding) {
     const std::string code = finding.code.name;
-    skipped_bytes += finding.length;
+    skipped_bytes_ += finding.length;
     if (code == "foreign-frame") {
-        ++suspect_count;
+        ++suspect_count_;
         print({"suspect", finding.file, finding.offset, 0, code, finding.text});
     } else if (code == "frame-count") {
         print({"corrected", finding.file, finding.offset, 0, code, finding.text});
@@ -42,42 +42,42 @@ void RecoverReport::add(DoctorFinding const& finding) {
 
 void RecoverReport::add(SavedRecording const& saved) {
     if (saved.is_suspect) {
-        suspect_count += saved.records;
+        suspect_count_ += saved.records;
         print({"suspect", saved.from, saved.offset, 0, "wrong-tag",
                counted(saved.records, "record") + " of another tag, in " + saved.path, &saved});
         return;
     }
     if (saved.header != Header::kKept) {
-        ++suspect_count;
+        ++suspect_count_;
         print({"suspect", saved.from, 0, 0, "header", origin_text(saved.header)});
     }
-    ++recording_count;
-    record_count += saved.records;
+    ++recording_count_;
+    record_count_ += saved.records;
     print({"kept", saved.from, saved.offset, saved.bytes, "",
            counted(saved.records, "record") + ", in " + saved.path, &saved});
 }
 
 /** A reader that has gone is no reason to save less. */
 void RecoverReport::write(std::string const& text) {
-    if (reader_has_gone) return;
+    if (reader_has_gone_) return;
     try {
-        out.write(text);
+        out_.write(text);
     } catch (OutputClosed const&) {
-        reader_has_gone = true;
+        reader_has_gone_ = true;
     }
 }
 
 void RecoverReport::hand_over() {
-    if (is_json || reader_has_gone) return;
+    if (is_json_ || reader_has_gone_) return;
     try {
-        out.flush();
+        out_.flush();
     } catch (OutputClosed const&) {
-        reader_has_gone = true;
+        reader_has_gone_ = true;
     }
 }
 
 void RecoverReport::print(Result const& result) {
-    if (is_json) {
+    if (is_json_) {
         print_json(result);
     } else {
         print_text(result);
@@ -107,16 +107,16 @@ void RecoverReport::print_json(Result const& result) {
         json["records"] = std::to_string(result.saved->records);
         json["header"] = name_of(result.saved->header);
     }
-    write(std::string(first ? "" : ",") + "\n    " + dumped(json));
-    first = false;
+    write(std::string(first_ ? "" : ",") + "\n    " + dumped(json));
+    first_ = false;
 }
 
 void RecoverReport::finish(bool interrupted) {
-    if (!is_json) return;
+    if (!is_json_) return;
     const auto number = [](uint64_t value) { return "\"" + std::to_string(value) + "\""; };
-    write(std::string(first ? "]" : "\n  ]") + ",\n  \"recordings\": " + number(recording_count) +
-          ",\n  \"records\": " + number(record_count) + ",\n  \"suspects\": " +
-          number(suspect_count) + ",\n  \"skipped_bytes\": " + number(skipped_bytes) +
+    write(std::string(first_ ? "]" : "\n  ]") + ",\n  \"recordings\": " + number(recording_count_) +
+          ",\n  \"records\": " + number(record_count_) + ",\n  \"suspects\": " +
+          number(suspect_count_) + ",\n  \"skipped_bytes\": " + number(skipped_bytes_) +
           ",\n  \"interrupted\": " + (interrupted ? "true" : "false") + "\n}\n");
 }
 

@@ -13,7 +13,7 @@ namespace Tools {
 class RecoverReport {
 public:
     /** @param format "text" or "json". The output outlives the report. */
-    RecoverReport(std::string const& format, std::string const& source, Output& out_);
+    RecoverReport(std::string const& format, std::string const& source, Output& out);
 
     /** Of what the doctor finds, what has to do with a loss; the rest is not for this report. */
     void add(DoctorFinding const& finding);
@@ -23,9 +23,9 @@ public:
     /** Of a report as text, prints what there is so far. */
     void hand_over();
 
-    uint64_t recordings() const { return recording_count; }
-    uint64_t records() const { return record_count; }
-    uint64_t suspects() const { return suspect_count; }
+    uint64_t recordings() const { return recording_count_; }
+    uint64_t records() const { return record_count_; }
+    uint64_t suspects() const { return suspect_count_; }
 
 private:
     /** One line of the report. */
@@ -44,14 +44,14 @@ private:
     void print_text(Result const& result);
     void print_json(Result const& result);
 
-    bool is_json;
-    Output& out;
-    bool reader_has_gone = false;
-    bool first = true;
-    uint64_t recording_count = 0;
-    uint64_t record_count = 0;
-    uint64_t suspect_count = 0;
-    uint64_t skipped_bytes = 0;
+    bool is_json_;
+    Output& out_;
+    bool reader_has_gone_ = false;
+    bool first_ = true;
+    uint64_t recording_count_ = 0;
+    uint64_t record_count_ = 0;
+    uint64_t suspect_count_ = 0;
+    uint64_t skipped_bytes_ = 0;
 };
 
 }  // namespace Tools

@@ -59,30 +59,30 @@ char const* name_of(SavedRecording::Header header) {
     return "made-up";
 }
 
-Recovery::Recovery(std::string directory_, bool force_, Tell tell_)
-    : directory(std::move(directory_)), force(force_), tell(std::move(tell_)) {}
+Recovery::Recovery(std::string directory, bool force, Tell tell)
+    : directory_(std::move(directory)), force_(force), tell_(std::move(tell)) {}
 
 void Recovery::add(FrameInput const& input) {
     switch (input.item()) {
         case FrameInput::Item::kFile:
             end_part();
-            file = input.file();
-            is_first_part = true;
-            is_raw = false;
+            file_ = input.file();
+            is_first_part_ = true;
+            is_raw_ = false;
             break;
         case FrameInput::Item::kHeader:
             end_part();
             begin_part(input.header(), SavedRecording::Header::kKept);
             break;
         case FrameInput::Item::kFrame:
-            if (!is_begun) make_up_header(input.frame());
+            if (!is_begun_) make_up_header(input.frame());
             add_frame(input.frame());
             break;
         case FrameInput::Item::kFinding:
-            if (input.finding().kind == Kit::FindingKind::kRawData) is_raw = true;
+            if (input.finding().kind == Kit::FindingKind::kRawData) is_raw_ = true;
             break;
         case FrameInput::Item::kNote:  // also that one of a directory's files is passed over
-            if (file.raw) is_raw = true;
+            if (file_.raw) is_raw_ = true;
             break;
     }
 }
@@ -91,17 +91,17 @@ void Recovery::finish() {
     end_part();
 }
 
-void Recovery::begin_part(Kit::RecordingHeader const& header_, SavedRecording::Header origin) {
-    header = header_;
-    header_origin = origin;
-    tag.reset();
-    is_begun = true;
-    open(main, false);
+void Recovery::begin_part(Kit::RecordingHeader const& header, SavedRecording::Header origin) {
+    header_ = header;
+    header_origin_ = origin;
+    tag_.reset();
+    is_begun_ = true;
+    open(main_, false);
 }
 
 /** Records, but no header in front of them. */
 void Recovery::make_up_header(InputFrame const& first) {
-    const auto damaged = read_again(file.path);
+    const auto damaged = read_again(file_.path);
     // When the first record is where it has to be, a header of this version is in front of it.
     if (damaged && first.offset == Kit::kRecordingHeaderSize &&
         (damaged->magic == Kit::kRecordingMagic || damaged->version == Kit::kRecordingVersion)) {
@@ -109,33 +109,33 @@ void Recovery::make_up_header(InputFrame const& first) {
         return;
     }
     Kit::RecordingHeader made_up;
-    made_up.seconds = static_cast<int32_t>(guess_begin(file, first));
+    made_up.seconds = static_cast<int32_t>(guess_begin(file_, first));
     made_up.daylight_saving = -1;
     begin_part(made_up, SavedRecording::Header::kMadeUp);
 }
 
 void Recovery::add_frame(InputFrame const& frame) {
-    if (held && held->tag == frame.tag) {
-        tag = frame.tag;
-        put(main, held->tag, held->offset, held->payload);
-        held.reset();
+    if (held_ && held_->tag == frame.tag) {
+        tag_ = frame.tag;
+        put(main_, held_->tag, held_->offset, held_->payload);
+        held_.reset();
     }
-    if (tag && *tag == frame.tag) {
-        put(main, frame.tag, frame.offset, frame.payload);
+    if (tag_ && *tag_ == frame.tag) {
+        put(main_, frame.tag, frame.offset, frame.payload);
         return;
     }
     Held record{frame.tag, frame.offset, std::string(frame.payload)};
-    if (tag) {
+    if (tag_) {
         put_suspect(record);
         return;
     }
-    if (held) put_suspect(*held);
-    held = std::move(record);
+    if (held_) put_suspect(*held_);
+    held_ = std::move(record);
 }
 
 void Recovery::put_suspect(Held const& record) {
-    if (!suspect.output) open(suspect, true);
-    put(suspect, record.tag, record.offset, record.payload);
+    if (!suspect_.output) open(suspect_, true);
+    put(suspect_, record.tag, record.offset, record.payload);
 }
 
 void Recovery::put(Part& part, uint32_t record_tag, uint64_t offset, std::string_view payload) {
@@ -145,43 +145,43 @@ void Recovery::put(Part& part, uint32_t record_tag, uint64_t offset, std::string
 
 void Recovery::open(Part& part, bool is_suspect) {
     const std::string folder =
-        is_suspect ? (fs::path(directory) / kSuspectFolder).string() : directory;
+        is_suspect ? (fs::path(directory_) / kSuspectFolder).string() : directory_;
     make_directory(folder);
     const std::string path = free_path(folder);
-    refuse_same_file(file.path, path);
-    part.output = std::make_unique<RecordingOutput>(path, force, header);
+    refuse_same_file(file_.path, path);
+    part.output = std::make_unique<RecordingOutput>(path, force_, header_);
     part.saved = {};
-    part.saved.from = file.path;
+    part.saved.from = file_.path;
     part.saved.path = path;
-    part.saved.header = header_origin;
+    part.saved.header = header_origin_;
     part.saved.is_suspect = is_suspect;
 }
 
 /** The file's own name for the first recording in it; later ones begin at another time. */
 std::string Recovery::free_path(std::string const& folder) {
-    const std::string prefix = file.name ? file.name->prefix : "radar";
-    Kit::RecordingName name = Kit::name_of_time(prefix, header.seconds, 0);
-    if (is_first_part) name = *Kit::parse_recording_name(complete_name(file, header));
+    const std::string prefix = file_.name ? file_.name->prefix : "radar";
+    Kit::RecordingName name = Kit::name_of_time(prefix, header_.seconds, 0);
+    if (is_first_part_) name = *Kit::parse_recording_name(complete_name(file_, header_));
     for (int tries = 0; tries < 1000; ++tries) {
         const std::string path = (fs::path(folder) / Kit::text_of(name)).string();
-        if (paths.insert(path).second) return path;
+        if (paths_.insert(path).second) return path;
         name.millisecond = (name.millisecond + 1) % 1000;
     }
     throw Kit::InputError(folder + ": too many recordings of one second");
 }
 
 void Recovery::end_part() {
-    if (!is_begun) return;
-    if (held) put(main, held->tag, held->offset, held->payload);
-    held.reset();
-    is_begun = false;
-    is_first_part = false;
-    if (is_raw && main.output->records() == 0) {
-        main.output.reset();  // raw data: its header alone is no recording of frames
+    if (!is_begun_) return;
+    if (held_) put(main_, held_->tag, held_->offset, held_->payload);
+    held_.reset();
+    is_begun_ = false;
+    is_first_part_ = false;
+    if (is_raw_ && main_.output->records() == 0) {
+        main_.output.reset();  // raw data: its header alone is no recording of frames
     } else {
-        complete(main);
+        complete(main_);
     }
-    if (suspect.output) complete(suspect);
+    if (suspect_.output) complete(suspect_);
 }
 
 void Recovery::complete(Part& part) {
@@ -189,7 +189,7 @@ void Recovery::complete(Part& part) {
     part.saved.records = part.output->records();
     part.saved.bytes = part.output->size();
     part.output.reset();
-    tell(part.saved);
+    tell_(part.saved);
 }
 
 }  // namespace Tools

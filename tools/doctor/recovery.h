@@ -47,9 +47,9 @@ public:
     /**
      * @param directory where recordings are written; made when there is something to write.
      * @param force whether files that are there may be replaced.
-     * @param tell_ is told of each recording that is complete.
+     * @param tell is told of each recording that is complete.
      */
-    Recovery(std::string directory_, bool force_, Tell tell_);
+    Recovery(std::string directory, bool force, Tell tell);
 
     /**
      * Takes the input's item.
@@ -84,21 +84,21 @@ private:
     void complete(Part& part);
     std::string free_path(std::string const& folder);
 
-    std::string directory;
-    bool force;
-    Tell tell;
-    Kit::RecordingFile file;
-    bool is_first_part = false;  // of the file, whose name it gets
-    bool is_begun = false;
-    bool is_raw = false;  // no record is right behind the header: raw data, unless one follows
-    Kit::RecordingHeader header;
-    SavedRecording::Header header_origin = SavedRecording::Header::kKept;
-    Part main;
-    Part suspect;
+    std::string directory_;
+    bool force_;
+    Tell tell_;
+    Kit::RecordingFile file_;
+    bool is_first_part_ = false;  // of the file, whose name it gets
+    bool is_begun_ = false;
+    bool is_raw_ = false;  // no record is right behind the header: raw data, unless one follows
+    Kit::RecordingHeader header_;
+    SavedRecording::Header header_origin_ = SavedRecording::Header::kKept;
+    Part main_;
+    Part suspect_;
     /** The recording's tag: that of two records, one behind the other. */
-    std::optional<uint32_t> tag;
-    std::optional<Held> held;
-    std::set<std::string> paths;
+    std::optional<uint32_t> tag_;
+    std::optional<Held> held_;
+    std::set<std::string> paths_;
 };
 
 }  // namespace Tools

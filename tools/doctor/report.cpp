@@ -34,86 +34,86 @@ std::string json_of(DoctorFinding const& finding) {
 /** A finding a line, and what to do about each kind at the end. */
 class TextForm : public DoctorForm {
 public:
-    explicit TextForm(Output& out_) : out(out_), coloured(takes_colour(out.fd())) {}
+    explicit TextForm(Output& out) : out_(out), coloured_(takes_colour(out_.fd())) {}
 
     void print(DoctorFinding const& finding) override {
-        told.insert(finding.code.name);
+        told_.insert(finding.code.name);
         std::string severity = name_of(finding.code.severity);
-        if (coloured) {
+        if (coloured_) {
             severity = (finding.code.severity == Severity::kError ? "\x1b[31m" : "\x1b[33m") +
                        severity + "\x1b[0m";
         }
         std::string line = printable(finding.file) + ": offset " + std::to_string(finding.offset) +
                            ": " + severity + ": " + finding.code.name + ": " + finding.text;
         if (finding.length > 0) line += "; " + counted(finding.length, "byte") + " skipped";
-        out.write(line + "\n");
+        out_.write(line + "\n");
     }
 
     void end(Sum const& sum) override {
-        if (told.empty()) {
-            out.write("nothing found in " + counted(sum.frames, "frame") + " of " +
-                      counted(sum.files, "file") + "\n");
+        if (told_.empty()) {
+            out_.write("nothing found in " + counted(sum.frames, "frame") + " of " +
+                       counted(sum.files, "file") + "\n");
             return;
         }
-        out.write("\nWhat to do:\n");
+        out_.write("\nWhat to do:\n");
         for (FindingCode const& code : finding_codes()) {
-            if (told.count(code.name) == 0) continue;
+            if (told_.count(code.name) == 0) continue;
             std::string name = code.name;
             name.resize(17, ' ');
-            out.write("  " + name + code.advice + "\n");
+            out_.write("  " + name + code.advice + "\n");
         }
     }
 
 private:
-    Output& out;
-    bool coloured;
-    std::set<std::string> told;
+    Output& out_;
+    bool coloured_;
+    std::set<std::string> told_;
 };
 
 /** One object a finding, on a line of its own. */
 class NdjsonForm : public DoctorForm {
 public:
-    explicit NdjsonForm(Output& out_) : out(out_) {}
+    explicit NdjsonForm(Output& out) : out_(out) {}
 
-    void print(DoctorFinding const& finding) override { out.write(json_of(finding) + "\n"); }
+    void print(DoctorFinding const& finding) override { out_.write(json_of(finding) + "\n"); }
 
 private:
-    Output& out;
+    Output& out_;
 };
 
 /** One object, of which nothing is kept but what is still to be printed. */
 class JsonForm : public DoctorForm {
 public:
-    JsonForm(std::string source_, Output& out_) : source(std::move(source_)), out(out_) {}
+    JsonForm(std::string source, Output& out) : source_(std::move(source)), out_(out) {}
 
     void begin() override {
-        out.write("{\n  \"source\": " + dumped(source) + ",\n  \"findings\": [");
+        out_.write("{\n  \"source\": " + dumped(source_) + ",\n  \"findings\": [");
     }
 
     void print(DoctorFinding const& finding) override {
-        out.write(std::string(first ? "" : ",") + "\n    " + json_of(finding));
-        first = false;
+        out_.write(std::string(first_ ? "" : ",") + "\n    " + json_of(finding));
+        first_ = false;
     }
 
     void end(Sum const& sum) override {
-        out.write(first ? "]" : "\n  ]");
+        out_.write(first_ ? "]" : "\n  ]");
         add("files", dumped(std::to_string(sum.files)));
         add("frames", dumped(std::to_string(sum.frames)));
         add("errors", dumped(std::to_string(sum.errors)));
         add("warnings", dumped(std::to_string(sum.warnings)));
         add("skipped_bytes", dumped(std::to_string(sum.lost_bytes)));
         add("interrupted", sum.interrupted ? "true" : "false");
-        out.write("\n}\n");
+        out_.write("\n}\n");
     }
 
 private:
     void add(std::string const& key, std::string const& value) {
-        out.write(",\n  " + dumped(key) + ": " + value);
+        out_.write(",\n  " + dumped(key) + ": " + value);
     }
 
-    Json source;
-    Output& out;
-    bool first = true;
+    Json source_;
+    Output& out_;
+    bool first_ = true;
 };
 
 }  // namespace

@@ -36,14 +36,14 @@ char* write_flags(char* into, uint32_t value) {
 
 class CsvForm : public FrameForm {
 public:
-    explicit CsvForm(std::vector<FrameField> columns_)
-        : columns(std::move(columns_)),
-          first_of_target(std::find_if(columns.begin(), columns.end(), is_of_target)),
-          begin_of_row(columns.size() * kValueRoom) {}
+    explicit CsvForm(std::vector<FrameField> columns)
+        : columns_(std::move(columns)),
+          first_of_target_(std::find_if(columns_.begin(), columns_.end(), is_of_target)),
+          begin_of_row_(columns_.size() * kValueRoom) {}
 
     void begin(TextBuffer& text) override {
         std::string line;
-        for (const FrameField column : columns) {
+        for (const FrameField column : columns_) {
             if (!line.empty()) line += ',';
             line += column == FrameField::kTimestamp ? "timestamp_us" : name_of(column);
         }
@@ -51,15 +51,15 @@ public:
     }
 
     void append(InputFrame const& frame, TextBuffer& text) override {
-        char* end = begin_of_row.data();
-        for (auto column = columns.begin(); column != first_of_target; ++column) {
+        char* end = begin_of_row_.data();
+        for (auto column = columns_.begin(); column != first_of_target_; ++column) {
             end = write_frame_value(end, *column, frame);
             *end++ = ',';
         }
-        const auto begin_size = static_cast<size_t>(end - begin_of_row.data());
-        if (first_of_target == columns.end()) {
+        const auto begin_size = static_cast<size_t>(end - begin_of_row_.data());
+        if (first_of_target_ == columns_.end()) {
             end[-1] = '\n';
-            text.add({begin_of_row.data(), begin_size});
+            text.add({begin_of_row_.data(), begin_size});
             return;
         }
         Kit::TargetReader targets(frame.payload);
@@ -73,10 +73,10 @@ private:
 
     void append_row(InputFrame const& frame, Kit::TargetValues const& values, size_t begin_size,
                     TextBuffer& text) {
-        char* end = text.room(begin_of_row.size());
-        std::memcpy(end, begin_of_row.data(), begin_size);
+        char* end = text.room(begin_of_row_.size());
+        std::memcpy(end, begin_of_row_.data(), begin_size);
         end += begin_size;
-        for (auto column = first_of_target; column != columns.end(); ++column) {
+        for (auto column = first_of_target_; column != columns_.end(); ++column) {
             end = write_value(end, *column, frame, values);
             *end++ = ',';
         }
@@ -88,17 +88,17 @@ private:
                       Kit::TargetValues const& values) {
         switch (column) {
             case FrameField::kRcs:
-                return rcs.write(into, values.rcs);
+                return rcs_.write(into, values.rcs);
             case FrameField::kR:
-                return r.write(into, values.r);
+                return r_.write(into, values.r);
             case FrameField::kRdot:
-                return rdot.write(into, values.rdot);
+                return rdot_.write(into, values.rdot);
             case FrameField::kTheta:
-                return theta.write(into, values.theta);
+                return theta_.write(into, values.theta);
             case FrameField::kOptions:
                 return write_flags(into, values.options);
             case FrameField::kSnr:
-                return snr.write(into, values.snr);
+                return snr_.write(into, values.snr);
             default:
                 return write_frame_value(into, column, frame);
         }
@@ -115,15 +115,15 @@ private:
         }
     }
 
-    Columns columns;
+    Columns columns_;
     /** Before it, every row of a frame says the same. */
-    Columns::const_iterator first_of_target;
-    std::vector<char> begin_of_row;
-    FloatCache rcs;
-    FloatCache r;
-    FloatCache rdot;
-    FloatCache theta;
-    FloatCache snr;
+    Columns::const_iterator first_of_target_;
+    std::vector<char> begin_of_row_;
+    FloatCache rcs_;
+    FloatCache r_;
+    FloatCache rdot_;
+    FloatCache theta_;
+    FloatCache snr_;
 };
 
 }  // namespace

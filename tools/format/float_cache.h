@@ -14,23 +14,23 @@ namespace Tools {
  */
 class FloatCache {
 public:
-    FloatCache() : entries(kSize, {0, text_of_magnitude(0)}) {}
+    FloatCache() : entries_(kSize, {0, text_of_magnitude(0)}) {}
 
     /** Writes a float into kFloatTextRoom characters; returns the end of the text. */
     char* write(char* into, float value) {
-        if (pause > 0) {
-            --pause;
+        if (pause_ > 0) {
+            --pause_;
             return write_float(into, value);
         }
         const uint32_t bits = write_sign(into, value);
-        Entry& entry = entries[bits * kSpread >> (32 - kSizeBits)];
+        Entry& entry = entries_[bits * kSpread >> (32 - kSizeBits)];
         if (entry.bits != bits) {
             entry = {bits, text_of_magnitude(bits)};
-            misses += kMissWeight;
+            misses_ += kMissWeight;
         }
-        if (misses > 0 && --misses > kMostMisses) {
-            misses = 0;
-            pause = kPause;
+        if (misses_ > 0 && --misses_ > kMostMisses) {
+            misses_ = 0;
+            pause_ = kPause;
         }
         return entry.text.write(into);
     }
@@ -50,9 +50,9 @@ private:
     static constexpr int kMostMisses = 2 * static_cast<int>(kSize);
     static constexpr int kPause = 64 * static_cast<int>(kSize);
 
-    std::vector<Entry> entries;
-    int misses = 0;  // weighted, and forgotten over time
-    int pause = 0;   // so many numbers are not looked for
+    std::vector<Entry> entries_;
+    int misses_ = 0;  // weighted, and forgotten over time
+    int pause_ = 0;   // so many numbers are not looked for
 };
 
 }  // namespace Tools

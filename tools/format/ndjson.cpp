@@ -63,21 +63,21 @@ class NdjsonForm : public FrameForm {
 public:
     explicit NdjsonForm(std::vector<FrameField> const& fields) {
         for (const FrameField field : fields) {
-            (is_of_target(field) ? of_target : of_frame).push_back(field);
+            (is_of_target(field) ? of_target_ : of_frame_).push_back(field);
         }
-        std::sort(of_frame.begin(), of_frame.end());
-        std::sort(of_target.begin(), of_target.end());
+        std::sort(of_frame_.begin(), of_frame_.end());
+        std::sort(of_target_.begin(), of_target_.end());
     }
 
     void begin(TextBuffer&) override {}
 
     void append(InputFrame const& frame, TextBuffer& text) override {
-        char* end = write(text.room(kValueRoom * (of_frame.size() + 2)), "{");
-        for (const FrameField field : of_frame) end = write_frame_field(end, field, frame);
-        if (!of_target.empty())
+        char* end = write(text.room(kValueRoom * (of_frame_.size() + 2)), "{");
+        for (const FrameField field : of_frame_) end = write_frame_field(end, field, frame);
+        if (!of_target_.empty())
             end = write(end, end[-1] == '{' ? "\"targets\":[" : ",\"targets\":[");
         text.keep(end);
-        if (!of_target.empty()) append_targets(frame, text);
+        if (!of_target_.empty()) append_targets(frame, text);
         text.add("}\n");
     }
 
@@ -93,8 +93,8 @@ private:
         std::string_view target;
         for (bool first = true; targets.next(target); first = false) {
             const Kit::TargetValues values = Kit::read_target(target);
-            char* end = write(text.room(kValueRoom * (of_target.size() + 1)), first ? "{" : ",{");
-            for (const FrameField field : of_target) {
+            char* end = write(text.room(kValueRoom * (of_target_.size() + 1)), first ? "{" : ",{");
+            for (const FrameField field : of_target_) {
                 end = write_value(write_key(end, field), field, values);
             }
             text.keep(write(end, "}"));
@@ -102,8 +102,8 @@ private:
         text.add("]");
     }
 
-    std::vector<FrameField> of_frame;
-    std::vector<FrameField> of_target;
+    std::vector<FrameField> of_frame_;
+    std::vector<FrameField> of_target_;
 };
 
 }  // namespace

@@ -45,50 +45,50 @@ std::string exact_text(float value) {
     return std::string(text.data(), write_float(text.data(), value));
 }
 
-FramePrinter::FramePrinter(FrameFormat format_, Output& out, std::vector<FrameField> const& fields_)
+FramePrinter::FramePrinter(FrameFormat format, Output& out, std::vector<FrameField> const& fields)
     : FramePrinter(
-          format_, [&out](std::string_view piece) { out.write(piece); }, fields_) {}
+          format, [&out](std::string_view piece) { out.write(piece); }, fields) {}
 
-FramePrinter::FramePrinter(FrameFormat format_, TextBuffer::Write write_,
-                           std::vector<FrameField> const& fields_)
-    : format(format_),
-      fields(fields_),
-      write(std::move(write_)),
-      form(make_form(format, fields)),
-      text(write) {}
+FramePrinter::FramePrinter(FrameFormat format, TextBuffer::Write write,
+                           std::vector<FrameField> const& fields)
+    : format_(format),
+      fields_(fields),
+      write_(std::move(write)),
+      form_(make_form(format_, fields_)),
+      text_(write_) {}
 
 void FramePrinter::use_threads() {
     const unsigned threads = std::min(std::thread::hardware_concurrency(), kMostThreads);
     // Debug texts depend on the frame before.
-    if (threads < 2 || format == FrameFormat::kText) return;
-    workers = std::make_unique<FormWorkers>(
-        threads, [this] { return make_form(format, fields); }, write);
-    if (!workers->has_threads()) workers.reset();
+    if (threads < 2 || format_ == FrameFormat::kText) return;
+    workers_ = std::make_unique<FormWorkers>(
+        threads, [this] { return make_form(format_, fields_); }, write_);
+    if (!workers_->has_threads()) workers_.reset();
 }
 
 void FramePrinter::begin() {
-    if (std::exchange(begun, true)) return;
-    form->begin(text);
-    text.hand_over();
+    if (std::exchange(begun_, true)) return;
+    form_->begin(text_);
+    text_.hand_over();
 }
 
 void FramePrinter::print(InputFrame const& frame) {
     begin();
-    if (workers && FormWorkers::takes(frame.payload.size())) return workers->append(frame);
-    if (workers) workers->finish();
-    form->append(frame, text);
-    if (workers) text.hand_over();
+    if (workers_ && FormWorkers::takes(frame.payload.size())) return workers_->append(frame);
+    if (workers_) workers_->finish();
+    form_->append(frame, text_);
+    if (workers_) text_.hand_over();
 }
 
 void FramePrinter::hand_over() {
-    if (workers) workers->finish();
-    text.hand_over();
+    if (workers_) workers_->finish();
+    text_.hand_over();
 }
 
 void FramePrinter::print(RO::RadarObjects const& frame) {
     const std::string payload = frame.SerializeAsString();
     InputFrame input;
-    input.number = index++;
+    input.number = index_++;
     input.magic = frame.magic();
     input.timestamp = frame.timestamp();
     input.target_count = static_cast<uint32_t>(frame.targets_size());

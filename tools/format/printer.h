@@ -60,14 +60,14 @@ public:
     void hand_over();
 
 private:
-    FrameFormat format;
-    std::vector<FrameField> fields;
-    TextBuffer::Write write;
-    std::unique_ptr<FrameForm> form;
-    TextBuffer text;
-    std::unique_ptr<FormWorkers> workers;
-    bool begun = false;
-    uint64_t index = 0;
+    FrameFormat format_;
+    std::vector<FrameField> fields_;
+    TextBuffer::Write write_;
+    std::unique_ptr<FrameForm> form_;
+    TextBuffer text_;
+    std::unique_ptr<FormWorkers> workers_;
+    bool begun_ = false;
+    uint64_t index_ = 0;
 };
 
 /** The shortest decimal form that reads back as the same float. */

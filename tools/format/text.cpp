@@ -38,44 +38,44 @@ std::vector<FieldDescriptor const*> unwanted(Descriptor const& message,
 class TextForm : public FrameForm {
 public:
     explicit TextForm(std::vector<FrameField> const& fields)
-        : restricted(!fields.empty()),
-          with_targets(!restricted || std::any_of(fields.begin(), fields.end(), is_of_target)),
-          unwanted_of_frame(unwanted(*RO::RadarObjects::descriptor(), fields)),
-          unwanted_of_target(unwanted(*RO::TargetData::descriptor(), fields)) {
-        inside.SetInitialIndentLevel(1);
+        : restricted_(!fields.empty()),
+          with_targets_(!restricted_ || std::any_of(fields.begin(), fields.end(), is_of_target)),
+          unwanted_of_frame_(unwanted(*RO::RadarObjects::descriptor(), fields)),
+          unwanted_of_target_(unwanted(*RO::TargetData::descriptor(), fields)) {
+        inside_.SetInitialIndentLevel(1);
     }
 
     void begin(TextBuffer&) override {}
 
     void append(InputFrame const& frame, TextBuffer& text) override {
         // Nothing in the text says where a frame ends.
-        if (!first) text.add("\n");
-        first = false;
+        if (!first_) text.add("\n");
+        first_ = false;
         const std::string rest = Kit::frame_without_targets(frame.payload);
-        of_frame.ParseFromString(rest);
-        restrict_to_wanted(of_frame, unwanted_of_frame);
+        of_frame_.ParseFromString(rest);
+        restrict_to_wanted(of_frame_, unwanted_of_frame_);
         RO::RadarObjects unknown;
         unknown.GetReflection()->MutableUnknownFields(&unknown)->Swap(
-            of_frame.GetReflection()->MutableUnknownFields(&of_frame));
-        add(outside, of_frame, text);
-        if (with_targets) append_targets(frame, text);
-        add(outside, unknown, text);
+            of_frame_.GetReflection()->MutableUnknownFields(&of_frame_));
+        add(outside_, of_frame_, text);
+        if (with_targets_) append_targets(frame, text);
+        add(outside_, unknown, text);
     }
 
 private:
     void append_targets(InputFrame const& frame, TextBuffer& text) {
         Kit::TargetReader targets(frame.payload);
         for (std::string_view target; targets.next(target);) {
-            of_target.ParseFromArray(target.data(), static_cast<int>(target.size()));
-            restrict_to_wanted(of_target, unwanted_of_target);
+            of_target_.ParseFromArray(target.data(), static_cast<int>(target.size()));
+            restrict_to_wanted(of_target_, unwanted_of_target_);
             text.add("targets {\n");
-            add(inside, of_target, text);
+            add(inside_, of_target_, text);
             text.add("}\n");
         }
     }
 
     void restrict_to_wanted(Message& message, std::vector<FieldDescriptor const*> const& fields) {
-        if (!restricted) return;
+        if (!restricted_) return;
         for (FieldDescriptor const* field : fields) {
             message.GetReflection()->ClearField(&message, field);
         }
@@ -83,20 +83,20 @@ private:
     }
 
     void add(TextFormat::Printer const& printer, Message const& message, TextBuffer& text) {
-        printer.PrintToString(message, &printed);
-        text.add(printed);
+        printer.PrintToString(message, &printed_);
+        text.add(printed_);
     }
 
-    bool restricted;
-    bool with_targets;
-    bool first = true;
-    std::vector<FieldDescriptor const*> unwanted_of_frame;
-    std::vector<FieldDescriptor const*> unwanted_of_target;
-    TextFormat::Printer outside;
-    TextFormat::Printer inside;
-    RO::RadarObjects of_frame;
-    RO::TargetData of_target;
-    std::string printed;
+    bool restricted_;
+    bool with_targets_;
+    bool first_ = true;
+    std::vector<FieldDescriptor const*> unwanted_of_frame_;
+    std::vector<FieldDescriptor const*> unwanted_of_target_;
+    TextFormat::Printer outside_;
+    TextFormat::Printer inside_;
+    RO::RadarObjects of_frame_;
+    RO::TargetData of_target_;
+    std::string printed_;
 };
 
 }  // namespace

@@ -7,7 +7,7 @@ namespace Tools {
 void TextBuffer::add(std::string_view text) {
     if (text.size() > kLargestPiece) {
         hand_over();
-        write(text);
+        write_(text);
         return;
     }
     char* const begin = room(text.size());
@@ -16,8 +16,8 @@ void TextBuffer::add(std::string_view text) {
 }
 
 void TextBuffer::hand_over() {
-    if (used > 0) write({bytes.data(), used});
-    used = 0;
+    if (used_ > 0) write_({bytes_.data(), used_});
+    used_ = 0;
 }
 
 }  // namespace Tools

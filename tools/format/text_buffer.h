@@ -16,17 +16,17 @@ class TextBuffer {
 public:
     using Write = std::function<void(std::string_view)>;
 
-    /** @param write_ takes the text. */
-    explicit TextBuffer(Write write_) : write(std::move(write_)), bytes(kSize) {}
+    /** @param write takes the text. */
+    explicit TextBuffer(Write write) : write_(std::move(write)), bytes_(kSize) {}
 
     /** Room for `size` characters, at most kLargestPiece. */
     char* room(size_t size) {
-        if (bytes.size() - used < size) hand_over();
-        return bytes.data() + used;
+        if (bytes_.size() - used_ < size) hand_over();
+        return bytes_.data() + used_;
     }
 
     /** Keeps what was written into the room that was asked for last, up to `end`. */
-    void keep(char const* end) { used = static_cast<size_t>(end - bytes.data()); }
+    void keep(char const* end) { used_ = static_cast<size_t>(end - bytes_.data()); }
 
     /** Adds a text of any length. */
     void add(std::string_view text);
@@ -39,9 +39,9 @@ public:
 private:
     static constexpr size_t kSize = 32768;
 
-    Write write;
-    std::vector<char> bytes;
-    size_t used = 0;
+    Write write_;
+    std::vector<char> bytes_;
+    size_t used_ = 0;
 };
 
 }  // namespace Tools

@@ -14,25 +14,25 @@ public:
     SignalsBlocked() {
         sigset_t all;
         sigfillset(&all);
-        pthread_sigmask(SIG_BLOCK, &all, &before);
+        pthread_sigmask(SIG_BLOCK, &all, &before_);
     }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
     SignalsBlocked(SignalsBlocked const&) = delete;
     SignalsBlocked& operator=(SignalsBlocked const&) = delete;
 
 private:
-    sigset_t before = {};
+    sigset_t before_ = {};
 };
 
 }  // namespace
 
-FormWorkers::FormWorkers(unsigned threads, MakeForm const& make_form, Write write_)
-    : write(std::move(write_)), collecting(std::make_shared<Job>()) {
+FormWorkers::FormWorkers(unsigned threads, MakeForm const& make_form, Write write)
+    : write_(std::move(write)), collecting_(std::make_shared<Job>()) {
     const SignalsBlocked blocked;
     for (unsigned i = 0; i < threads; ++i) {
-        forms.push_back(make_form());
+        forms_.push_back(make_form());
         try {
-            threads_running.emplace_back([this, form = forms.back().get()] { work(*form); });
+            threads_running_.emplace_back([this, form = forms_.back().get()] { work(*form); });
         } catch (std::system_error const&) {
             return;  // fewer have to do
         }
@@ -41,51 +41,51 @@ FormWorkers::FormWorkers(unsigned threads, MakeForm const& make_form, Write writ
 
 FormWorkers::~FormWorkers() {
     {
-        const std::lock_guard<std::mutex> lock(mutex);
-        stopping = true;
-        waiting.clear();
+        const std::lock_guard<std::mutex> lock(mutex_);
+        stopping_ = true;
+        waiting_.clear();
     }
-    changed.notify_all();
-    for (std::thread& thread : threads_running) thread.join();
+    changed_.notify_all();
+    for (std::thread& thread : threads_running_) thread.join();
 }
 
 void FormWorkers::append(InputFrame const& frame) {
-    collecting->frames.push_back(frame);
-    collecting->payloads += frame.payload;
-    if (collecting->payloads.size() >= kJobSize) submit();
+    collecting_->frames.push_back(frame);
+    collecting_->payloads += frame.payload;
+    if (collecting_->payloads.size() >= kJobSize) submit();
 }
 
 void FormWorkers::finish() {
-    if (!collecting->frames.empty()) submit();
-    while (!in_order.empty()) write_oldest();
+    if (!collecting_->frames.empty()) submit();
+    while (!in_order_.empty()) write_oldest();
 }
 
 void FormWorkers::submit() {
-    in_order.push_back(collecting);
+    in_order_.push_back(collecting_);
     {
-        const std::lock_guard<std::mutex> lock(mutex);
-        waiting.push_back(std::exchange(collecting, make_job()));
+        const std::lock_guard<std::mutex> lock(mutex_);
+        waiting_.push_back(std::exchange(collecting_, make_job()));
     }
-    changed.notify_all();
-    while (in_order.size() > 2 * threads_running.size()) write_oldest();
+    changed_.notify_all();
+    while (in_order_.size() > 2 * threads_running_.size()) write_oldest();
 }
 
 void FormWorkers::write_oldest() {
-    const std::shared_ptr<Job> job = in_order.front();
+    const std::shared_ptr<Job> job = in_order_.front();
     {
-        std::unique_lock<std::mutex> lock(mutex);
-        changed.wait(lock, [&] { return job->done; });
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait(lock, [&] { return job->done; });
     }
-    in_order.pop_front();
+    in_order_.pop_front();
     if (job->problem) std::rethrow_exception(job->problem);
-    write(job->text);
-    spare.push_back(job);
+    write_(job->text);
+    spare_.push_back(job);
 }
 
 std::shared_ptr<FormWorkers::Job> FormWorkers::make_job() {
-    if (spare.empty()) return std::make_shared<Job>();
-    std::shared_ptr<Job> job = std::move(spare.back());
-    spare.pop_back();
+    if (spare_.empty()) return std::make_shared<Job>();
+    std::shared_ptr<Job> job = std::move(spare_.back());
+    spare_.pop_back();
     job->frames.clear();
     job->payloads.clear();
     job->text.clear();
@@ -99,19 +99,19 @@ void FormWorkers::work(FrameForm& form) {
     while ((job = take_job())) {
         bring_into_form(form, *job, text);
         {
-            const std::lock_guard<std::mutex> lock(mutex);
+            const std::lock_guard<std::mutex> lock(mutex_);
             job->done = true;
         }
-        changed.notify_all();
+        changed_.notify_all();
     }
 }
 
 std::shared_ptr<FormWorkers::Job> FormWorkers::take_job() {
-    std::unique_lock<std::mutex> lock(mutex);
-    changed.wait(lock, [this] { return stopping || !waiting.empty(); });
-    if (stopping) return nullptr;
-    std::shared_ptr<Job> job = std::move(waiting.front());
-    waiting.pop_front();
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
+    if (stopping_) return nullptr;
+    std::shared_ptr<Job> job = std::move(waiting_.front());
+    waiting_.pop_front();
     return job;
 }
 

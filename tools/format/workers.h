@@ -30,14 +30,14 @@ public:
     /**
      * @param threads how many; fewer when the system grants no more, and then perhaps none.
      * @param make_form makes a form for each; forms that keep nothing from frame to frame.
-     * @param write_ takes the texts.
+     * @param write takes the texts.
      */
-    FormWorkers(unsigned threads, MakeForm const& make_form, Write write_);
+    FormWorkers(unsigned threads, MakeForm const& make_form, Write write);
     ~FormWorkers();
     FormWorkers(FormWorkers const&) = delete;
     FormWorkers& operator=(FormWorkers const&) = delete;
 
-    bool has_threads() const { return !threads_running.empty(); }
+    bool has_threads() const { return !threads_running_.empty(); }
 
     /** Whether append() takes a frame of this size, in bytes; larger ones take too much memory. */
     static bool takes(size_t payload_size) { return payload_size <= kJobSize; }
@@ -67,19 +67,19 @@ private:
     std::shared_ptr<Job> take_job();
     static void bring_into_form(FrameForm& form, Job& job, TextBuffer& text);
 
-    Write write;
+    Write write_;
     /** Jobs that were written: their memory is used again, for new pages cost time. */
-    std::vector<std::shared_ptr<Job>> spare;
-    std::shared_ptr<Job> collecting;
-    std::deque<std::shared_ptr<Job>> in_order;  // submitted and not yet written
-    std::vector<std::unique_ptr<FrameForm>> forms;
+    std::vector<std::shared_ptr<Job>> spare_;
+    std::shared_ptr<Job> collecting_;
+    std::deque<std::shared_ptr<Job>> in_order_;  // submitted and not yet written
+    std::vector<std::unique_ptr<FrameForm>> forms_;
 
-    std::mutex mutex;  // guards what follows, and `done` of every job
-    std::condition_variable changed;
-    std::deque<std::shared_ptr<Job>> waiting;
-    bool stopping = false;
+    std::mutex mutex_;  // guards what follows, and `done` of every job
+    std::condition_variable changed_;
+    std::deque<std::shared_ptr<Job>> waiting_;
+    bool stopping_ = false;
 
-    std::vector<std::thread> threads_running;
+    std::vector<std::thread> threads_running_;
 };
 
 }  // namespace Tools

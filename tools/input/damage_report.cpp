@@ -31,10 +31,10 @@ bool DamageReport::next_frame(FrameInput& input) {
 bool DamageReport::next(FrameInput& input) {
     const bool goes_on = input.next();
     if (goes_on) {
-        if (update) {
-            update(bar);
+        if (update_) {
+            update_(bar_);
         } else {
-            bar.update(input.bytes_done(), input.bytes_total());
+            bar_.update(input.bytes_done(), input.bytes_total());
         }
         note(input);
     } else {
@@ -48,79 +48,79 @@ void DamageReport::note(FrameInput const& input) {
         case FrameInput::Item::kFile:
             break;
         case FrameInput::Item::kHeader:
-            has_content = true;
+            has_content_ = true;
             break;
         case FrameInput::Item::kFrame:
-            has_content = true;
-            ++frames;
+            has_content_ = true;
+            ++frames_;
             break;
         case FrameInput::Item::kFinding:
             use(input.file().path, input.finding());
             break;
         case FrameInput::Item::kNote:
             tell_pending();
-            bar.clear();
-            messages.note(input.note());
+            bar_.clear();
+            messages_.note(input.note());
             break;
     }
 }
 
 void DamageReport::use(std::string const& file, Kit::Finding const& finding) {
     if (finding.kind == FindingKind::kSkipped) {
-        skipped += finding.length;
-        if (!pending.empty()) pending += "; " + finding.text;
+        skipped_ += finding.length;
+        if (!pending_.empty()) pending_ += "; " + finding.text;
         return;
     }
     tell_pending();
     const std::string text =
         file + ": offset " + std::to_string(finding.offset) + ": " + finding.text;
     if (is_loss(finding.kind)) {
-        if (first.empty()) first = file + ": " + finding.text;
-        ++places;
+        if (first_.empty()) first_ = file + ": " + finding.text;
+        ++places_;
     }
-    if (places > kMostTold) {
-        ++untold;
+    if (places_ > kMostTold) {
+        ++untold_;
     } else {
-        pending = text;
+        pending_ = text;
     }
 }
 
 void DamageReport::add_loss(std::string const& what) {
-    ++places;
+    ++places_;
     tell_pending();
-    pending = what;
+    pending_ = what;
 }
 
 void DamageReport::tell_pending() {
-    if (pending.empty()) return;
-    bar.clear();
-    messages.warn(std::exchange(pending, ""));
+    if (pending_.empty()) return;
+    bar_.clear();
+    messages_.warn(std::exchange(pending_, ""));
 }
 
 /** A source with nothing of a recording in it is no damaged recording. */
 void DamageReport::check_content(FrameInput const& input) {
-    if (has_content || first.empty() || input.was_cut_short()) return;
-    pending.clear();
-    bar.clear();
-    throw Kit::InputError(first);
+    if (has_content_ || first_.empty() || input.was_cut_short()) return;
+    pending_.clear();
+    bar_.clear();
+    throw Kit::InputError(first_);
 }
 
 ExitStatus DamageReport::finish(FrameInput const& input) {
     const ExitStatus status = finish();
     if (!input.was_cut_short() || input.is_endless()) return status;
-    messages.warn(source + "interrupted after " + counted(frames, "frame"));
+    messages_.warn(source_ + "interrupted after " + counted(frames_, "frame"));
     return ExitStatus::kDamaged;
 }
 
 ExitStatus DamageReport::finish() {
     tell_pending();
-    bar.clear();
-    if (untold > 0) messages.warn(source + "and " + counted(untold, "place") + " more");
-    if (places > 1 || untold > 0) {
-        messages.warn(source + counted(places, "damaged place") + ", " + counted(skipped, "byte") +
-                      " skipped");
+    bar_.clear();
+    if (untold_ > 0) messages_.warn(source_ + "and " + counted(untold_, "place") + " more");
+    if (places_ > 1 || untold_ > 0) {
+        messages_.warn(source_ + counted(places_, "damaged place") + ", " +
+                       counted(skipped_, "byte") + " skipped");
     }
-    return places > 0 ? ExitStatus::kDamaged : ExitStatus::kOk;
+    return places_ > 0 ? ExitStatus::kDamaged : ExitStatus::kOk;
 }
 
 }  // namespace Tools

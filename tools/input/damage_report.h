@@ -25,7 +25,7 @@ namespace Tools {
 class DamageReport {
 public:
     /** @param bar what is drawn on standard error meanwhile; next_frame() moves it. */
-    DamageReport(Messages const& messages_, ProgressBar& bar_) : messages(messages_), bar(bar_) {}
+    DamageReport(Messages const& messages, ProgressBar& bar) : messages_(messages), bar_(bar) {}
 
     /**
      * Goes on to the next selected frame, and takes note of what comes before it. Returns false at
@@ -40,19 +40,19 @@ public:
     bool next(FrameInput& input);
 
     /**
-     * For one of several inputs: the sum names `source_`, and from now on the bar shows the
-     * progress that `update_` gives it.
+     * For one of several inputs: the sum names `source`, and from now on the bar shows the
+     * progress that `update` gives it.
      */
-    void is_one_of_several(std::string const& source_, std::function<void(ProgressBar&)> update_) {
-        source = source_ + ": ";
-        update = std::move(update_);
+    void is_one_of_several(std::string const& source, std::function<void(ProgressBar&)> update) {
+        source_ = source + ": ";
+        update_ = std::move(update);
     }
 
     /** Takes note of a loss that the input knows nothing of. `what` is part of a line. */
     void add_loss(std::string const& what);
 
     /** Whether anything was lost, skipped or damaged so far. */
-    bool has_damage() const { return places > 0; }
+    bool has_damage() const { return places_ > 0; }
 
     /** Tells the sum, and that Ctrl-C ended the work early. kDamaged when anything is amiss. */
     ExitStatus finish(FrameInput const& input);
@@ -66,17 +66,17 @@ private:
     void tell_pending();
     void check_content(FrameInput const& input);
 
-    Messages const& messages;
-    ProgressBar& bar;
-    std::string source;  // what the lines of the sum begin with
-    std::function<void(ProgressBar&)> update;
-    std::string pending;  // a message that the number of skipped bytes may complete
-    std::string first;    // the first message about damage
-    bool has_content = false;
-    uint64_t frames = 0;
-    uint64_t places = 0;
-    uint64_t untold = 0;
-    uint64_t skipped = 0;
+    Messages const& messages_;
+    ProgressBar& bar_;
+    std::string source_;  // what the lines of the sum begin with
+    std::function<void(ProgressBar&)> update_;
+    std::string pending_;  // a message that the number of skipped bytes may complete
+    std::string first_;    // the first message about damage
+    bool has_content_ = false;
+    uint64_t frames_ = 0;
+    uint64_t places_ = 0;
+    uint64_t untold_ = 0;
+    uint64_t skipped_ = 0;
 };
 
 }  // namespace Tools

@@ -56,28 +56,28 @@ std::string current_path(std::string const& path) {
 }
 
 SourceFiles::SourceFiles(std::string const& path, std::string const& recorder, bool follow)
-    : found(Kit::list_recordings(path)), following(follow) {
+    : found_(Kit::list_recordings(path)), following_(follow) {
     std::error_code ignored;
-    directory_given = fs::is_directory(path, ignored);
-    directory = directory_given ? path : directory_of(path);
-    if (directory_given) choose_recorder(path, recorder);
-    for (Kit::RecordingFile const& file : found) {
-        size += file.size;
-        if (tag || !file.tag) continue;
-        tag = file.tag;
-        if (file.name) prefix = file.name->prefix;
+    directory_given_ = fs::is_directory(path, ignored);
+    directory_ = directory_given_ ? path : directory_of(path);
+    if (directory_given_) choose_recorder(path, recorder);
+    for (Kit::RecordingFile const& file : found_) {
+        size_ += file.size;
+        if (tag_ || !file.tag) continue;
+        tag_ = file.tag;
+        if (file.name) prefix_ = file.name->prefix;
     }
     if (!follow) return;
-    for (Kit::RecordingFile const& file : found) known.insert(base_name(file.path));
-    if (directory_given) return;
+    for (Kit::RecordingFile const& file : found_) known_.insert(base_name(file.path));
+    if (directory_given_) return;
     // What the recorder began earlier is not what comes next.
-    for (Kit::RecordingFile const& file : Kit::list_recordings(directory)) {
-        if (is_earlier(file, found.front())) known.insert(base_name(file.path));
+    for (Kit::RecordingFile const& file : Kit::list_recordings(directory_)) {
+        if (is_earlier(file, found_.front())) known_.insert(base_name(file.path));
     }
 }
 
 void SourceFiles::choose_recorder(std::string const& path, std::string const& recorder) {
-    const std::vector<std::string> recorders = Kit::recorders_of(found);
+    const std::vector<std::string> recorders = Kit::recorders_of(found_);
     if (recorder.empty()) {
         if (recorders.size() > 1) {
             throw Kit::InputError(path +
@@ -87,15 +87,15 @@ void SourceFiles::choose_recorder(std::string const& path, std::string const& re
         }
     } else {
         const size_t blank = recorder.rfind(' ');  // "radar 0xFEED0007"
-        tag = parse_tag(recorder.substr(blank + 1));
-        if (blank != std::string::npos || !tag) prefix = recorder.substr(0, blank);
-        const auto others = std::stable_partition(found.begin(), found.end(),
+        tag_ = parse_tag(recorder.substr(blank + 1));
+        if (blank != std::string::npos || !tag_) prefix_ = recorder.substr(0, blank);
+        const auto others = std::stable_partition(found_.begin(), found_.end(),
                                                   [&](auto const& file) { return belongs(file); });
-        other_files = static_cast<size_t>(found.end() - others);
-        for (auto file = others; file != found.end(); ++file) known.insert(base_name(file->path));
-        found.erase(others, found.end());
+        other_files_ = static_cast<size_t>(found_.end() - others);
+        for (auto file = others; file != found_.end(); ++file) known_.insert(base_name(file->path));
+        found_.erase(others, found_.end());
     }
-    if (!found.empty() || following) return;
+    if (!found_.empty() || following_) return;
     throw Kit::InputError(path + (recorder.empty() ? ": holds no recordings"
                                                    : ": holds no recordings of " + recorder +
                                                          ", but of: " + joined(recorders, ", ")));
@@ -103,39 +103,39 @@ void SourceFiles::choose_recorder(std::string const& path, std::string const& re
 
 /** Whether a file is of the chosen recorder, as far as is known. */
 bool SourceFiles::belongs(Kit::RecordingFile const& file) const {
-    if (tag && file.tag && *tag != *file.tag) return false;
-    return prefix.empty() || !file.name || file.name->prefix == prefix;
+    if (tag_ && file.tag && *tag_ != *file.tag) return false;
+    return prefix_.empty() || !file.name || file.name->prefix == prefix_;
 }
 
 std::optional<Kit::RecordingFile> SourceFiles::next() {
-    if (position == found.size() && following) look_for_new_files();
-    if (position == found.size()) return std::nullopt;
-    return found[position++];
+    if (position_ == found_.size() && following_) look_for_new_files();
+    if (position_ == found_.size()) return std::nullopt;
+    return found_[position_++];
 }
 
 bool SourceFiles::has_newer() {
-    if (position == found.size()) look_for_new_files();
-    return position < found.size();
+    if (position_ == found_.size()) look_for_new_files();
+    return position_ < found_.size();
 }
 
 void SourceFiles::look_for_new_files() {
     std::error_code error;
     std::vector<Kit::RecordingFile> added;
-    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+    for (fs::directory_iterator entry(directory_, error), end; !error && entry != end;
          entry.increment(error)) {
         const std::string name = entry->path().filename().string();
-        if (!Kit::parse_recording_name(name) || known.count(base_name(name)) != 0) continue;
+        if (!Kit::parse_recording_name(name) || known_.count(base_name(name)) != 0) continue;
         Kit::RecordingFile file = Kit::examine_recording(current_path(entry->path().string()));
         // Whose a file is its first record tells; until it is there, the file is left for later.
         if (!file.tag && !file.raw) continue;
-        known.insert(base_name(name));
+        known_.insert(base_name(name));
         if (!file.raw && belongs(file)) added.push_back(std::move(file));
     }
     std::sort(added.begin(), added.end(), is_earlier);
     for (Kit::RecordingFile& file : added) {
-        if (!tag) tag = file.tag;
-        size += file.size;
-        found.push_back(std::move(file));
+        if (!tag_) tag_ = file.tag;
+        size_ += file.size;
+        found_.push_back(std::move(file));
     }
 }
 

@@ -32,30 +32,30 @@ public:
     bool has_newer();
 
     /** Whether the source is a directory, in which one bad file is not the end of everything. */
-    bool is_directory() const { return directory_given; }
-    bool follows() const { return following; }
+    bool is_directory() const { return directory_given_; }
+    bool follows() const { return following_; }
 
     /** Files of other recorders in the directory, which are left out because of --recorder. */
-    size_t left_out() const { return other_files; }
-    uint64_t total_size() const { return size; }
-    std::vector<Kit::RecordingFile> const& files() const { return found; }
+    size_t left_out() const { return other_files_; }
+    uint64_t total_size() const { return size_; }
+    std::vector<Kit::RecordingFile> const& files() const { return found_; }
 
 private:
     void choose_recorder(std::string const& path, std::string const& recorder);
     bool belongs(Kit::RecordingFile const& file) const;
     void look_for_new_files();
 
-    std::vector<Kit::RecordingFile> found;
-    size_t position = 0;
-    bool directory_given;
-    bool following;
-    std::string directory;
+    std::vector<Kit::RecordingFile> found_;
+    size_t position_ = 0;
+    bool directory_given_;
+    bool following_;
+    std::string directory_;
     /** Names, without ".data", of all files that were looked at. */
-    std::set<std::string> known;
-    std::optional<uint32_t> tag;
-    std::string prefix;
-    size_t other_files = 0;
-    uint64_t size = 0;
+    std::set<std::string> known_;
+    std::optional<uint32_t> tag_;
+    std::string prefix_;
+    size_t other_files_ = 0;
+    uint64_t size_ = 0;
 };
 
 /** The path of a file that its recorder may have completed since it was listed. */

@@ -44,7 +44,7 @@ void add_source_options(CLI::App& parser, InputOptions& options) {
 }
 
 bool FrameInput::next() {
-    if (over || cut_short) return false;
+    if (over_ || cut_short) return false;
     for (;;) {
         is_decoded = false;
         if (was_interrupted()) {
@@ -53,14 +53,14 @@ bool FrameInput::next() {
         }
         if (!read()) return false;
         if (current_item != Item::kFrame || is_selected()) return true;
-        if (over) return false;
+        if (over_) return false;
     }
 }
 
 bool FrameInput::is_selected() {
-    current_frame.number = frame_count++;
-    const auto verdict = selection.judge(current_frame.number, current_frame.timestamp);
-    over = verdict == Selection::Verdict::kOver;
+    current_frame.number = frame_count_++;
+    const auto verdict = selection_.judge(current_frame.number, current_frame.timestamp);
+    over_ = verdict == Selection::Verdict::kOver;
     return verdict == Selection::Verdict::kSelected;
 }
 

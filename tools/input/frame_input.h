@@ -103,7 +103,7 @@ public:
     virtual uint64_t bytes_total() const = 0;
 
 protected:
-    explicit FrameInput(Selection selection_) : selection(std::move(selection_)) {}
+    explicit FrameInput(Selection selection) : selection_(std::move(selection)) {}
 
     /** Reads the next item into the members below; false at the end. Counts no frames. */
     virtual bool read() = 0;
@@ -122,9 +122,9 @@ protected:
 private:
     bool is_selected();
 
-    Selection selection;
-    uint64_t frame_count = 0;
-    bool over = false;
+    Selection selection_;
+    uint64_t frame_count_ = 0;
+    bool over_ = false;
 };
 
 /**

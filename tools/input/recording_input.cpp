@@ -57,32 +57,32 @@ std::string reason_of(Kit::InputError const& error, std::string const& path) {
 }  // namespace
 
 RecordingInput::RecordingInput(SourceName const& source, InputOptions const& options,
-                               Selection selection_)
-    : FrameInput(std::move(selection_)), idle(options.idle) {
+                               Selection selection)
+    : FrameInput(std::move(selection)), idle_(options.idle) {
     if (source.kind == SourceName::Kind::kStandardInput) {
-        standard_input_to_come = true;
+        standard_input_to_come_ = true;
         return;
     }
-    files.emplace(source.path, options.recorder, options.follow);
-    left_out_to_tell = files->left_out() > 0;
+    files_.emplace(source.path, options.recorder, options.follow);
+    left_out_to_tell_ = files_->left_out() > 0;
 }
 
 uint64_t RecordingInput::bytes_done() const {
-    return bytes_before + (scanner ? scanner->offset() : 0);
+    return bytes_before_ + (scanner_ ? scanner_->offset() : 0);
 }
 
 bool RecordingInput::read() {
-    if (std::exchange(left_out_to_tell, false)) {
-        return tell("files of other recorders, left out: " + std::to_string(files->left_out()));
+    if (std::exchange(left_out_to_tell_, false)) {
+        return tell("files of other recorders, left out: " + std::to_string(files_->left_out()));
     }
     try {
         for (;;) {
-            if (!to_tell.empty()) {
-                Kit::Finding finding = std::move(to_tell.front());
-                to_tell.pop_front();
+            if (!to_tell_.empty()) {
+                Kit::Finding finding = std::move(to_tell_.front());
+                to_tell_.pop_front();
                 return tell(std::move(finding));
             }
-            if (!scanner) return open_next_file();
+            if (!scanner_) return open_next_file();
             if (use(scan())) return true;
         }
     } catch (WaitInterrupted const&) {
@@ -92,18 +92,18 @@ bool RecordingInput::read() {
 }
 
 bool RecordingInput::open_next_file() {
-    if (!files) {
-        if (!std::exchange(standard_input_to_come, false)) return false;
+    if (!files_) {
+        if (!std::exchange(standard_input_to_come_, false)) return false;
         current_file.path = "standard input";
-        scanner = open_scanner("-", true);
+        scanner_ = open_scanner("-", true);
         current_item = Item::kFile;
         return true;
     }
-    std::optional<Kit::RecordingFile> file = files->next();
+    std::optional<Kit::RecordingFile> file = files_->next();
     while (!file) {
-        if (!files->follows()) return false;
+        if (!files_->follows()) return false;
         wait();
-        file = files->next();
+        file = files_->next();
     }
     open_file(std::move(*file));
     return true;
@@ -116,13 +116,13 @@ void RecordingInput::open_file(Kit::RecordingFile file) {
     current_file = std::move(file);
     current_state = find_file_state(current_file);
     // The last one may be written by a recorder that had nothing to write for a long time.
-    growing = current_state == FileState::kBeingWritten ||
-              (files->follows() && current_state != FileState::kComplete && !files->has_newer());
+    growing_ = current_state == FileState::kBeingWritten ||
+               (files_->follows() && current_state != FileState::kComplete && !files_->has_newer());
     try {
-        scanner = open_scanner(current_file.path, !is_regular(current_file.path));
+        scanner_ = open_scanner(current_file.path, !is_regular(current_file.path));
     } catch (Kit::InputError const& error) {
-        if (!files->is_directory()) throw;
-        to_tell.push_back({FindingKind::kUnreadable, 0, 0, reason_of(error, current_file.path)});
+        if (!files_->is_directory()) throw;
+        to_tell_.push_back({FindingKind::kUnreadable, 0, 0, reason_of(error, current_file.path)});
     }
 }
 
@@ -130,22 +130,22 @@ std::unique_ptr<RecordingScanner> RecordingInput::open_scanner(std::string const
                                                                bool waits) const {
     auto input = std::make_unique<Kit::BlockReader>(path);
     if (waits) {
-        input->set_wait([this](int fd) { wait_for(fd, idle); });
+        input->set_wait([this](int fd) { wait_for(fd, idle_); });
     } else {
         input->set_wait(check_interruption);
     }
     return std::make_unique<RecordingScanner>(
         std::move(input),
-        growing ? RecordingScanner::Tail::kGrowing : RecordingScanner::Tail::kComplete);
+        growing_ ? RecordingScanner::Tail::kGrowing : RecordingScanner::Tail::kComplete);
 }
 
 RecordingInput::Scanned RecordingInput::scan() {
-    if (scanned_ahead) return *std::exchange(scanned_ahead, std::nullopt);
+    if (scanned_ahead_) return *std::exchange(scanned_ahead_, std::nullopt);
     try {
-        return scanner->next();
+        return scanner_->next();
     } catch (Kit::InputError const& error) {
-        if (!frame_seen && !(files && files->is_directory())) throw;
-        read_problem = reason_of(error, scanner->name());
+        if (!frame_seen_ && !(files_ && files_->is_directory())) throw;
+        read_problem_ = reason_of(error, scanner_->name());
         return Scanned::kEnd;
     }
 }
@@ -153,16 +153,16 @@ RecordingInput::Scanned RecordingInput::scan() {
 /** Makes an item of what was scanned; false when it gives none. */
 bool RecordingInput::use(Scanned scanned) {
     if (scanned == Scanned::kFinding && suspect()) return false;
-    if (!suspects.empty()) return use_behind_suspects(scanned);
+    if (!suspects_.empty()) return use_behind_suspects(scanned);
     switch (scanned) {
         case Scanned::kHeader:
-            current_header = scanner->header();
+            current_header = scanner_->header();
             current_item = Item::kHeader;
             return true;
         case Scanned::kRecord:
             return use_record();
         case Scanned::kFinding:
-            return tell(scanner->finding());
+            return tell(scanner_->finding());
         case Scanned::kEnd:
             break;
     }
@@ -170,8 +170,8 @@ bool RecordingInput::use(Scanned scanned) {
 }
 
 bool RecordingInput::use_record() {
-    Kit::Record const& record = scanner->record();
-    frame_seen = true;
+    Kit::Record const& record = scanner_->record();
+    frame_seen_ = true;
     current_item = Item::kFrame;
     current_frame.magic = record.frame.magic;
     current_frame.timestamp = record.frame.timestamp;
@@ -184,26 +184,26 @@ bool RecordingInput::use_record() {
 
 /** The scan has come to the end of what is there of the file. */
 bool RecordingInput::use_end() {
-    if (read_problem.empty() && file_goes_on()) return false;
-    const uint64_t offset = scanner->offset();
-    bytes_before += offset;
-    scanner.reset();
-    if (!read_problem.empty()) {
-        to_tell.push_back({FindingKind::kUnreadable, offset, 0, std::exchange(read_problem, "")});
+    if (read_problem_.empty() && file_goes_on()) return false;
+    const uint64_t offset = scanner_->offset();
+    bytes_before_ += offset;
+    scanner_.reset();
+    if (!read_problem_.empty()) {
+        to_tell_.push_back({FindingKind::kUnreadable, offset, 0, std::exchange(read_problem_, "")});
     }
     return false;
 }
 
 /** Waits when the recorder has not ended the file yet. Whether the scan is to go on. */
 bool RecordingInput::file_goes_on() {
-    if (!growing || !is_endless()) return false;
+    if (!growing_ || !is_endless()) return false;
     std::error_code ignored;
     // Renamed or removed, or left behind: what is there now is all.
     const bool has_ended = !std::filesystem::exists(current_file.path, ignored) ||
-                           (++ticks % kTicksPerLook == 0 && files->has_newer());
+                           (++ticks_ % kTicksPerLook == 0 && files_->has_newer());
     if (has_ended) {
-        growing = false;
-        scanner->stop_growing();
+        growing_ = false;
+        scanner_->stop_growing();
     } else {
         wait();
     }
@@ -212,26 +212,26 @@ bool RecordingInput::file_goes_on() {
 
 /** Whether a finding may only say that one of the directory's files holds raw data. */
 bool RecordingInput::suspect() {
-    if (!files || !files->is_directory()) return false;
-    const FindingKind kind = scanner->finding().kind;
-    if (kind != FindingKind::kRawData && (suspects.empty() || kind != FindingKind::kSkipped)) {
+    if (!files_ || !files_->is_directory()) return false;
+    const FindingKind kind = scanner_->finding().kind;
+    if (kind != FindingKind::kRawData && (suspects_.empty() || kind != FindingKind::kSkipped)) {
         return false;
     }
-    suspects.push_back(scanner->finding());
+    suspects_.push_back(scanner_->finding());
     return true;
 }
 
 /** Only when a record follows there is no doubt that the file does not hold raw data. */
 bool RecordingInput::use_behind_suspects(Scanned scanned) {
-    if (scanned == Scanned::kEnd && read_problem.empty()) {
-        suspects.clear();
-        growing = false;
+    if (scanned == Scanned::kEnd && read_problem_.empty()) {
+        suspects_.clear();
+        growing_ = false;
         use_end();
         return tell(current_file.path +
                     ": passed over: no record behind the header, raw data or damage");
     }
-    to_tell = std::exchange(suspects, {});
-    scanned_ahead = scanned;
+    to_tell_ = std::exchange(suspects_, {});
+    scanned_ahead_ = scanned;
     return false;
 }
 
@@ -248,7 +248,7 @@ bool RecordingInput::tell(std::string note) {
 }
 
 void RecordingInput::wait() const {
-    if (idle) idle();
+    if (idle_) idle_();
     if (was_interrupted()) throw WaitInterrupted();
     poll(nullptr, 0, kTickMs);
 }

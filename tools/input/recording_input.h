@@ -17,9 +17,9 @@ class RecordingInput : public FrameInput {
 public:
     RecordingInput(SourceName const& source, InputOptions const& options, Selection selection);
 
-    bool is_endless() const override { return files && files->follows(); }
+    bool is_endless() const override { return files_ && files_->follows(); }
     uint64_t bytes_done() const override;
-    uint64_t bytes_total() const override { return files ? files->total_size() : 0; }
+    uint64_t bytes_total() const override { return files_ ? files_->total_size() : 0; }
 
 private:
     using Scanned = Kit::RecordingScanner::Item;
@@ -39,20 +39,20 @@ private:
     bool tell(std::string note);
     void wait() const;
 
-    std::optional<SourceFiles> files;  // none for standard input
-    std::function<void()> idle;
-    std::unique_ptr<Kit::RecordingScanner> scanner;
-    bool standard_input_to_come = false;
-    bool left_out_to_tell = false;
-    bool growing = false;  // the recorder may write more of the file
-    bool frame_seen = false;
-    unsigned ticks = 0;
-    uint64_t bytes_before = 0;
-    std::string read_problem;  // why the rest of the file cannot be read
-    std::deque<Kit::Finding> to_tell;
+    std::optional<SourceFiles> files_;  // none for standard input
+    std::function<void()> idle_;
+    std::unique_ptr<Kit::RecordingScanner> scanner_;
+    bool standard_input_to_come_ = false;
+    bool left_out_to_tell_ = false;
+    bool growing_ = false;  // the recorder may write more of the file
+    bool frame_seen_ = false;
+    unsigned ticks_ = 0;
+    uint64_t bytes_before_ = 0;
+    std::string read_problem_;  // why the rest of the file cannot be read
+    std::deque<Kit::Finding> to_tell_;
     /** Of a directory's file: what may only say that it holds raw data, until a record follows. */
-    std::deque<Kit::Finding> suspects;
-    std::optional<Scanned> scanned_ahead;
+    std::deque<Kit::Finding> suspects_;
+    std::optional<Scanned> scanned_ahead_;
 };
 
 /** The timestamp of the last frame of a file or a directory; 0 without frames. */

@@ -203,31 +203,31 @@ Moment parse_moment(std::string const& option, std::string const& text) {
 }
 
 Selection::Selection(SelectionOptions const& options)
-    : start(parse_if_given("--start", options.start)), end(parse_if_given("--end", options.end)) {
-    if (!options.frames.empty() && !parse_range(options.frames, first_number, last_number)) {
+    : start_(parse_if_given("--start", options.start)), end_(parse_if_given("--end", options.end)) {
+    if (!options.frames.empty() && !parse_range(options.frames, first_number_, last_number_)) {
         throw UsageError("--frames " + options.frames +
                          ": no range of whole numbers such as 10-20, 10- or -20");
     }
 }
 
 bool Selection::needs_last_timestamp() const {
-    return ends_by_last_timestamp() || (start && start->origin == Moment::Origin::kLastFrame);
+    return ends_by_last_timestamp() || (start_ && start_->origin == Moment::Origin::kLastFrame);
 }
 
 bool Selection::ends_by_last_timestamp() const {
-    return end && end->origin == Moment::Origin::kLastFrame;
+    return end_ && end_->origin == Moment::Origin::kLastFrame;
 }
 
 void Selection::set_last_timestamp(uint64_t timestamp) {
-    last_timestamp = timestamp;
+    last_timestamp_ = timestamp;
 }
 
 uint64_t Selection::resolve(Moment const& moment) const {
     switch (moment.origin) {
         case Moment::Origin::kFirstFrame:
-            return *first_timestamp + std::min(moment.us, UINT64_MAX - *first_timestamp);
+            return *first_timestamp_ + std::min(moment.us, UINT64_MAX - *first_timestamp_);
         case Moment::Origin::kLastFrame:
-            return last_timestamp - std::min(moment.us, last_timestamp);
+            return last_timestamp_ - std::min(moment.us, last_timestamp_);
         case Moment::Origin::kAbsolute:
             break;
     }
@@ -235,12 +235,12 @@ uint64_t Selection::resolve(Moment const& moment) const {
 }
 
 Selection::Verdict Selection::judge(uint64_t number, uint64_t timestamp) {
-    if (!first_timestamp) first_timestamp = timestamp;
-    if (number > last_number) return Verdict::kOver;
-    if (!started) started = !start || timestamp >= resolve(*start);
-    if (!started) return Verdict::kBefore;
-    if (end && timestamp >= resolve(*end)) return Verdict::kOver;
-    return number < first_number ? Verdict::kBefore : Verdict::kSelected;
+    if (!first_timestamp_) first_timestamp_ = timestamp;
+    if (number > last_number_) return Verdict::kOver;
+    if (!started_) started_ = !start_ || timestamp >= resolve(*start_);
+    if (!started_) return Verdict::kBefore;
+    if (end_ && timestamp >= resolve(*end_)) return Verdict::kOver;
+    return number < first_number_ ? Verdict::kBefore : Verdict::kSelected;
 }
 
 }  // namespace Tools

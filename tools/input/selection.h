@@ -70,13 +70,13 @@ public:
 private:
     uint64_t resolve(Moment const& moment) const;
 
-    std::optional<Moment> start;
-    std::optional<Moment> end;
-    uint64_t first_number = 0;
-    uint64_t last_number = UINT64_MAX;
-    std::optional<uint64_t> first_timestamp;
-    uint64_t last_timestamp = 0;
-    bool started = false;
+    std::optional<Moment> start_;
+    std::optional<Moment> end_;
+    uint64_t first_number_ = 0;
+    uint64_t last_number_ = UINT64_MAX;
+    std::optional<uint64_t> first_timestamp_;
+    uint64_t last_timestamp_ = 0;
+    bool started_ = false;
 };
 
 }  // namespace Tools

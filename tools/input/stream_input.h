@@ -13,7 +13,7 @@ public:
     StreamInput(SourceName const& source, InputOptions const& options, Selection selection);
 
     bool is_endless() const override { return true; }
-    uint64_t bytes_done() const override { return client.bytes(); }
+    uint64_t bytes_done() const override { return client_.bytes(); }
     uint64_t bytes_total() const override { return 0; }
 
 private:
@@ -25,12 +25,12 @@ private:
     bool tell(Kit::FindingKind kind);
     bool refuse_foreign_bytes();
 
-    std::function<void()> idle;
-    Kit::StreamClient client;
-    Kit::StreamFrame stream_frame;
-    uint64_t frames = 0;
-    bool begun = false;
-    bool ended = false;
+    std::function<void()> idle_;
+    Kit::StreamClient client_;
+    Kit::StreamFrame stream_frame_;
+    uint64_t frames_ = 0;
+    bool begun_ = false;
+    bool ended_ = false;
 };
 
 }  // namespace Tools

@@ -17,24 +17,24 @@ bool is_longer(FrameGap const& a, FrameGap const& b) {
 }  // namespace
 
 void FrameTiming::add(InputFrame const& frame, std::string const& file) {
-    const uint64_t length_us = frame.timestamp - last;
-    if (frame_count == 0) {
-        first = frame.timestamp;
-    } else if (frame.timestamp < last) {
-        ++back_count;
+    const uint64_t length_us = frame.timestamp - last_;
+    if (frame_count_ == 0) {
+        first_ = frame.timestamp;
+    } else if (frame.timestamp < last_) {
+        ++back_count_;
     } else {
         add_interval(length_us);
-        if (is_long(length_us)) keep({length_us, last, {file, frame.offset, frame.number}});
+        if (is_long(length_us)) keep({length_us, last_, {file, frame.offset, frame.number}});
     }
-    ++frame_count;
-    last = frame.timestamp;
+    ++frame_count_;
+    last_ = frame.timestamp;
 }
 
 void FrameTiming::add_interval(uint64_t length_us) {
-    shortest = interval_count == 0 ? length_us : std::min(shortest, length_us);
-    ++interval_count;
+    shortest_ = interval_count_ == 0 ? length_us : std::min(shortest_, length_us);
+    ++interval_count_;
     const auto length = static_cast<double>(length_us);
-    Step& step = steps[step_of(length_us)];
+    Step& step = steps_[step_of(length_us)];
     ++step.count;
     step.longest = std::max(step.longest, length_us);
     step.sum += length;
@@ -43,16 +43,16 @@ void FrameTiming::add_interval(uint64_t length_us) {
 
 /** Whether an interval is among the longest so far. */
 bool FrameTiming::is_long(uint64_t length_us) const {
-    return long_intervals.size() < kMostGaps || length_us > long_intervals.front().length_us;
+    return long_intervals_.size() < kMostGaps || length_us > long_intervals_.front().length_us;
 }
 
 void FrameTiming::keep(FrameGap gap) {
-    if (long_intervals.size() == kMostGaps) {
-        std::pop_heap(long_intervals.begin(), long_intervals.end(), is_longer);
-        long_intervals.pop_back();
+    if (long_intervals_.size() == kMostGaps) {
+        std::pop_heap(long_intervals_.begin(), long_intervals_.end(), is_longer);
+        long_intervals_.pop_back();
     }
-    long_intervals.push_back(std::move(gap));
-    std::push_heap(long_intervals.begin(), long_intervals.end(), is_longer);
+    long_intervals_.push_back(std::move(gap));
+    std::push_heap(long_intervals_.begin(), long_intervals_.end(), is_longer);
 }
 
 FrameTiming::Intervals FrameTiming::intervals() const {
@@ -60,8 +60,8 @@ FrameTiming::Intervals FrameTiming::intervals() const {
     Intervals all;
     double sum = 0;
     double squares = 0;
-    for (size_t i = 0; i < (from ? step_of(*from) : steps.size()); ++i) {
-        Step const& step = steps[i];
+    for (size_t i = 0; i < (from ? step_of(*from) : steps_.size()); ++i) {
+        Step const& step = steps_[i];
         all.count += step.count;
         all.longest_us = std::max(all.longest_us, step.longest);
         sum += step.sum;
@@ -69,7 +69,7 @@ FrameTiming::Intervals FrameTiming::intervals() const {
     }
     if (all.count == 0) return all;
     const auto count = static_cast<double>(all.count);
-    all.shortest_us = shortest;
+    all.shortest_us = shortest_;
     all.mean_us = sum / count;
     if (all.count > 1) {
         all.deviation_us = std::sqrt(std::max(0.0, squares - sum * all.mean_us) / (count - 1));
@@ -93,15 +93,15 @@ uint64_t FrameTiming::begin_of(size_t step) {
 
 uint64_t FrameTiming::usual_us() const {
     uint64_t count = 0;
-    for (size_t step = 0; step < steps.size(); ++step) {
-        count += steps[step].count;
-        if (10 * count >= 9 * interval_count) return begin_of(step + 1);
+    for (size_t step = 0; step < steps_.size(); ++step) {
+        count += steps_[step].count;
+        if (10 * count >= 9 * interval_count_) return begin_of(step + 1);
     }
     return 0;
 }
 
 std::optional<uint64_t> FrameTiming::gap_from_us() const {
-    if (interval_count < kFewestIntervals) return std::nullopt;
+    if (interval_count_ < kFewestIntervals) return std::nullopt;
     const uint64_t usual = usual_us();
     if (usual > UINT64_MAX / 32) return std::nullopt;
     return begin_of(step_of(usual * 16 / 10) + 1);
@@ -111,14 +111,14 @@ uint64_t FrameTiming::gap_count() const {
     const auto from = gap_from_us();
     if (!from) return 0;
     uint64_t count = 0;
-    for (size_t step = step_of(*from); step < steps.size(); ++step) count += steps[step].count;
+    for (size_t step = step_of(*from); step < steps_.size(); ++step) count += steps_[step].count;
     return count;
 }
 
 std::vector<FrameGap> FrameTiming::gaps() const {
     const auto from = gap_from_us();
     std::vector<FrameGap> found;
-    for (FrameGap const& interval : long_intervals) {
+    for (FrameGap const& interval : long_intervals_) {
         if (from && interval.length_us >= *from) found.push_back(interval);
     }
     std::sort(found.begin(), found.end(),

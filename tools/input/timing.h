@@ -35,9 +35,9 @@ public:
     /** Takes the next frame, which stands in `file`. */
     void add(InputFrame const& frame, std::string const& file);
 
-    uint64_t frames() const { return frame_count; }
-    uint64_t first_us() const { return first; }
-    uint64_t last_us() const { return last; }
+    uint64_t frames() const { return frame_count_; }
+    uint64_t first_us() const { return first_; }
+    uint64_t last_us() const { return last_; }
 
     /** The times between two frames that are neither gaps nor go back. */
     struct Intervals {
@@ -50,7 +50,7 @@ public:
     Intervals intervals() const;
 
     /** How often a frame was earlier than the one before. */
-    uint64_t steps_back() const { return back_count; }
+    uint64_t steps_back() const { return back_count_; }
 
     /** What nine of ten times between frames are at most, rounded up by up to 1/16. */
     uint64_t usual_us() const;
@@ -71,12 +71,12 @@ private:
     bool is_long(uint64_t length_us) const;
     void keep(FrameGap gap);
 
-    uint64_t frame_count = 0;
-    uint64_t first = 0;
-    uint64_t last = 0;
-    uint64_t back_count = 0;
-    uint64_t interval_count = 0;
-    uint64_t shortest = 0;
+    uint64_t frame_count_ = 0;
+    uint64_t first_ = 0;
+    uint64_t last_ = 0;
+    uint64_t back_count_ = 0;
+    uint64_t interval_count_ = 0;
+    uint64_t shortest_ = 0;
     /** The intervals of each step of length. */
     struct Step {
         uint64_t count = 0;
@@ -84,9 +84,9 @@ private:
         double sum = 0;
         double squares = 0;
     };
-    std::vector<Step> steps = std::vector<Step>(64 * kStepsPerOctave);
+    std::vector<Step> steps_ = std::vector<Step>(64 * kStepsPerOctave);
     /** The longest intervals; a heap with the shortest of them in front. */
-    std::vector<FrameGap> long_intervals;
+    std::vector<FrameGap> long_intervals_;
 };
 
 }  // namespace Tools

@@ -30,21 +30,21 @@ void SourceSurvey::begin_file(FrameInput const& input) {
     FileSurvey survey;
     survey.file = input.file();
     survey.state = input.state();
-    surveys.push_back(std::move(survey));
+    surveys_.push_back(std::move(survey));
 }
 
 void SourceSurvey::end_file(FrameInput const& input) {
-    if (!surveys.empty()) surveys.back().bytes = input.bytes_done() - file_begin;
-    file_begin = input.bytes_done();
+    if (!surveys_.empty()) surveys_.back().bytes = input.bytes_done() - file_begin_;
+    file_begin_ = input.bytes_done();
 }
 
 void SourceSurvey::finish(FrameInput const& input) {
     end_file(input);
-    byte_count = input.bytes_done();
+    byte_count_ = input.bytes_done();
 }
 
 void SourceSurvey::add_header(Kit::RecordingHeader const& header) {
-    FileSurvey& file = surveys.back();
+    FileSurvey& file = surveys_.back();
     if (!file.header) file.header = header;
     ++file.headers;
     // As long as nothing else is found, unless the recorder is still counting.
@@ -55,22 +55,23 @@ void SourceSurvey::add_header(Kit::RecordingHeader const& header) {
 
 void SourceSurvey::add_frame(FrameInput const& input) {
     InputFrame const& frame = input.frame();
-    FileSurvey& file = surveys.back();
+    FileSurvey& file = surveys_.back();
     ++file.records;
     file.cut_offset.reset();  // what looked like one was a wrong length
-    if (tag_count == nullptr || frame.tag != tag) {
-        tag = frame.tag;
-        tag_count = &tag_counts[tag];
+    if (tag_count_ == nullptr || frame.tag != tag_) {
+        tag_ = frame.tag;
+        tag_count_ = &tag_counts_[tag_];
     }
-    ++*tag_count;
-    fewest = frame_timing.frames() == 0 ? frame.target_count : std::min(fewest, frame.target_count);
-    most = std::max(most, frame.target_count);
-    target_count += frame.target_count;
-    frame_timing.add(frame, file.file.path);
+    ++*tag_count_;
+    fewest_ =
+        frame_timing_.frames() == 0 ? frame.target_count : std::min(fewest_, frame.target_count);
+    most_ = std::max(most_, frame.target_count);
+    target_count_ += frame.target_count;
+    frame_timing_.add(frame, file.file.path);
 }
 
 void SourceSurvey::add_finding(Kit::Finding const& finding) {
-    FileSurvey& file = surveys.back();
+    FileSurvey& file = surveys_.back();
     if (finding.kind == FindingKind::kSkipped) {
         file.skipped_bytes += finding.length;
         return;
@@ -88,7 +89,7 @@ void SourceSurvey::add_finding(Kit::Finding const& finding) {
 
 uint64_t SourceSurvey::skipped_bytes() const {
     uint64_t sum = 0;
-    for (FileSurvey const& file : surveys) sum += file.skipped_bytes;
+    for (FileSurvey const& file : surveys_) sum += file.skipped_bytes;
     return sum;
 }
 

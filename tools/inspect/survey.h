@@ -41,16 +41,16 @@ public:
     /** Takes note of the input's end. */
     void finish(FrameInput const& input);
 
-    std::vector<FileSurvey> const& files() const { return surveys; }
-    FrameTiming const& timing() const { return frame_timing; }
+    std::vector<FileSurvey> const& files() const { return surveys_; }
+    FrameTiming const& timing() const { return frame_timing_; }
     /** The number of records of each tag. */
-    std::map<uint32_t, uint64_t> const& tags() const { return tag_counts; }
+    std::map<uint32_t, uint64_t> const& tags() const { return tag_counts_; }
 
-    uint64_t bytes() const { return byte_count; }
-    uint64_t records() const { return frame_timing.frames(); }
-    uint64_t targets() const { return target_count; }
-    uint32_t fewest_targets() const { return fewest; }
-    uint32_t most_targets() const { return most; }
+    uint64_t bytes() const { return byte_count_; }
+    uint64_t records() const { return frame_timing_.frames(); }
+    uint64_t targets() const { return target_count_; }
+    uint32_t fewest_targets() const { return fewest_; }
+    uint32_t most_targets() const { return most_; }
     uint64_t skipped_bytes() const;
 
 private:
@@ -60,16 +60,16 @@ private:
     void add_frame(FrameInput const& input);
     void add_finding(Kit::Finding const& finding);
 
-    std::vector<FileSurvey> surveys;
-    FrameTiming frame_timing;
-    std::map<uint32_t, uint64_t> tag_counts;
-    uint64_t* tag_count = nullptr;  // of the last tag
-    uint32_t tag = 0;
-    uint64_t byte_count = 0;
-    uint64_t file_begin = 0;
-    uint64_t target_count = 0;
-    uint32_t fewest = 0;
-    uint32_t most = 0;
+    std::vector<FileSurvey> surveys_;
+    FrameTiming frame_timing_;
+    std::map<uint32_t, uint64_t> tag_counts_;
+    uint64_t* tag_count_ = nullptr;  // of the last tag
+    uint32_t tag_ = 0;
+    uint64_t byte_count_ = 0;
+    uint64_t file_begin_ = 0;
+    uint64_t target_count_ = 0;
+    uint32_t fewest_ = 0;
+    uint32_t most_ = 0;
 };
 
 }  // namespace Tools

@@ -63,33 +63,33 @@ std::string frames_text(uint64_t count) {
 /** One run of the verb. */
 class Listener {
 public:
-    Listener(Options const& options_, Console& console_)
-        : options(options_),
-          console(console_),
-          path(socket_path(options_.source)),
-          client(std::make_unique<Kit::StreamClient>(path)) {
-        status.source = options.source;
-        is_live = options.format.empty() && takes_pictures(console.out.fd());
-        view = is_live ? make_live_view(console)
-                       : make_plain_view(frame_format(options.format), console);
+    Listener(Options const& options, Console& console)
+        : options_(options),
+          console_(console),
+          path_(socket_path(options.source)),
+          client_(std::make_unique<Kit::StreamClient>(path_)) {
+        status_.source = options_.source;
+        is_live_ = options_.format.empty() && takes_pictures(console_.out.fd());
+        view_ = is_live_ ? make_live_view(console_)
+                         : make_plain_view(frame_format(options_.format), console_);
     }
 
     ExitStatus run() {
-        while (!is_done() && (client != nullptr || connect_again())) use(read());
-        view.reset();
+        while (!is_done() && (client_ != nullptr || connect_again())) use(read());
+        view_.reset();
         return report();
     }
 
 private:
     bool is_done() const {
-        return was_interrupted() || view->wants_end() ||
-               (options.frames > 0 && status.frames == options.frames);
+        return was_interrupted() || view_->wants_end() ||
+               (options_.frames > 0 && status_.frames == options_.frames);
     }
 
     Result read() {
-        const Result result = client->next(frame, kTick);
-        status.bytes = bytes_before + client->bytes();
-        status.frame_rate = rate.rate(Clock::now());
+        const Result result = client_->next(frame_, kTick);
+        status_.bytes = bytes_before_ + client_->bytes();
+        status_.frame_rate = rate_.rate(Clock::now());
         return result;
     }
 
@@ -100,75 +100,75 @@ private:
             case Result::kTimeout:
                 return use_silence();
             case Result::kUndecodable:
-                ++undecodable;
-                ++status.lost_frames;
-                return view->tell(client->problem(), true);
+                ++undecodable_;
+                ++status_.lost_frames;
+                return view_->tell(client_->problem(), true);
             case Result::kEnd:
                 return lose_stream("the stream ended", false);
             case Result::kCut:
-                ++cut;
-                ++status.lost_frames;
-                return lose_stream("the stream " + client->problem(), true);
+                ++cut_;
+                ++status_.lost_frames;
+                return lose_stream("the stream " + client_->problem(), true);
             case Result::kForeign:
                 return use_foreign_bytes();
             case Result::kFailed:
-                return lose_stream("the stream cannot be read: " + client->problem(), true);
+                return lose_stream("the stream cannot be read: " + client_->problem(), true);
         }
     }
 
     void use_frame() {
-        ++status.frames;
-        targets += static_cast<uint64_t>(frame.objects.targets_size());
-        last_frame = Clock::now();
-        rate.count(last_frame);
+        ++status_.frames;
+        targets_ += static_cast<uint64_t>(frame_.objects.targets_size());
+        last_frame_ = Clock::now();
+        rate_.count(last_frame_);
         set_state("live", true);
-        view->show(frame.objects, status);
+        view_->show(frame_.objects, status_);
     }
 
     void use_silence() {
         const auto silence =
-            std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - last_frame);
+            std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - last_frame_);
         if (silence >= kSilence) {
             set_state("no frame for " + std::to_string(silence.count()) + " s", false);
         }
-        view->idle(status);
+        view_->idle(status_);
     }
 
     void use_foreign_bytes() {
-        if (status.frames == 0) {
-            view.reset();
-            throw Kit::InputError(options.source + ": no target stream: " + client->problem());
+        if (status_.frames == 0) {
+            view_.reset();
+            throw Kit::InputError(options_.source + ": no target stream: " + client_->problem());
         }
-        ++cut;
-        ++status.lost_frames;
-        lose_stream("the stream is damaged " + client->problem(), true);
+        ++cut_;
+        ++status_.lost_frames;
+        lose_stream("the stream is damaged " + client_->problem(), true);
     }
 
     void lose_stream(std::string const& why, bool is_problem) {
-        bytes_before += client->bytes();
-        client.reset();
+        bytes_before_ += client_->bytes();
+        client_.reset();
         if (is_done()) return;
-        const std::string after = " after " + frames_text(status.frames);
-        if (options.ends_with_the_service) return view->tell(why + after, is_problem);
+        const std::string after = " after " + frames_text(status_.frames);
+        if (options_.ends_with_the_service) return view_->tell(why + after, is_problem);
         set_state(why + ", waiting for the service", false);
-        view->tell(why + after + "; waiting for the service", is_problem);
+        view_->tell(why + after + "; waiting for the service", is_problem);
     }
 
     /** Waits until the service is there again. Returns false when there is no need to. */
     bool connect_again() {
-        if (options.ends_with_the_service) return false;
+        if (options_.ends_with_the_service) return false;
         const auto begin = Clock::now();
         for (auto next = begin + kTick; !is_done(); next += kConnectAgainAfter) {
             while (Clock::now() < next && !is_done()) {
-                status.frame_rate = rate.rate(Clock::now());
-                view->idle(status);
+                status_.frame_rate = rate_.rate(Clock::now());
+                view_->idle(status_);
                 poll(nullptr, 0, static_cast<int>(kTick.count()));
             }
             if (!try_to_connect()) continue;
-            ++status.reconnects;
-            last_frame = Clock::now();
+            ++status_.reconnects;
+            last_frame_ = Clock::now();
             set_state("connected again", true);
-            view->tell("connected again", false);
+            view_->tell("connected again", false);
             return true;
         }
         return false;
@@ -176,7 +176,7 @@ private:
 
     bool try_to_connect() {
         try {
-            client = std::make_unique<Kit::StreamClient>(path);
+            client_ = std::make_unique<Kit::StreamClient>(path_);
         } catch (Kit::InputError const&) {
             return false;  // not there yet; the person was told that we wait
         }
@@ -184,35 +184,36 @@ private:
     }
 
     void set_state(std::string const& state, bool is_well) {
-        status.state = state;
-        status.is_well = is_well;
+        status_.state = state;
+        status_.is_well = is_well;
     }
 
     ExitStatus report() const {
-        if (is_live) {
-            console.messages.note(frames_text(status.frames) + ", " + counted(targets, "target") +
-                                  ", " + counted(status.bytes, "byte"));
+        if (is_live_) {
+            console_.messages.note(frames_text(status_.frames) + ", " +
+                                   counted(targets_, "target") + ", " +
+                                   counted(status_.bytes, "byte"));
         }
-        if (status.lost_frames == 0) return ExitStatus::kOk;
-        console.messages.warn(frames_text(cut) + " cut off, " + frames_text(undecodable) +
-                              " that did not decode");
+        if (status_.lost_frames == 0) return ExitStatus::kOk;
+        console_.messages.warn(frames_text(cut_) + " cut off, " + frames_text(undecodable_) +
+                               " that did not decode");
         return ExitStatus::kDamaged;
     }
 
-    Options const& options;
-    Console& console;
-    std::string path;
-    std::unique_ptr<Kit::StreamClient> client;
-    std::unique_ptr<ListenView> view;
-    bool is_live = false;
-    Kit::StreamFrame frame;
-    StreamStatus status{"", "connected"};
-    RateMeter rate;
-    Clock::time_point last_frame = Clock::now();
-    uint64_t targets = 0;
-    uint64_t cut = 0;
-    uint64_t undecodable = 0;
-    uint64_t bytes_before = 0;  // in earlier connections
+    Options const& options_;
+    Console& console_;
+    std::string path_;
+    std::unique_ptr<Kit::StreamClient> client_;
+    std::unique_ptr<ListenView> view_;
+    bool is_live_ = false;
+    Kit::StreamFrame frame_;
+    StreamStatus status_{"", "connected"};
+    RateMeter rate_;
+    Clock::time_point last_frame_ = Clock::now();
+    uint64_t targets_ = 0;
+    uint64_t cut_ = 0;
+    uint64_t undecodable_ = 0;
+    uint64_t bytes_before_ = 0;  // in earlier connections
 };
 
 Run declare(CLI::App& parser) {

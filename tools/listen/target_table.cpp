@@ -82,57 +82,57 @@ const std::array<Column, 6> kColumns = {{
 /** Lines that fit a window, with colours where they are wanted. */
 class Picture {
 public:
-    Picture(WindowSize window_, bool coloured_) : window(window_), coloured(coloured_) {
+    Picture(WindowSize window, bool coloured) : window_(window), coloured_(coloured) {
         int width = 0;
         for (Column const& column : kColumns) {
-            width += (columns > 0 ? kGap : 0) + column.width;
-            if (width > window.columns) break;
-            ++columns;
-            table_width = width;
+            width += (columns_ > 0 ? kGap : 0) + column.width;
+            if (width > window_.columns) break;
+            ++columns_;
+            table_width_ = width;
         }
-        const int left = window.columns - table_width - kGap;
-        if (columns == kColumns.size() && left >= kScaleMin) {
-            scale_width = std::min(left, kScaleMax) - (std::min(left, kScaleMax) + 1) % 2;
+        const int left = window_.columns - table_width_ - kGap;
+        if (columns_ == kColumns.size() && left >= kScaleMin) {
+            scale_width_ = std::min(left, kScaleMax) - (std::min(left, kScaleMax) + 1) % 2;
         }
     }
 
     void add(std::string const& colour, std::string text) {
-        if (static_cast<int>(lines.size()) >= window.rows) return;
-        text.resize(std::min(text.size(), static_cast<size_t>(window.columns)));
-        lines.push_back(coloured && !colour.empty() ? colour + text + kPlain : text);
+        if (static_cast<int>(lines.size()) >= window_.rows) return;
+        text.resize(std::min(text.size(), static_cast<size_t>(window_.columns)));
+        lines.push_back(coloured_ && !colour.empty() ? colour + text + kPlain : text);
     }
 
     void add_titles() {
         std::string text;
-        for (size_t i = 0; i < columns; ++i) {
+        for (size_t i = 0; i < columns_; ++i) {
             if (i > 0) text.append(kGap, ' ');
             text += formatted(i + 1 == kColumns.size() ? "%-*s" : "%*s", kColumns[i].width,
                               kColumns[i].title);
         }
-        if (scale_width > 0) text += std::string(kGap, ' ') + scale_title();
+        if (scale_width_ > 0) text += std::string(kGap, ' ') + scale_title();
         add(kDim, text);
     }
 
     void add_target(RO::TargetData const& target) {
         std::string text;
-        for (size_t i = 0; i < columns; ++i) {
+        for (size_t i = 0; i < columns_; ++i) {
             if (i > 0) text.append(kGap, ' ');
             text += kColumns[i].text(target);
         }
-        if (scale_width > 0) text += std::string(kGap, ' ') + scale(target.theta());
+        if (scale_width_ > 0) text += std::string(kGap, ' ') + scale(target.theta());
         add(target.rdot() <= -kStill  ? kApproaching
             : target.rdot() >= kStill ? kReceding
                                       : "",
             text);
     }
 
-    int rows_left() const { return window.rows - static_cast<int>(lines.size()); }
+    int rows_left() const { return window_.rows - static_cast<int>(lines.size()); }
 
     std::vector<std::string> lines;
 
 private:
     std::string scale_title() const {
-        std::string text(static_cast<size_t>(scale_width), ' ');
+        std::string text(static_cast<size_t>(scale_width_), ' ');
         text.replace(0, 4, "left");
         text.replace(text.size() - 5, 5, "right");
         return text;
@@ -140,8 +140,8 @@ private:
 
     /** Where a target is from left to right, seen from the radar. */
     std::string scale(float theta) const {
-        std::string text(static_cast<size_t>(scale_width), '.');
-        const int middle = scale_width / 2;
+        std::string text(static_cast<size_t>(scale_width_), '.');
+        const int middle = scale_width_ / 2;
         text[static_cast<size_t>(middle)] = '|';
         if (std::isnan(theta)) return text;
         const float part = std::clamp(theta / kWidestBearing, -1.0F, 1.0F);
@@ -150,11 +150,11 @@ private:
         return text;
     }
 
-    WindowSize window;
-    bool coloured;
-    size_t columns = 0;
-    int table_width = 0;
-    int scale_width = 0;
+    WindowSize window_;
+    bool coloured_;
+    size_t columns_ = 0;
+    int table_width_ = 0;
+    int scale_width_ = 0;
 };
 
 /** By range, nearest first; ranges that are no number come last. */

@@ -16,69 +16,69 @@ namespace {
 
 class PlainView final : public ListenView {
 public:
-    PlainView(FrameFormat format, Console& console_)
-        : console(console_), printer(format, console_.out) {
-        printer.begin();
-        console.out.flush();
+    PlainView(FrameFormat format, Console& console)
+        : console_(console), printer_(format, console.out) {
+        printer_.begin();
+        console_.out.flush();
     }
 
     void show(RO::RadarObjects const& frame, StreamStatus const& /*status*/) override {
-        printer.print(frame);
-        console.out.flush();
+        printer_.print(frame);
+        console_.out.flush();
     }
 
-    void idle(StreamStatus const& /*status*/) override { console.out.check_reader(); }
+    void idle(StreamStatus const& /*status*/) override { console_.out.check_reader(); }
 
     bool wants_end() override { return false; }
 
     void tell(std::string const& what, bool is_problem) override {
-        is_problem ? console.messages.warn(what) : console.messages.note(what);
+        is_problem ? console_.messages.warn(what) : console_.messages.note(what);
     }
 
 private:
-    Console& console;
-    FramePrinter printer;
+    Console& console_;
+    FramePrinter printer_;
 };
 
 class LiveView final : public ListenView {
 public:
-    explicit LiveView(Console& console_)
-        : console(console_),
-          coloured(takes_colour(console_.out.fd())),
-          shares_terminal(isatty(STDERR_FILENO) == 1) {
+    explicit LiveView(Console& console)
+        : console_(console),
+          coloured_(takes_colour(console.out.fd())),
+          shares_terminal_(isatty(STDERR_FILENO) == 1) {
         watch_terminal_signals();
-        screen = std::make_unique<LiveScreen>(console.out);
+        screen_ = std::make_unique<LiveScreen>(console_.out);
     }
 
     ~LiveView() override {
-        screen.reset();
-        if (omitted > 0) print({std::to_string(omitted) + " earlier messages", false});
-        for (auto const& told : untold) print(told);
+        screen_.reset();
+        if (omitted_ > 0) print({std::to_string(omitted_) + " earlier messages", false});
+        for (auto const& told : untold_) print(told);
     }
 
     void show(RO::RadarObjects const& frame, StreamStatus const& status) override {
-        last = frame;
-        if (Clock::now() - drawn >= kShortestPause) redraw(status);
+        last_ = frame;
+        if (Clock::now() - drawn_ >= kShortestPause) redraw(status);
     }
 
     void idle(StreamStatus const& status) override {
         if (wants_suspension()) {
-            screen->leave();
+            screen_->leave();
             suspend();
-            screen->enter();
+            screen_->enter();
         }
         redraw(status);
     }
 
-    bool wants_end() override { return screen->was_typed('q'); }
+    bool wants_end() override { return screen_->was_typed('q'); }
 
     // Messages on the same terminal would spoil the picture; its first line shows the state.
     void tell(std::string const& what, bool is_problem) override {
-        if (!shares_terminal) return print({what, is_problem});
-        untold.emplace_back(what, is_problem);
-        if (untold.size() <= kMessagesKept) return;
-        untold.pop_front();
-        ++omitted;
+        if (!shares_terminal_) return print({what, is_problem});
+        untold_.emplace_back(what, is_problem);
+        if (untold_.size() <= kMessagesKept) return;
+        untold_.pop_front();
+        ++omitted_;
     }
 
 private:
@@ -89,22 +89,22 @@ private:
     static constexpr size_t kMessagesKept = 20;
 
     void redraw(StreamStatus const& status) {
-        drawn = Clock::now();
-        screen->draw(draw_target_table(status, last, window_size(console.out.fd()), coloured));
+        drawn_ = Clock::now();
+        screen_->draw(draw_target_table(status, last_, window_size(console_.out.fd()), coloured_));
     }
 
     void print(Told const& told) const {
-        told.second ? console.messages.warn(told.first) : console.messages.note(told.first);
+        told.second ? console_.messages.warn(told.first) : console_.messages.note(told.first);
     }
 
-    Console& console;
-    bool coloured;
-    bool shares_terminal;
-    std::unique_ptr<LiveScreen> screen;
-    RO::RadarObjects last;
-    Clock::time_point drawn;
-    std::deque<Told> untold;
-    uint64_t omitted = 0;
+    Console& console_;
+    bool coloured_;
+    bool shares_terminal_;
+    std::unique_ptr<LiveScreen> screen_;
+    RO::RadarObjects last_;
+    Clock::time_point drawn_;
+    std::deque<Told> untold_;
+    uint64_t omitted_ = 0;
 };
 
 }  // namespace

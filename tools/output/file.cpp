@@ -46,28 +46,30 @@ std::string partial_path_of(std::string const& path) {
 }  // namespace
 
 OutputFile::OutputFile(std::string const& path, bool force)
-    : final_path(follow_link(path)), partial_path(partial_path_of(final_path)), replaces(force) {
-    if (std::filesystem::path(final_path).filename().empty()) fail(EISDIR);
-    check_target(final_path, force);
-    fd = open(partial_path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666);
-    if (fd < 0) fail(errno);
+    : final_path_(follow_link(path)),
+      partial_path_(partial_path_of(final_path_)),
+      replaces_(force) {
+    if (std::filesystem::path(final_path_).filename().empty()) fail(EISDIR);
+    check_target(final_path_, force);
+    fd_ = open(partial_path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (fd_ < 0) fail(errno);
 }
 
 OutputFile::~OutputFile() {
-    if (fd < 0) return;
-    close(fd);
-    unlink(partial_path.c_str());
+    if (fd_ < 0) return;
+    close(fd_);
+    unlink(partial_path_.c_str());
 }
 
 void OutputFile::write(std::string_view bytes) {
     if (bytes.size() >= kPieceSize) {
         flush();
-        put(written, bytes);
-        written += bytes.size();
+        put(written_, bytes);
+        written_ += bytes.size();
         return;
     }
-    collected += bytes;
-    if (collected.size() >= kPieceSize) flush();
+    collected_ += bytes;
+    if (collected_.size() >= kPieceSize) flush();
 }
 
 void OutputFile::overwrite(uint64_t offset, std::string_view bytes) {
@@ -76,14 +78,14 @@ void OutputFile::overwrite(uint64_t offset, std::string_view bytes) {
 }
 
 void OutputFile::flush() {
-    put(written, collected);
-    written += collected.size();
-    collected.clear();
+    put(written_, collected_);
+    written_ += collected_.size();
+    collected_.clear();
 }
 
 void OutputFile::put(uint64_t offset, std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        const ssize_t count = pwrite(fd_, bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) fail(errno);
         offset += static_cast<uint64_t>(count);
@@ -93,30 +95,30 @@ void OutputFile::put(uint64_t offset, std::string_view bytes) {
 
 void OutputFile::finish() {
     flush();
-    if (fsync(fd) != 0) fail(errno);
+    if (fsync(fd_) != 0) fail(errno);
     give_name();
-    const int closed = close(fd);
-    fd = -1;
+    const int closed = close(fd_);
+    fd_ = -1;
     if (closed != 0) fail(errno);
     flush_directory();
 }
 
 void OutputFile::give_name() {
-    if (!replaces) {
-        if (renameat2(AT_FDCWD, partial_path.c_str(), AT_FDCWD, final_path.c_str(),
+    if (!replaces_) {
+        if (renameat2(AT_FDCWD, partial_path_.c_str(), AT_FDCWD, final_path_.c_str(),
                       RENAME_NOREPLACE) == 0) {
             return;
         }
         if (errno != EINVAL && errno != ENOSYS) fail(errno);
-        check_target(final_path, replaces);  // a file system that cannot do both at once
+        check_target(final_path_, replaces_);  // a file system that cannot do both at once
     }
-    if (rename(partial_path.c_str(), final_path.c_str()) != 0) fail(errno);
+    if (rename(partial_path_.c_str(), final_path_.c_str()) != 0) fail(errno);
 }
 
 /** So that the name survives a power cut, too. Not every file system can do it. */
 void OutputFile::flush_directory() const {
     const int directory =
-        open(directory_of(final_path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        open(directory_of(final_path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory < 0) return;
     const bool failed = fsync(directory) != 0 && errno != EINVAL;
     const int error = errno;
@@ -125,7 +127,7 @@ void OutputFile::flush_directory() const {
 }
 
 void OutputFile::fail(int error) const {
-    throw Kit::InputError(final_path + ": " + std::strerror(error));
+    throw Kit::InputError(final_path_ + ": " + std::strerror(error));
 }
 
 void refuse_same_file(std::string const& input, std::string const& output) {

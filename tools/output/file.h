@@ -34,12 +34,12 @@ public:
     void overwrite(uint64_t offset, std::string_view bytes);
 
     /** The number of bytes that were written. */
-    uint64_t size() const { return written + collected.size(); }
+    uint64_t size() const { return written_ + collected_.size(); }
 
     /** Flushes the file to storage and gives it its name, also when it is replaced meanwhile. */
     void finish();
 
-    std::string const& path() const { return final_path; }
+    std::string const& path() const { return final_path_; }
 
 private:
     void flush();
@@ -48,12 +48,12 @@ private:
     void flush_directory() const;
     [[noreturn]] void fail(int error) const;
 
-    std::string final_path;
-    std::string partial_path;
-    bool replaces;
-    int fd = -1;
-    std::string collected;
-    uint64_t written = 0;
+    std::string final_path_;
+    std::string partial_path_;
+    bool replaces_;
+    int fd_ = -1;
+    std::string collected_;
+    uint64_t written_ = 0;
 };
 
 /**

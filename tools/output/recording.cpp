@@ -16,24 +16,24 @@ Kit::RecordingHeader made_right(Kit::RecordingHeader header) {
 }  // namespace
 
 RecordingOutput::RecordingOutput(std::string const& path, bool force, Kit::RecordingHeader header)
-    : file(path, force) {
-    file.write(Kit::encode_header(made_right(header)));
+    : file_(path, force) {
+    file_.write(Kit::encode_header(made_right(header)));
 }
 
 void RecordingOutput::add(uint32_t tag, std::string_view payload) {
     std::string head;
     Kit::append_word(head, tag);
     Kit::append_word(head, static_cast<uint32_t>(payload.size()));
-    file.write(head);
-    file.write(payload);
-    ++count;
+    file_.write(head);
+    file_.write(payload);
+    ++count_;
 }
 
 void RecordingOutput::finish() {
     std::string word;
-    Kit::append_word(word, static_cast<uint32_t>(count));
-    file.overwrite(Kit::kFrameCountOffset, word);
-    file.finish();
+    Kit::append_word(word, static_cast<uint32_t>(count_));
+    file_.overwrite(Kit::kFrameCountOffset, word);
+    file_.finish();
 }
 
 std::string complete_name(Kit::RecordingFile const& file, Kit::RecordingHeader const& header) {

@@ -35,13 +35,13 @@ public:
     /** Completes the file and gives it its name. */
     void finish();
 
-    std::string const& path() const { return file.path(); }
-    uint64_t records() const { return count; }
-    uint64_t size() const { return file.size(); }
+    std::string const& path() const { return file_.path(); }
+    uint64_t records() const { return count_; }
+    uint64_t size() const { return file_.size(); }
 
 private:
-    OutputFile file;
-    uint64_t count = 0;
+    OutputFile file_;
+    uint64_t count_ = 0;
 };
 
 /**

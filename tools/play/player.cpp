@@ -52,35 +52,35 @@ void check(PlayOptions const& options, PlaySource const& source) {
 
 }  // namespace
 
-Player::Player(PlayOptions options_, Console& console_)
-    : options(std::move(options_)),
-      console(console_),
-      waiting(options.waits_for_client),
-      clock(options.rate, options.skips_gaps ? Kit::kSkipGaps : Kit::kKeepGaps),
-      source(
+Player::Player(PlayOptions options, Console& console)
+    : options_(std::move(options)),
+      console_(console),
+      waiting_(options_.waits_for_client),
+      clock_(options_.rate, options_.skips_gaps ? Kit::kSkipGaps : Kit::kKeepGaps),
+      source_(
           [this] {
-              InputOptions input = options.input;
+              InputOptions input = options_.input;
               input.idle = [this] {
                   look_after_person();
-                  if (std::count(keys.begin(), keys.end(), 'q') > 0) throw PlayEnded();
+                  if (std::count(keys_.begin(), keys_.end(), 'q') > 0) throw PlayEnded();
               };
               return input;
           }(),
-          console_.messages) {
-    check(options, source);
+          console.messages) {
+    check(options_, source_);
     Kit::RelayOptions relay_options;
-    relay_options.socket_path = options.socket;
+    relay_options.socket_path = options_.socket;
     relay_options.queue_frames = kQueueFrames;
     relay_options.queue_bytes = 2 * kQueueBytes;
-    relay = std::make_unique<Kit::Relay>(relay_options);
-    draws = takes_pictures(STDERR_FILENO) && keyboard.is_there();
-    if (draws) watch_terminal_signals();
+    relay_ = std::make_unique<Kit::Relay>(relay_options);
+    draws_ = takes_pictures(STDERR_FILENO) && keyboard_.is_there();
+    if (draws_) watch_terminal_signals();
     struct sigaction action = {};
     action.sa_handler = on_pause_signal;
     sigaction(SIGUSR1, &action, nullptr);
     // A live stream has the radar's own pace.
-    if (source.is_live()) clock.set_rate(std::nullopt, Clock::now());
-    if (options.begins_paused) clock.pause(Clock::now());
+    if (source_.is_live()) clock_.set_rate(std::nullopt, Clock::now());
+    if (options_.begins_paused) clock_.pause(Clock::now());
 }
 
 Player::~Player() {
@@ -90,7 +90,7 @@ Player::~Player() {
 ExitStatus Player::run() {
     try {
         advance();
-        if (source.has_frame()) last_timestamp = source.first_timestamp();
+        if (source_.has_frame()) last_timestamp_ = source_.first_timestamp();
         while (play_on()) {
         }
     } catch (PlayEnded const&) {
@@ -102,12 +102,12 @@ ExitStatus Player::run() {
 /** One turn: sends the frame that is due, or waits. False at the end. */
 bool Player::play_on() {
     look_after_person();
-    while (!keys.empty() && !quit) {
-        const int key = keys.front();
-        keys.pop_front();
+    while (!keys_.empty() && !quit_) {
+        const int key = keys_.front();
+        keys_.pop_front();
         use_key(key);
     }
-    if (quit || was_interrupted() || !source.has_frame()) return false;
+    if (quit_ || was_interrupted() || !source_.has_frame()) return false;
     if (is_due(Clock::now()) && has_room()) {
         publish();
         advance();
@@ -119,12 +119,12 @@ bool Player::play_on() {
 
 /** Goes on to the next frame, which is the first one where the recording is played again. */
 void Player::advance() {
-    if (!source.next() && options.loop && published > 0 && !was_interrupted()) source.rewind();
-    if (source.has_frame()) clock.plan(source.frame().timestamp, Clock::now());
+    if (!source_.next() && options_.loop && published_ > 0 && !was_interrupted()) source_.rewind();
+    if (source_.has_frame()) clock_.plan(source_.frame().timestamp, Clock::now());
 }
 
 bool Player::is_due(Clock::time_point now) const {
-    return !waiting && clock.due() <= now;
+    return !waiting_ && clock_.due() <= now;
 }
 
 /**
@@ -132,24 +132,24 @@ bool Player::is_due(Clock::time_point now) const {
  * of many megabytes always waits for them, so that no more than one is kept.
  */
 bool Player::has_room() {
-    const uint64_t size = source.frame().payload.size();
-    if (size <= kQueueBytes && (clock.rate() || source.is_live())) return true;
-    if (room_frames > 0 && room_bytes >= size) return true;
+    const uint64_t size = source_.frame().payload.size();
+    if (size <= kQueueBytes && (clock_.rate() || source_.is_live())) return true;
+    if (room_frames_ > 0 && room_bytes_ >= size) return true;
     uint64_t queued = 0;
-    for (auto const& client : relay->counters().clients) queued = std::max(queued, client.queued);
-    room_frames = kQueueFrames - std::min(queued, kQueueFrames);
-    room_bytes = queued == 0 ? std::max(kQueueBytes, size) : 0;
-    return room_frames > 0 && room_bytes > 0;
+    for (auto const& client : relay_->counters().clients) queued = std::max(queued, client.queued);
+    room_frames_ = kQueueFrames - std::min(queued, kQueueFrames);
+    room_bytes_ = queued == 0 ? std::max(kQueueBytes, size) : 0;
+    return room_frames_ > 0 && room_bytes_ > 0;
 }
 
 void Player::publish() {
-    InputFrame const& frame = source.frame();
-    relay->publish(Kit::stream_frame(frame.payload));
-    ++published;
-    last_number = frame.number;
-    last_timestamp = frame.timestamp;
-    room_frames -= std::min<uint64_t>(room_frames, 1);
-    room_bytes -= std::min<uint64_t>(room_bytes, frame.payload.size());
+    InputFrame const& frame = source_.frame();
+    relay_->publish(Kit::stream_frame(frame.payload));
+    ++published_;
+    last_number_ = frame.number;
+    last_timestamp_ = frame.timestamp;
+    room_frames_ -= std::min<uint64_t>(room_frames_, 1);
+    room_bytes_ -= std::min<uint64_t>(room_bytes_, frame.payload.size());
 }
 
 /** Waits until the frame is due, a key is typed, a signal comes, or it is time to look around. */
@@ -157,46 +157,47 @@ void Player::wait() const {
     nanoseconds longest = kTick;
     const auto now = Clock::now();
     if (is_due(now)) longest = kRoomTick;
-    if (!waiting && clock.due() > now) longest = std::min<nanoseconds>(longest, clock.due() - now);
-    pollfd typed = {keyboard.is_there() ? STDIN_FILENO : -1, POLLIN, 0};
+    if (!waiting_ && clock_.due() > now)
+        longest = std::min<nanoseconds>(longest, clock_.due() - now);
+    pollfd typed = {keyboard_.is_there() ? STDIN_FILENO : -1, POLLIN, 0};
     const timespec timeout = {0, static_cast<long>(longest.count())};
     ppoll(&typed, 1, &timeout, nullptr);  // a wait that a signal interrupts has ended, too
 }
 
 void Player::look_after_person() {
-    if (waiting && !relay->counters().clients.empty()) {
-        waiting = false;
-        clock.jump();
-        if (source.has_frame()) clock.plan(source.frame().timestamp, Clock::now());
+    if (waiting_ && !relay_->counters().clients.empty()) {
+        waiting_ = false;
+        clock_.jump();
+        if (source_.has_frame()) clock_.plan(source_.frame().timestamp, Clock::now());
     }
     if (pause_toggled.exchange(false)) toggle_pause();
     look_at_suspension();
-    for (const int key : keyboard.typed()) keys.push_back(key);
+    for (const int key : keyboard_.typed()) keys_.push_back(key);
     show_status();
 }
 
 void Player::look_at_suspension() {
-    if (!draws || !wants_suspension()) return;
+    if (!draws_ || !wants_suspension()) return;
     Messages::show_line("");
-    keyboard.give_back();
+    keyboard_.give_back();
     suspend();
-    keyboard.take();
-    status_due = {};
+    keyboard_.take();
+    status_due_ = {};
 }
 
 void Player::show_status() {
-    if (!draws || Clock::now() < status_due) return;
-    status_due = Clock::now() + kStatusInterval;
-    const Kit::RelayCounters counters = relay->counters();
+    if (!draws_ || Clock::now() < status_due_) return;
+    status_due_ = Clock::now() + kStatusInterval;
+    const Kit::RelayCounters counters = relay_->counters();
     PlayStatus status;
-    if (waiting) status.state = PlayStatus::State::kWaiting;
-    if (clock.is_paused()) status.state = PlayStatus::State::kPaused;
-    status.rate = clock.rate();
-    status.frame = last_number;
-    if (last_timestamp > source.first_timestamp()) {
-        status.position_us = last_timestamp - source.first_timestamp();
+    if (waiting_) status.state = PlayStatus::State::kWaiting;
+    if (clock_.is_paused()) status.state = PlayStatus::State::kPaused;
+    status.rate = clock_.rate();
+    status.frame = last_number_;
+    if (last_timestamp_ > source_.first_timestamp()) {
+        status.position_us = last_timestamp_ - source_.first_timestamp();
     }
-    status.share = source.share_done();
+    status.share = source_.share_done();
     status.clients = counters.clients.size();
     status.dropped = counters.frames_dropped;
     Messages::show_line(play_status_text(status, window_size(STDERR_FILENO).columns));
@@ -204,18 +205,18 @@ void Player::show_status() {
 
 ExitStatus Player::report() {
     Messages::show_line("");
-    relay->stop(kStopGrace);
-    const Kit::RelayCounters counters = relay->counters();
-    if (draws) {
-        console.messages.note(counted(published, "frame") + " to " +
-                              counted(counters.clients_accepted, "client"));
+    relay_->stop(kStopGrace);
+    const Kit::RelayCounters counters = relay_->counters();
+    if (draws_) {
+        console_.messages.note(counted(published_, "frame") + " to " +
+                               counted(counters.clients_accepted, "client"));
     }
-    const ExitStatus status = source.finish();
+    const ExitStatus status = source_.finish();
     if (counters.frames_dropped == 0 && counters.clients_dropped_stuck == 0) return status;
-    console.messages.warn(counted(counters.frames_dropped, "frame") +
-                          " not delivered to clients that were too slow, " +
-                          counted(counters.clients_dropped_stuck, "client") +
-                          " disconnected that took none");
+    console_.messages.warn(counted(counters.frames_dropped, "frame") +
+                           " not delivered to clients that were too slow, " +
+                           counted(counters.clients_dropped_stuck, "client") +
+                           " disconnected that took none");
     return ExitStatus::kDamaged;
 }
 

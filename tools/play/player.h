@@ -39,7 +39,7 @@ public:
      * @throws Kit::InputError when one of them cannot be opened; UsageError when options make no
      *         sense with this source.
      */
-    Player(PlayOptions options_, Console& console_);
+    Player(PlayOptions options, Console& console);
     ~Player();
     Player(Player const&) = delete;
     Player& operator=(Player const&) = delete;
@@ -69,23 +69,23 @@ private:
     void show_status();
     ExitStatus report();
 
-    PlayOptions options;
-    Console& console;
-    std::deque<int> keys;
-    bool quit = false;
-    bool waiting;
-    Kit::ReplayClock clock;
-    PlaySource source;
-    std::unique_ptr<Kit::Relay> relay;
-    Keyboard keyboard;
-    bool draws = false;
-    Clock::time_point status_due;
-    uint64_t published = 0;
-    uint64_t last_number = 0;
-    uint64_t last_timestamp = 0;
+    PlayOptions options_;
+    Console& console_;
+    std::deque<int> keys_;
+    bool quit_ = false;
+    bool waiting_;
+    Kit::ReplayClock clock_;
+    PlaySource source_;
+    std::unique_ptr<Kit::Relay> relay_;
+    Keyboard keyboard_;
+    bool draws_ = false;
+    Clock::time_point status_due_;
+    uint64_t published_ = 0;
+    uint64_t last_number_ = 0;
+    uint64_t last_timestamp_ = 0;
     // What may be sent before the clients' queues are looked at again, so that none overflows.
-    uint64_t room_frames = 0;
-    uint64_t room_bytes = 0;
+    uint64_t room_frames_ = 0;
+    uint64_t room_bytes_ = 0;
 };
 
 }  // namespace Tools

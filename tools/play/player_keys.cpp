@@ -16,10 +16,10 @@ constexpr double kSlowest = 1.0 / 1024;
 }  // namespace
 
 void Player::toggle_pause() {
-    if (clock.is_paused()) {
-        clock.resume(Clock::now());
+    if (clock_.is_paused()) {
+        clock_.resume(Clock::now());
     } else {
-        clock.pause(Clock::now());
+        clock_.pause(Clock::now());
     }
 }
 
@@ -42,16 +42,16 @@ void Player::use_key(int key) {
         case kKeyHome:
             return go_to_begin();
         case '+':
-            if (!clock.rate()) return;
-            return change_rate(std::min(*clock.rate() * 2, kFastest));
+            if (!clock_.rate()) return;
+            return change_rate(std::min(*clock_.rate() * 2, kFastest));
         case '-':
-            return change_rate(clock.rate() ? std::max(*clock.rate() / 2, kSlowest) : kFastest);
+            return change_rate(clock_.rate() ? std::max(*clock_.rate() / 2, kSlowest) : kFastest);
         case '1':
             return change_rate(1.0);
         case 'm':
             return change_rate(std::nullopt);
         case 'q':
-            quit = true;
+            quit_ = true;
             return;
         default:
             return;
@@ -60,45 +60,45 @@ void Player::use_key(int key) {
 
 /** Sends the next frame at once and pauses there. */
 void Player::step() {
-    clock.pause(Clock::now());
-    waiting = false;
-    if (!source.has_frame()) return;
+    clock_.pause(Clock::now());
+    waiting_ = false;
+    if (!source_.has_frame()) return;
     publish();
-    clock.jump();
+    clock_.jump();
     advance();
 }
 
 void Player::step_back() {
-    if (!source.can_rewind()) return;
-    clock.pause(Clock::now());
-    waiting = false;
-    at_new_place(source.seek_number(last_number - std::min<uint64_t>(last_number, 1)));
+    if (!source_.can_rewind()) return;
+    clock_.pause(Clock::now());
+    waiting_ = false;
+    at_new_place(source_.seek_number(last_number_ - std::min<uint64_t>(last_number_, 1)));
     step();
 }
 
 void Player::seek_by(int64_t us) {
-    if (us < 0 && !source.can_rewind()) return;
+    if (us < 0 && !source_.can_rewind()) return;
     const auto length = static_cast<uint64_t>(us < 0 ? -us : us);
     const uint64_t to =
-        us < 0 ? last_timestamp - std::min(last_timestamp, length) : last_timestamp + length;
-    const bool found = source.seek(to);
-    at_new_place(found || (options.loop && source.rewind()));
+        us < 0 ? last_timestamp_ - std::min(last_timestamp_, length) : last_timestamp_ + length;
+    const bool found = source_.seek(to);
+    at_new_place(found || (options_.loop && source_.rewind()));
 }
 
 void Player::go_to_begin() {
-    if (source.can_rewind()) at_new_place(source.rewind());
+    if (source_.can_rewind()) at_new_place(source_.rewind());
 }
 
 void Player::at_new_place(bool found) {
     if (!found) return;  // behind the last frame: the end
-    last_number = source.frame().number;
-    last_timestamp = source.frame().timestamp;
-    clock.jump();
-    clock.plan(source.frame().timestamp, Clock::now());
+    last_number_ = source_.frame().number;
+    last_timestamp_ = source_.frame().timestamp;
+    clock_.jump();
+    clock_.plan(source_.frame().timestamp, Clock::now());
 }
 
 void Player::change_rate(std::optional<double> rate) {
-    if (!source.is_live()) clock.set_rate(rate, Clock::now());
+    if (!source_.is_live()) clock_.set_rate(rate, Clock::now());
 }
 
 }  // namespace Tools

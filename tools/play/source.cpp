@@ -21,28 +21,28 @@ bool is_stored(std::string const& source) {
 
 }  // namespace
 
-PlaySource::PlaySource(InputOptions options_, Messages const& messages)
-    : options(std::move(options_)),
-      report(messages, bar),
-      rewindable(is_stored(options.source)),
-      live(parse_source_name(options.source).kind == SourceName::Kind::kLiveStream) {
+PlaySource::PlaySource(InputOptions options, Messages const& messages)
+    : options_(std::move(options)),
+      report_(messages, bar_),
+      rewindable_(is_stored(options_.source)),
+      live_(parse_source_name(options_.source).kind == SourceName::Kind::kLiveStream) {
     open();
 }
 
 void PlaySource::open() {
-    input = open_frame_input(options);
-    at_frame = false;
-    items = 0;
+    input_ = open_frame_input(options_);
+    at_frame_ = false;
+    items_ = 0;
 }
 
 bool PlaySource::next() {
-    at_frame = false;
-    while (items < items_told ? input->next() : report.next(*input)) {
-        ++items;
-        if (items > items_told) items_told = items;
-        if (input->item() != FrameInput::Item::kFrame) continue;
-        at_frame = true;
-        if (!std::exchange(frame_seen, true)) first = frame().timestamp;
+    at_frame_ = false;
+    while (items_ < items_told_ ? input_->next() : report_.next(*input_)) {
+        ++items_;
+        if (items_ > items_told_) items_told_ = items_;
+        if (input_->item() != FrameInput::Item::kFrame) continue;
+        at_frame_ = true;
+        if (!std::exchange(frame_seen_, true)) first_ = frame().timestamp;
         return true;
     }
     return false;
@@ -54,7 +54,7 @@ bool PlaySource::rewind() {
 }
 
 bool PlaySource::seek(uint64_t timestamp) {
-    if (!at_frame || frame().timestamp > timestamp) {
+    if (!at_frame_ || frame().timestamp > timestamp) {
         if (!rewind()) return false;
     }
     while (frame().timestamp < timestamp) {
@@ -72,8 +72,8 @@ bool PlaySource::seek_number(uint64_t number) {
 }
 
 double PlaySource::share_done() const {
-    if (input->bytes_total() == 0) return 0;
-    return static_cast<double>(input->bytes_done()) / static_cast<double>(input->bytes_total());
+    if (input_->bytes_total() == 0) return 0;
+    return static_cast<double>(input_->bytes_done()) / static_cast<double>(input_->bytes_total());
 }
 
 }  // namespace Tools

@@ -17,17 +17,17 @@ namespace Tools {
 class PlaySource {
 public:
     /** Opens the source. */
-    PlaySource(InputOptions options_, Messages const& messages);
+    PlaySource(InputOptions options, Messages const& messages);
 
     /** Whether the source can be read more than once: a file or a directory. */
-    bool can_rewind() const { return rewindable; }
-    bool is_live() const { return live; }
+    bool can_rewind() const { return rewindable_; }
+    bool is_live() const { return live_; }
 
     /** Goes on to the next frame; false at the end. */
     bool next();
     /** The frame, until one of these operations. */
-    InputFrame const& frame() const { return input->frame(); }
-    bool has_frame() const { return at_frame; }
+    InputFrame const& frame() const { return input_->frame(); }
+    bool has_frame() const { return at_frame_; }
 
     /** Goes to the first frame; false when there is none. Only where can_rewind(). */
     bool rewind();
@@ -38,27 +38,27 @@ public:
     bool seek_number(uint64_t number);
 
     /** The first frame's time. */
-    uint64_t first_timestamp() const { return first; }
+    uint64_t first_timestamp() const { return first_; }
     /** How much of the source was read; 0 when its size is not known. */
     double share_done() const;
 
     /** Tells the sum of the damage. */
-    ExitStatus finish() { return report.finish(); }
+    ExitStatus finish() { return report_.finish(); }
 
 private:
     void open();
 
-    InputOptions options;
-    ProgressBar bar{ProgressBar::Use::kNever};
-    DamageReport report;
-    std::unique_ptr<FrameInput> input;
-    bool rewindable;
-    bool live;
-    bool at_frame = false;
-    bool frame_seen = false;
-    uint64_t first = 0;
-    uint64_t items = 0;       // read since the source was opened
-    uint64_t items_told = 0;  // that the report knows
+    InputOptions options_;
+    ProgressBar bar_{ProgressBar::Use::kNever};
+    DamageReport report_;
+    std::unique_ptr<FrameInput> input_;
+    bool rewindable_;
+    bool live_;
+    bool at_frame_ = false;
+    bool frame_seen_ = false;
+    uint64_t first_ = 0;
+    uint64_t items_ = 0;       // read since the source was opened
+    uint64_t items_told_ = 0;  // that the report knows
 };
 
 }  // namespace Tools

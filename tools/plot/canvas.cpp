@@ -60,103 +60,103 @@ std::string formatted(char const* format, Values... values) {
 
 }  // namespace
 
-PlotCanvas::PlotCanvas(PlotFormat format_, int width, int height, std::string const& title_)
-    : format(format_),
-      scale(std::max(std::min(width / kUsualWidth, height / kUsualHeight), kSmallestScale)),
-      unit_width(width / scale),
-      unit_height(height / scale),
-      title(title_),
-      surface(make_surface(format_, width, height, bytes)),
-      context(cairo_create(surface.get())) {
-    check(surface.get());
-    if (format == PlotFormat::kSvg) {
-        cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PX);
+PlotCanvas::PlotCanvas(PlotFormat format, int width, int height, std::string const& title)
+    : format_(format),
+      scale_(std::max(std::min(width / kUsualWidth, height / kUsualHeight), kSmallestScale)),
+      unit_width_(width / scale_),
+      unit_height_(height / scale_),
+      title_(title),
+      surface_(make_surface(format, width, height, bytes_)),
+      context_(cairo_create(surface_.get())) {
+    check(surface_.get());
+    if (format_ == PlotFormat::kSvg) {
+        cairo_svg_surface_set_document_unit(surface_.get(), CAIRO_SVG_UNIT_PX);
     }
-    if (format == PlotFormat::kPdf) {
-        cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_TITLE, title.c_str());
+    if (format_ == PlotFormat::kPdf) {
+        cairo_pdf_surface_set_metadata(surface_.get(), CAIRO_PDF_METADATA_TITLE, title_.c_str());
     }
-    cairo_scale(context.get(), scale, scale);
-    cairo_set_line_cap(context.get(), CAIRO_LINE_CAP_ROUND);
-    fill({0, 0, unit_width, unit_height}, kPaper);
+    cairo_scale(context_.get(), scale_, scale_);
+    cairo_set_line_cap(context_.get(), CAIRO_LINE_CAP_ROUND);
+    fill({0, 0, unit_width_, unit_height_}, kPaper);
 }
 
 // The surface writes to members of this object, and reads the images, when it ends.
 PlotCanvas::~PlotCanvas() {
-    cairo_surface_finish(surface.get());
+    cairo_surface_finish(surface_.get());
 }
 
 void PlotCanvas::check(cairo_surface_t* of) const {
     cairo_status_t status = cairo_surface_status(of);
-    if (status == CAIRO_STATUS_SUCCESS) status = cairo_status(context.get());
+    if (status == CAIRO_STATUS_SUCCESS) status = cairo_status(context_.get());
     if (status == CAIRO_STATUS_SUCCESS) return;
     throw std::runtime_error(std::string("cannot draw: ") + cairo_status_to_string(status));
 }
 
 void PlotCanvas::set_colour(Colour colour, double alpha) {
-    cairo_set_source_rgba(context.get(), colour.red, colour.green, colour.blue, alpha);
+    cairo_set_source_rgba(context_.get(), colour.red, colour.green, colour.blue, alpha);
 }
 
 void PlotCanvas::line(double x1, double y1, double x2, double y2, Colour colour, double thickness) {
     set_colour(colour);
-    cairo_set_line_width(context.get(), thickness);
-    cairo_move_to(context.get(), x1, y1);
-    cairo_line_to(context.get(), x2, y2);
-    cairo_stroke(context.get());
+    cairo_set_line_width(context_.get(), thickness);
+    cairo_move_to(context_.get(), x1, y1);
+    cairo_line_to(context_.get(), x2, y2);
+    cairo_stroke(context_.get());
 }
 
 void PlotCanvas::arc(double x, double y, double radius, double from, double to, Colour colour,
                      double thickness) {
     constexpr double kQuarter = 1.57079632679489662;
     set_colour(colour);
-    cairo_set_line_width(context.get(), thickness);
-    cairo_new_path(context.get());  // not from where the last text ended
-    cairo_arc(context.get(), x, y, radius, from - kQuarter, to - kQuarter);
-    cairo_stroke(context.get());
+    cairo_set_line_width(context_.get(), thickness);
+    cairo_new_path(context_.get());  // not from where the last text ended
+    cairo_arc(context_.get(), x, y, radius, from - kQuarter, to - kQuarter);
+    cairo_stroke(context_.get());
 }
 
 void PlotCanvas::fill(Box const& box, Colour colour) {
     set_colour(colour);
-    cairo_rectangle(context.get(), box.left, box.top, box.width(), box.height());
-    cairo_fill(context.get());
+    cairo_rectangle(context_.get(), box.left, box.top, box.width(), box.height());
+    cairo_fill(context_.get());
 }
 
 void PlotCanvas::frame(Box const& box, Colour colour, double thickness) {
     set_colour(colour);
-    cairo_set_line_width(context.get(), thickness);
-    cairo_rectangle(context.get(), box.left, box.top, box.width(), box.height());
-    cairo_stroke(context.get());
+    cairo_set_line_width(context_.get(), thickness);
+    cairo_rectangle(context_.get(), box.left, box.top, box.width(), box.height());
+    cairo_stroke(context_.get());
 }
 
 void PlotCanvas::triangle(double x, double y, double size, Colour colour) {
     set_colour(colour);
-    cairo_move_to(context.get(), x, y);
-    cairo_line_to(context.get(), x + size / 2, y + size);
-    cairo_line_to(context.get(), x - size / 2, y + size);
-    cairo_close_path(context.get());
-    cairo_fill(context.get());
+    cairo_move_to(context_.get(), x, y);
+    cairo_line_to(context_.get(), x + size / 2, y + size);
+    cairo_line_to(context_.get(), x - size / 2, y + size);
+    cairo_close_path(context_.get());
+    cairo_fill(context_.get());
 }
 
 void PlotCanvas::marker(Dot const& dot, Colour edge) {
     constexpr double kWholeTurn = 6.28318530717958648;
-    cairo_new_path(context.get());
-    cairo_arc(context.get(), dot.x, dot.y, dot.radius, 0, kWholeTurn);
+    cairo_new_path(context_.get());
+    cairo_arc(context_.get(), dot.x, dot.y, dot.radius, 0, kWholeTurn);
     set_colour(dot.colour, dot.alpha);
-    cairo_fill_preserve(context.get());
+    cairo_fill_preserve(context_.get());
     set_colour(edge);
-    cairo_set_line_width(context.get(), 0.8);
-    cairo_stroke(context.get());
+    cairo_set_line_width(context_.get(), 0.8);
+    cairo_stroke(context_.get());
 }
 
 void PlotCanvas::choose_font(TextStyle const& style) {
-    cairo_select_font_face(context.get(), kFont, CAIRO_FONT_SLANT_NORMAL,
+    cairo_select_font_face(context_.get(), kFont, CAIRO_FONT_SLANT_NORMAL,
                            style.bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-    cairo_set_font_size(context.get(), style.size);
+    cairo_set_font_size(context_.get(), style.size);
 }
 
 double PlotCanvas::text_width(std::string const& text, TextStyle const& style) {
     cairo_text_extents_t extents;
     choose_font(style);
-    cairo_text_extents(context.get(), text.c_str(), &extents);
+    cairo_text_extents(context_.get(), text.c_str(), &extents);
     return extents.x_advance;
 }
 
@@ -176,37 +176,37 @@ std::string PlotCanvas::fit_text(std::string const& text, TextStyle const& style
 }
 
 void PlotCanvas::text(double x, double y, std::string const& text, TextStyle const& style) {
-    if (format == PlotFormat::kSvg) return add_svg_text(x, y, text, style);
+    if (format_ == PlotFormat::kSvg) return add_svg_text(x, y, text, style);
     const double width = text_width(text, style);
     const double shift = style.align == TextStyle::Align::kLeft     ? 0
                          : style.align == TextStyle::Align::kCentre ? width / 2
                                                                     : width;
-    cairo_save(context.get());
-    cairo_translate(context.get(), x, y);
-    if (style.upwards) cairo_rotate(context.get(), -1.57079632679489662);
-    cairo_move_to(context.get(), -shift, 0);
+    cairo_save(context_.get());
+    cairo_translate(context_.get(), x, y);
+    if (style.upwards) cairo_rotate(context_.get(), -1.57079632679489662);
+    cairo_move_to(context_.get(), -shift, 0);
     set_colour(style.colour);
-    cairo_show_text(context.get(), text.c_str());
-    cairo_restore(context.get());
+    cairo_show_text(context_.get(), text.c_str());
+    cairo_restore(context_.get());
 }
 
 /** Cairo would make shapes of the letters, which nobody can select or search. */
 void PlotCanvas::add_svg_text(double x, double y, std::string const& text, TextStyle const& style) {
     constexpr std::array<char const*, 3> kAnchors = {"start", "middle", "end"};
     const auto part = [](double share) { return static_cast<int>(std::lround(255 * share)); };
-    svg_texts += formatted(
+    svg_texts_ += formatted(
         "<text x=\"%.2f\" y=\"%.2f\" font-size=\"%.2f\" text-anchor=\"%s\" fill=\"#%02x%02x%02x\"",
-        x * scale, y * scale, style.size * scale, kAnchors[static_cast<size_t>(style.align)],
+        x * scale_, y * scale_, style.size * scale_, kAnchors[static_cast<size_t>(style.align)],
         part(style.colour.red), part(style.colour.green), part(style.colour.blue));
-    if (style.bold) svg_texts += " font-weight=\"bold\"";
+    if (style.bold) svg_texts_ += " font-weight=\"bold\"";
     if (style.upwards) {
-        svg_texts += formatted(" transform=\"rotate(-90 %.2f %.2f)\"", x * scale, y * scale);
+        svg_texts_ += formatted(" transform=\"rotate(-90 %.2f %.2f)\"", x * scale_, y * scale_);
     }
-    svg_texts += ">" + xml_text(text) + "</text>\n";
+    svg_texts_ += ">" + xml_text(text) + "</text>\n";
 }
 
 void PlotCanvas::dots(Box const& box, size_t count, Each const& each) {
-    if (format != PlotFormat::kPng && count <= kMostVectorDots) {
+    if (format_ != PlotFormat::kPng && count <= kMostVectorDots) {
         vector_dots(box, each);
     } else {
         image_dots(box, each);
@@ -214,24 +214,24 @@ void PlotCanvas::dots(Box const& box, size_t count, Each const& each) {
 }
 
 void PlotCanvas::vector_dots(Box const& box, Each const& each) {
-    cairo_save(context.get());
-    cairo_rectangle(context.get(), box.left, box.top, box.width(), box.height());
-    cairo_clip(context.get());
+    cairo_save(context_.get());
+    cairo_rectangle(context_.get(), box.left, box.top, box.width(), box.height());
+    cairo_clip(context_.get());
     each([this](Dot const& dot) {
         // A line without length and with round ends: the shortest way to say it in a file.
         set_colour(dot.colour, dot.alpha);
-        cairo_set_line_width(context.get(), 2 * dot.radius);
-        cairo_move_to(context.get(), dot.x, dot.y);
-        cairo_line_to(context.get(), dot.x, dot.y);
-        cairo_stroke(context.get());
+        cairo_set_line_width(context_.get(), 2 * dot.radius);
+        cairo_move_to(context_.get(), dot.x, dot.y);
+        cairo_line_to(context_.get(), dot.x, dot.y);
+        cairo_stroke(context_.get());
     });
-    cairo_restore(context.get());
+    cairo_restore(context_.get());
 }
 
 void PlotCanvas::image_dots(Box const& box, Each const& each) {
-    if (format == PlotFormat::kPng) return stamp_dots(surface.get(), box, scale, 0, 0, each);
+    if (format_ == PlotFormat::kPng) return stamp_dots(surface_.get(), box, scale_, 0, 0, each);
     const double density =
-        std::min(scale * kImageScale, std::sqrt(kMostImagePixels / (box.width() * box.height())));
+        std::min(scale_ * kImageScale, std::sqrt(kMostImagePixels / (box.width() * box.height())));
     const double left = std::floor(box.left * density);
     const double top = std::floor(box.top * density);
     Surface image(cairo_image_surface_create(
@@ -239,13 +239,13 @@ void PlotCanvas::image_dots(Box const& box, Each const& each) {
         static_cast<int>(std::ceil(box.bottom * density) - top)));
     check(image.get());
     stamp_dots(image.get(), box, density, left, top, each);
-    cairo_save(context.get());
-    cairo_scale(context.get(), 1 / density, 1 / density);
-    cairo_set_source_surface(context.get(), image.get(), left, top);
-    cairo_paint(context.get());
-    cairo_restore(context.get());
+    cairo_save(context_.get());
+    cairo_scale(context_.get(), 1 / density, 1 / density);
+    cairo_set_source_surface(context_.get(), image.get(), left, top);
+    cairo_paint(context_.get());
+    cairo_restore(context_.get());
     // The file takes the image at its end; until then cairo need not copy it.
-    images.push_back(std::move(image));
+    images_.push_back(std::move(image));
 }
 
 /** Stamps dots into an image of so many pixels a unit, whose corner is at `left`, `top`. */
@@ -264,21 +264,21 @@ void PlotCanvas::stamp_dots(cairo_surface_t* into, Box const& box, double densit
 }
 
 void PlotCanvas::finish(Write const& write) {
-    if (format == PlotFormat::kPng) {
-        cairo_surface_flush(surface.get());
-        cairo_surface_write_to_png_stream(surface.get(), hand_over, const_cast<Write*>(&write));
-        return check(surface.get());
+    if (format_ == PlotFormat::kPng) {
+        cairo_surface_flush(surface_.get());
+        cairo_surface_write_to_png_stream(surface_.get(), hand_over, const_cast<Write*>(&write));
+        return check(surface_.get());
     }
-    cairo_show_page(context.get());
-    cairo_surface_finish(surface.get());
-    check(surface.get());
-    if (format == PlotFormat::kSvg) {
-        const size_t begin = bytes.find('>', bytes.find("<svg")) + 1;
-        bytes.insert(begin, "\n<title>" + xml_text(title) + "</title>");
-        bytes.insert(bytes.rfind("</svg>"),
-                     "<g font-family=\"Helvetica, Arial, sans-serif\">\n" + svg_texts + "</g>\n");
+    cairo_show_page(context_.get());
+    cairo_surface_finish(surface_.get());
+    check(surface_.get());
+    if (format_ == PlotFormat::kSvg) {
+        const size_t begin = bytes_.find('>', bytes_.find("<svg")) + 1;
+        bytes_.insert(begin, "\n<title>" + xml_text(title_) + "</title>");
+        bytes_.insert(bytes_.rfind("</svg>"),
+                      "<g font-family=\"Helvetica, Arial, sans-serif\">\n" + svg_texts_ + "</g>\n");
     }
-    write(bytes);
+    write(bytes_);
 }
 
 }  // namespace Tools

@@ -61,8 +61,8 @@ public:
     PlotCanvas(PlotCanvas const&) = delete;
     PlotCanvas& operator=(PlotCanvas const&) = delete;
 
-    double width() const { return unit_width; }
-    double height() const { return unit_height; }
+    double width() const { return unit_width_; }
+    double height() const { return unit_height_; }
 
     void line(double x1, double y1, double x2, double y2, Colour colour, double thickness);
     /** A part of a circle; angles in rad from above, clockwise. */
@@ -106,16 +106,16 @@ private:
                            double top, Each const& each);
     void check(cairo_surface_t* of) const;
 
-    PlotFormat format;
-    double scale;
-    double unit_width;
-    double unit_height;
-    std::string title;
-    std::string bytes;      // of an SVG or PDF that is finished
-    std::string svg_texts;  // elements
-    std::vector<Surface> images;
-    Surface surface;
-    std::unique_ptr<cairo_t, Destroy> context;
+    PlotFormat format_;
+    double scale_;
+    double unit_width_;
+    double unit_height_;
+    std::string title_;
+    std::string bytes_;      // of an SVG or PDF that is finished
+    std::string svg_texts_;  // elements
+    std::vector<Surface> images_;
+    Surface surface_;
+    std::unique_ptr<cairo_t, Destroy> context_;
 };
 
 }  // namespace Tools

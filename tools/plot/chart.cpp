@@ -34,38 +34,38 @@ TimeUnit unit_for(double duration_s) {
 /** A chart's axes, and where its values are in the picture. */
 class Chart {
 public:
-    Chart(Box const& box_, PlotData const& data)
-        : box(box_),
-          unit(unit_for(data.duration_s())),
-          times(marks_between(0, std::max(data.duration_s() / unit.seconds, 1e-3),
-                              mark_count(box_.width(), 110))),
-          values(value_marks(data, mark_count(box_.height(), 60))) {}
+    Chart(Box const& box, PlotData const& data)
+        : box_(box),
+          unit_(unit_for(data.duration_s())),
+          times_(marks_between(0, std::max(data.duration_s() / unit_.seconds, 1e-3),
+                               mark_count(box.width(), 110))),
+          values_(value_marks(data, mark_count(box.height(), 60))) {}
 
     double x(double time_s) const {
-        return box.left + box.width() * (time_s / unit.seconds - times.low) / time_span();
+        return box_.left + box_.width() * (time_s / unit_.seconds - times_.low) / time_span();
     }
     double y(double value) const {
-        return box.bottom - box.height() * (value - values.low) / (values.high - values.low);
+        return box_.bottom - box_.height() * (value - values_.low) / (values_.high - values_.low);
     }
 
     void draw_axes(PlotCanvas& canvas, PlotData const& data) const {
-        for (const double place : times.places()) {
-            const double at = x(place * unit.seconds);
-            if (at > box.right + 0.5) continue;
-            canvas.line(at, box.top, at, box.bottom, kGridLine, 0.8);
-            canvas.text(at, box.bottom + 16, times.label(place), {kLabelSize, Align::kCentre});
+        for (const double place : times_.places()) {
+            const double at = x(place * unit_.seconds);
+            if (at > box_.right + 0.5) continue;
+            canvas.line(at, box_.top, at, box_.bottom, kGridLine, 0.8);
+            canvas.text(at, box_.bottom + 16, times_.label(place), {kLabelSize, Align::kCentre});
         }
-        for (const double place : values.places()) {
-            const bool is_zero = std::abs(place) < values.step / 2;
-            canvas.line(box.left, y(place), box.right, y(place), is_zero ? kFaintInk : kGridLine,
+        for (const double place : values_.places()) {
+            const bool is_zero = std::abs(place) < values_.step / 2;
+            canvas.line(box_.left, y(place), box_.right, y(place), is_zero ? kFaintInk : kGridLine,
                         0.8);
-            canvas.text(box.left - 7, y(place) + 4, values.label(place),
+            canvas.text(box_.left - 7, y(place) + 4, values_.label(place),
                         {kLabelSize, Align::kRight});
         }
-        canvas.text(box.left + box.width() / 2, box.bottom + 36,
-                    std::string("time since the first frame (") + unit.name + ")",
+        canvas.text(box_.left + box_.width() / 2, box_.bottom + 36,
+                    std::string("time since the first frame (") + unit_.name + ")",
                     {kTitleSize, Align::kCentre});
-        canvas.text(box.left - kLeftRoom + 16, box.top + box.height() / 2,
+        canvas.text(box_.left - kLeftRoom + 16, box_.top + box_.height() / 2,
                     data.view() == PlotView::kSpeed ? "radial speed (m/s)" : "range (m)",
                     {kTitleSize, Align::kCentre, false, true});
     }
@@ -88,12 +88,12 @@ private:
     }
 
     /** To the last frame, and no further than a mark. */
-    double time_span() const { return times.high - times.low; }
+    double time_span() const { return times_.high - times_.low; }
 
-    Box box;
-    TimeUnit unit;
-    AxisMarks times;
-    AxisMarks values;
+    Box box_;
+    TimeUnit unit_;
+    AxisMarks times_;
+    AxisMarks values_;
 };
 
 double dot_radius(size_t count) {

@@ -18,62 +18,62 @@ bool is_beyond(float value, std::optional<double> const& limit) {
 
 }  // namespace
 
-PlotData::PlotData(PlotView view_, PlotLimits const& limits_)
-    : plot_view(view_),
-      plot_limits(limits_),
-      plot_points(view_ == PlotView::kPlan ? PlotPoints::Keep::kNewest
+PlotData::PlotData(PlotView view, PlotLimits const& limits)
+    : plot_view_(view),
+      plot_limits_(limits),
+      plot_points_(view == PlotView::kPlan ? PlotPoints::Keep::kNewest
                                            : PlotPoints::Keep::kFastest) {}
 
 void PlotData::add(InputFrame const& frame) {
     move_time(frame.timestamp);
-    ++frame_count;
-    newest_points.clear();
+    ++frame_count_;
+    newest_points_.clear();
     Kit::TargetReader reader(frame.payload);
     for (std::string_view target; reader.next(target);) {
         const Kit::TargetValues values = Kit::read_target(target);
-        ++target_count;
+        ++target_count_;
         add_target(values.r, values.rdot, values.theta);
     }
 }
 
 void PlotData::move_time(uint64_t timestamp) {
-    if (frame_count == 0) {
-        first = timestamp;
-    } else if (timestamp > last) {
-        elapsed_us += timestamp - last;
+    if (frame_count_ == 0) {
+        first_ = timestamp;
+    } else if (timestamp > last_) {
+        elapsed_us_ += timestamp - last_;
     }
-    last = timestamp;
+    last_ = timestamp;
 }
 
 void PlotData::add_target(float range, float speed, float angle) {
     if (!can_be_drawn(range) || !can_be_drawn(speed) || !can_be_drawn(angle) || range < 0) {
-        ++unusable_count;
+        ++unusable_count_;
         return;
     }
-    const bool speed_is_place = plot_view == PlotView::kSpeed;
-    if (speed_is_place ? is_beyond(speed, plot_limits.speed)
-                       : is_beyond(range, plot_limits.range)) {
-        ++beyond_count;
+    const bool speed_is_place = plot_view_ == PlotView::kSpeed;
+    if (speed_is_place ? is_beyond(speed, plot_limits_.speed)
+                       : is_beyond(range, plot_limits_.range)) {
+        ++beyond_count_;
         return;
     }
     const float direction = std::remainder(angle, kWholeTurn);
     const auto time = static_cast<float>(duration_s());
     PlotPoint point = {time, speed_is_place ? speed : range, speed, time};
-    if (plot_view == PlotView::kPlan) {
+    if (plot_view_ == PlotView::kPlan) {
         point.x = range * std::sin(direction);
         point.y = range * std::cos(direction);
     }
     note_extent(point, range, direction);
-    plot_points.add(point);
-    if (newest_points.size() < kMostNewest) newest_points.push_back(point);
+    plot_points_.add(point);
+    if (newest_points_.size() < kMostNewest) newest_points_.push_back(point);
 }
 
 void PlotData::note_extent(PlotPoint const& point, float range, float angle) {
-    most_range = std::max<double>(most_range, range);
-    most_speed = std::max<double>(most_speed, std::abs(point.speed));
-    most_angle = std::max<double>(most_angle, std::abs(angle));
-    least_y = std::min<double>(least_y, point.y);
-    most_y = std::max<double>(most_y, point.y);
+    most_range_ = std::max<double>(most_range_, range);
+    most_speed_ = std::max<double>(most_speed_, std::abs(point.speed));
+    most_angle_ = std::max<double>(most_angle_, std::abs(angle));
+    least_y_ = std::min<double>(least_y_, point.y);
+    most_y_ = std::max<double>(most_y_, point.y);
 }
 
 }  // namespace Tools

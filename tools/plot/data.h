@@ -29,31 +29,31 @@ struct PlotLimits {
  */
 class PlotData {
 public:
-    PlotData(PlotView view_, PlotLimits const& limits_);
+    PlotData(PlotView view, PlotLimits const& limits);
 
     /** Takes the next frame. */
     void add(InputFrame const& frame);
 
-    PlotView view() const { return plot_view; }
-    PlotLimits const& limits() const { return plot_limits; }
-    PlotPoints const& points() const { return plot_points; }
+    PlotView view() const { return plot_view_; }
+    PlotLimits const& limits() const { return plot_limits_; }
+    PlotPoints const& points() const { return plot_points_; }
     /** The targets of the last frame; without those beyond the first kMostNewest. */
-    std::vector<PlotPoint> const& newest() const { return newest_points; }
+    std::vector<PlotPoint> const& newest() const { return newest_points_; }
 
-    uint64_t frames() const { return frame_count; }
-    uint64_t targets() const { return target_count; }
+    uint64_t frames() const { return frame_count_; }
+    uint64_t targets() const { return target_count_; }
     /** Targets that no picture can show: not a number, beyond 1000 km, or a negative range. */
-    uint64_t unusable() const { return unusable_count; }
+    uint64_t unusable() const { return unusable_count_; }
     /** Targets beyond the limits. */
-    uint64_t beyond() const { return beyond_count; }
+    uint64_t beyond() const { return beyond_count_; }
 
-    uint64_t first_timestamp() const { return first; }
-    double duration_s() const { return static_cast<double>(elapsed_us) / 1e6; }
-    double largest_range() const { return most_range; }
-    double largest_speed() const { return most_speed; }  // without its sign
-    double largest_angle() const { return most_angle; }  // without its sign
-    double lowest_y() const { return least_y; }
-    double highest_y() const { return most_y; }
+    uint64_t first_timestamp() const { return first_; }
+    double duration_s() const { return static_cast<double>(elapsed_us_) / 1e6; }
+    double largest_range() const { return most_range_; }
+    double largest_speed() const { return most_speed_; }  // without its sign
+    double largest_angle() const { return most_angle_; }  // without its sign
+    double lowest_y() const { return least_y_; }
+    double highest_y() const { return most_y_; }
 
     static constexpr size_t kMostNewest = 200;
 
@@ -62,22 +62,22 @@ private:
     void add_target(float range, float speed, float angle);
     void note_extent(PlotPoint const& point, float range, float angle);
 
-    PlotView plot_view;
-    PlotLimits plot_limits;
-    PlotPoints plot_points;
-    std::vector<PlotPoint> newest_points;
-    uint64_t frame_count = 0;
-    uint64_t target_count = 0;
-    uint64_t unusable_count = 0;
-    uint64_t beyond_count = 0;
-    uint64_t first = 0;
-    uint64_t last = 0;
-    uint64_t elapsed_us = 0;
-    double most_range = 0;
-    double most_speed = 0;
-    double most_angle = 0;
-    double least_y = 0;
-    double most_y = 0;
+    PlotView plot_view_;
+    PlotLimits plot_limits_;
+    PlotPoints plot_points_;
+    std::vector<PlotPoint> newest_points_;
+    uint64_t frame_count_ = 0;
+    uint64_t target_count_ = 0;
+    uint64_t unusable_count_ = 0;
+    uint64_t beyond_count_ = 0;
+    uint64_t first_ = 0;
+    uint64_t last_ = 0;
+    uint64_t elapsed_us_ = 0;
+    double most_range_ = 0;
+    double most_speed_ = 0;
+    double most_angle_ = 0;
+    double least_y_ = 0;
+    double most_y_ = 0;
 };
 
 }  // namespace Tools

@@ -13,7 +13,7 @@ namespace Tools {
  */
 class DotImage {
 public:
-    explicit DotImage(cairo_surface_t* image_);
+    explicit DotImage(cairo_surface_t* image);
     ~DotImage();
     DotImage(DotImage const&) = delete;
     DotImage& operator=(DotImage const&) = delete;
@@ -25,13 +25,13 @@ public:
     void stamp(double x, double y, double radius, Colour colour, double alpha);
 
 private:
-    cairo_surface_t* image;
-    unsigned char* pixels;
-    int stride;
-    int clip_left = 0;
-    int clip_top = 0;
-    int clip_right;
-    int clip_bottom;
+    cairo_surface_t* image_;
+    unsigned char* pixels_;
+    int stride_;
+    int clip_left_ = 0;
+    int clip_top_ = 0;
+    int clip_right_;
+    int clip_bottom_;
 };
 
 }  // namespace Tools

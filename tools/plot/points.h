@@ -24,7 +24,7 @@ public:
     /** Which of two targets a cell keeps. */
     enum class Keep { kNewest, kFastest };
 
-    explicit PlotPoints(Keep keep_) : keep(keep_) {}
+    explicit PlotPoints(Keep keep) : keep_(keep) {}
 
     /** Adds a point, whose numbers are finite. */
     void add(PlotPoint const& point);
@@ -33,7 +33,7 @@ public:
     void for_each(std::function<void(PlotPoint const&)> const& use) const;
 
     /** How many for_each() gives. */
-    size_t size() const { return cells.empty() ? points.size() : occupied; }
+    size_t size() const { return cells_.empty() ? points_.size() : occupied_; }
 
     static constexpr size_t kMostPoints = 50000;
 
@@ -59,12 +59,12 @@ private:
     void widen(Axis& axis, bool negative, size_t stride, size_t other_stride);
     bool replaces(Cell const& cell, Cell const& other) const;
 
-    Keep keep;
-    std::vector<PlotPoint> points;
-    std::vector<Cell> cells;
-    size_t occupied = 0;
-    Axis columns;
-    Axis rows;
+    Keep keep_;
+    std::vector<PlotPoint> points_;
+    std::vector<Cell> cells_;
+    size_t occupied_ = 0;
+    Axis columns_;
+    Axis rows_;
 };
 
 }  // namespace Tools

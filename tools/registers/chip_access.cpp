@@ -90,11 +90,11 @@ void check_readable(Selected const& selected, bool forced) {
 }
 
 ChipAccess::ChipAccess(ChipOptions const& options)
-    : device(0, command_byte(options.command_byte).value()) {}
+    : device_(0, command_byte(options.command_byte).value()) {}
 
 uint32_t ChipAccess::read(MappedRegister const& whole) const {
     try {
-        return static_cast<uint32_t>(device.read_register(whole.address));
+        return static_cast<uint32_t>(device_.read_register(whole.address));
     } catch (std::system_error const& error) {
         fail(whole, "cannot be read", error);
     }
@@ -103,12 +103,12 @@ uint32_t ChipAccess::read(MappedRegister const& whole) const {
 void ChipAccess::write(Selected const& selected, uint32_t value) {
     try {
         if (selected.bits.is_whole_register()) {
-            device.write_register(selected.whole.address, static_cast<int>(value), 0);
+            device_.write_register(selected.whole.address, static_cast<int>(value), 0);
             return;
         }
         // What it held before may have been changed by the chip, or by another program.
-        device.clear_cache();
-        device.write_field(selected.bits.bits, static_cast<int>(value));
+        device_.clear_cache();
+        device_.write_field(selected.bits.bits, static_cast<int>(value));
     } catch (std::system_error const& error) {
         fail(selected.whole, "cannot be written", error);
     }

@@ -63,7 +63,7 @@ public:
     void write(Selected const& selected, uint32_t value);
 
 private:
-    Radar::SPIRadarInterface device;
+    Radar::SPIRadarInterface device_;
 };
 
 }  // namespace Tools

@@ -80,9 +80,9 @@ std::string address_text(int32_t address) {
     return hex_text(static_cast<uint32_t>(address), 4);
 }
 
-RegisterMap::RegisterMap(std::string name_, std::string const& text) : map_name(std::move(name_)) {
+RegisterMap::RegisterMap(std::string name, std::string const& text) : map_name_(std::move(name)) {
     std::unordered_map<std::string, int> lines;
-    for_each_line(map_name, text, [&](TextLine& line, int number) {
+    for_each_line(map_name_, text, [&](TextLine& line, int number) {
         const std::string bits_name = take_name(line);
         const auto [earlier, is_new] = lines.emplace(bits_name, number);
         if (!is_new) {
@@ -94,12 +94,12 @@ RegisterMap::RegisterMap(std::string name_, std::string const& text) : map_name(
         const bool is_writable = access == "w" || access == "rw";
         add({bits_name, bits, access != "w", is_writable, printable(line.rest())}, access == "rc");
     });
-    if (by_name.empty()) throw Kit::InputError(printable(map_name) + ": names no register");
+    if (by_name_.empty()) throw Kit::InputError(printable(map_name_) + ": names no register");
 }
 
 void RegisterMap::add(NamedBits const& bits, bool changes_by_reading) {
-    by_name.emplace(bits.name, bits);
-    MappedRegister& mapped = by_address[bits.bits.address];
+    by_name_.emplace(bits.name, bits);
+    MappedRegister& mapped = by_address_[bits.bits.address];
     mapped.address = bits.bits.address;
     mapped.is_readable = mapped.is_readable || bits.is_readable;
     mapped.is_writable = mapped.is_writable || bits.is_writable;
@@ -112,8 +112,8 @@ void RegisterMap::add(NamedBits const& bits, bool changes_by_reading) {
 }
 
 MappedRegister RegisterMap::register_at(int32_t address) const {
-    const auto found = by_address.find(address);
-    if (found != by_address.end()) return found->second;
+    const auto found = by_address_.find(address);
+    if (found != by_address_.end()) return found->second;
     MappedRegister unknown;
     unknown.address = address;
     unknown.is_readable = true;
@@ -122,8 +122,8 @@ MappedRegister RegisterMap::register_at(int32_t address) const {
 }
 
 NamedBits const* RegisterMap::find(std::string const& bits_name) const {
-    const auto found = by_name.find(bits_name);
-    return found != by_name.end() ? &found->second : nullptr;
+    const auto found = by_name_.find(bits_name);
+    return found != by_name_.end() ? &found->second : nullptr;
 }
 
 RegisterMap load_register_map(std::string const& path) {

@@ -58,16 +58,16 @@ public:
     /**
      * Takes a map file's text.
      *
-     * @param name_ of the file, for messages.
+     * @param name of the file, for messages.
      * @throws Kit::InputError "NAME:LINE:COLUMN: reason" for the first thing that is wrong.
      */
-    RegisterMap(std::string name_, std::string const& text);
+    RegisterMap(std::string name, std::string const& text);
 
     /** What the map is called in messages. */
-    std::string const& name() const { return map_name; }
+    std::string const& name() const { return map_name_; }
 
     /** By address. */
-    std::map<int32_t, MappedRegister> const& registers() const { return by_address; }
+    std::map<int32_t, MappedRegister> const& registers() const { return by_address_; }
 
     /** The register at `address`; one without a name when the map has none, of which nothing is
      * known: it can be read and written. */
@@ -79,9 +79,9 @@ public:
 private:
     void add(NamedBits const& bits, bool changes_by_reading);
 
-    std::string map_name;
-    std::map<int32_t, MappedRegister> by_address;
-    std::unordered_map<std::string, NamedBits> by_name;
+    std::string map_name_;
+    std::map<int32_t, MappedRegister> by_address_;
+    std::unordered_map<std::string, NamedBits> by_name_;
 };
 
 /** Reads the map file `path`. @throws Kit::InputError as RegisterMap, and when it is no file. */

@@ -105,18 +105,18 @@ public:
         for (std::string const& name : options.names) {
             const Selected selected = select_bits(map, name);
             check_readable(selected, options.chip.force);
-            watched[selected.whole.address].mapped = selected.whole;
+            watched_[selected.whole.address].mapped = selected.whole;
         }
     }
 
     std::vector<Change> look(ChipAccess const& chip) {
-        ++looks;
+        ++looks_;
         std::vector<Change> changes;
-        for (auto& [address, one] : watched) {
+        for (auto& [address, one] : watched_) {
             const RegisterValue value = register_value(one.mapped, chip.read(one.mapped));
             if (one.value && one.value->value == value.value) continue;
             changes.push_back({one.value, value});
-            if (one.value) one.changed_at = looks;
+            if (one.value) one.changed_at = looks_;
             one.before = one.value;
             one.value = value;
         }
@@ -125,14 +125,14 @@ public:
 
     /** All registers, or, where they are too many for the window, those that have changed. */
     std::vector<ScreenLine> picture(WindowSize window) const {
-        const bool all_fit = watched.size() + 2 <= static_cast<size_t>(window.rows);
-        std::vector<ScreenLine> lines = {{kBold, std::to_string(watched.size()) +
-                                                     " registers  look " + std::to_string(looks) +
+        const bool all_fit = watched_.size() + 2 <= static_cast<size_t>(window.rows);
+        std::vector<ScreenLine> lines = {{kBold, std::to_string(watched_.size()) +
+                                                     " registers  look " + std::to_string(looks_) +
                                                      "  q ends"}};
-        for (auto const& [address, one] : watched) {
+        for (auto const& [address, one] : watched_) {
             if (all_fit || one.changed_at > 0) lines.push_back(line(one));
         }
-        const size_t hidden = watched.size() + 1 - lines.size();
+        const size_t hidden = watched_.size() + 1 - lines.size();
         if (hidden > 0) {
             lines.push_back({kDim, std::to_string(hidden) + " registers have not changed"});
         }
@@ -148,7 +148,7 @@ private:
             if (reason != nullptr) {
                 left_out.push_back({address, whole.label(), reason});
             } else {
-                watched[address].mapped = whole;
+                watched_[address].mapped = whole;
             }
         }
     }
@@ -156,14 +156,14 @@ private:
     ScreenLine line(Watched const& one) const {
         std::string label = one.mapped.label();
         if (label.size() < kLabelWidth) label.resize(kLabelWidth, ' ');
-        const bool is_new = one.changed_at == looks;
+        const bool is_new = one.changed_at == looks_;
         return {is_new ? kYellow : "",
                 address_text(one.mapped.address) + " " + label + " " +
                     value_text(*one.value, is_new ? one.before : std::nullopt)};
     }
 
-    std::map<int32_t, Watched> watched;
-    uint64_t looks = 0;
+    std::map<int32_t, Watched> watched_;
+    uint64_t looks_ = 0;
 };
 
 void print(std::vector<Change> const& changes, std::string const& format, Output& out) {

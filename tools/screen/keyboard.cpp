@@ -68,29 +68,29 @@ Keyboard::~Keyboard() {
 std::vector<int> Keyboard::typed() {
     std::array<char, 64> piece;
     pollfd wait = {STDIN_FILENO, POLLIN, 0};
-    while (taken && poll(&wait, 1, 0) == 1) {
+    while (taken_ && poll(&wait, 1, 0) == 1) {
         const ssize_t count = read(STDIN_FILENO, piece.data(), piece.size());
         if (count <= 0) {
             give_back();  // the terminal has gone
             break;
         }
-        bytes.append(piece.data(), static_cast<size_t>(count));
+        bytes_.append(piece.data(), static_cast<size_t>(count));
     }
-    return take_keys(bytes);
+    return take_keys(bytes_);
 }
 
 void Keyboard::take() {
-    if (taken || tcgetpgrp(STDIN_FILENO) != getpgrp() || tcgetattr(STDIN_FILENO, &before) != 0) {
+    if (taken_ || tcgetpgrp(STDIN_FILENO) != getpgrp() || tcgetattr(STDIN_FILENO, &before_) != 0) {
         return;
     }
-    termios hidden = before;
+    termios hidden = before_;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON);
-    taken = tcsetattr(STDIN_FILENO, TCSANOW, &hidden) == 0;
+    taken_ = tcsetattr(STDIN_FILENO, TCSANOW, &hidden) == 0;
 }
 
 void Keyboard::give_back() {
-    if (taken) tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
-    taken = false;
+    if (taken_) tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
+    taken_ = false;
 }
 
 }  // namespace Tools

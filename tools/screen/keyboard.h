@@ -29,7 +29,7 @@ public:
     Keyboard(Keyboard const&) = delete;
     Keyboard& operator=(Keyboard const&) = delete;
 
-    bool is_there() const { return taken; }
+    bool is_there() const { return taken_; }
 
     /** What was typed since the last call. */
     std::vector<int> typed();
@@ -39,9 +39,9 @@ public:
     void take();
 
 private:
-    bool taken = false;
-    termios before = {};  // how the terminal was set
-    std::string bytes;
+    bool taken_ = false;
+    termios before_ = {};  // how the terminal was set
+    std::string bytes_;
 };
 
 }  // namespace Tools

@@ -20,7 +20,7 @@ constexpr char kEraseBelow[] = "\x1b[J";
 
 }  // namespace
 
-LiveScreen::LiveScreen(Output& out_) : out(out_) {
+LiveScreen::LiveScreen(Output& out) : out_(out) {
     enter();
 }
 
@@ -34,51 +34,51 @@ LiveScreen::~LiveScreen() {
 }
 
 void LiveScreen::draw(std::vector<std::string> const& lines) {
-    out.write(kTopLeft);
+    out_.write(kTopLeft);
     for (size_t i = 0; i < lines.size(); ++i) {
-        if (i > 0) out.write("\r\n");
+        if (i > 0) out_.write("\r\n");
         // Erased before it is written: behind a full line the cursor stands on its last character.
-        out.write(kEraseLine);
-        out.write(lines[i]);
+        out_.write(kEraseLine);
+        out_.write(lines[i]);
     }
-    out.write(kEraseBelow);
-    out.flush();
+    out_.write(kEraseBelow);
+    out_.flush();
 }
 
 bool LiveScreen::was_typed(char key) const {
     std::array<char, 64> keys;
     pollfd typed = {STDIN_FILENO, POLLIN, 0};
-    if (!typing_is_hidden || poll(&typed, 1, 0) != 1) return false;
+    if (!typing_is_hidden_ || poll(&typed, 1, 0) != 1) return false;
     const ssize_t count = read(STDIN_FILENO, keys.data(), keys.size());
     return count > 0 && std::find(keys.begin(), keys.begin() + count, key) != keys.begin() + count;
 }
 
 void LiveScreen::enter() {
-    if (entered) return;
-    entered = true;
+    if (entered_) return;
+    entered_ = true;
     hide_typing();
-    out.write(kEnter);
-    out.flush();
+    out_.write(kEnter);
+    out_.flush();
 }
 
 void LiveScreen::leave() {
-    if (!entered) return;
-    entered = false;
+    if (!entered_) return;
+    entered_ = false;
     show_typing();
-    out.write(kLeave);
-    out.flush();
+    out_.write(kLeave);
+    out_.flush();
 }
 
 void LiveScreen::hide_typing() {
-    if (tcgetpgrp(STDIN_FILENO) != getpgrp() || tcgetattr(STDIN_FILENO, &typing) != 0) return;
-    termios hidden = typing;
+    if (tcgetpgrp(STDIN_FILENO) != getpgrp() || tcgetattr(STDIN_FILENO, &typing_) != 0) return;
+    termios hidden = typing_;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON);
-    typing_is_hidden = tcsetattr(STDIN_FILENO, TCSANOW, &hidden) == 0;
+    typing_is_hidden_ = tcsetattr(STDIN_FILENO, TCSANOW, &hidden) == 0;
 }
 
 void LiveScreen::show_typing() {
-    if (typing_is_hidden) tcsetattr(STDIN_FILENO, TCSAFLUSH, &typing);
-    typing_is_hidden = false;
+    if (typing_is_hidden_) tcsetattr(STDIN_FILENO, TCSAFLUSH, &typing_);
+    typing_is_hidden_ = false;
 }
 
 }  // namespace Tools

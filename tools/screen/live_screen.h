@@ -36,10 +36,10 @@ private:
     void hide_typing();
     void show_typing();
 
-    Output& out;
-    bool entered = false;
-    bool typing_is_hidden = false;
-    termios typing = {};  // how the terminal was set
+    Output& out_;
+    bool entered_ = false;
+    bool typing_is_hidden_ = false;
+    termios typing_ = {};  // how the terminal was set
 };
 
 }  // namespace Tools

@@ -23,26 +23,26 @@ std::string megabytes(double bytes) {
 }  // namespace
 
 ProgressBar::ProgressBar(Use use)
-    : enabled(use != Use::kNever && takes_pictures(STDERR_FILENO) &&
-              (use == Use::kWherePossible || isatty(STDOUT_FILENO) == 0)) {}
+    : enabled_(use != Use::kNever && takes_pictures(STDERR_FILENO) &&
+               (use == Use::kWherePossible || isatty(STDOUT_FILENO) == 0)) {}
 
 ProgressBar::~ProgressBar() {
     clear();
 }
 
 void ProgressBar::clear() {
-    if (drawn) Messages::print("\r\x1b[K");
-    drawn = false;
+    if (drawn_) Messages::print("\r\x1b[K");
+    drawn_ = false;
 }
 
 void ProgressBar::look(uint64_t done, uint64_t total) {
     const Clock::time_point now = Clock::now();
-    if (now < next) return;
-    next = now + std::chrono::milliseconds(100);
-    const double seconds = std::chrono::duration<double>(now - begin).count();
+    if (now < next_) return;
+    next_ = now + std::chrono::milliseconds(100);
+    const double seconds = std::chrono::duration<double>(now - begin_).count();
     const int columns = window_size(STDERR_FILENO).columns;
     Messages::print("\r" + progress_text(done, total, seconds, columns) + "\x1b[K");
-    drawn = true;
+    drawn_ = true;
 }
 
 std::string progress_text(uint64_t done, uint64_t total, double seconds, int columns) {

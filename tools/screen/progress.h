@@ -31,7 +31,7 @@ public:
      * frame.
      */
     void update(uint64_t done, uint64_t total) {
-        if (enabled && ++calls % kCallsPerLook == 0) look(done, total);
+        if (enabled_ && ++calls_ % kCallsPerLook == 0) look(done, total);
     }
 
     /** Removes the bar, so that a message can be printed. It comes back with the next update(). */
@@ -44,11 +44,11 @@ private:
 
     void look(uint64_t done, uint64_t total);
 
-    bool enabled;
-    bool drawn = false;
-    unsigned calls = 0;
-    Clock::time_point begin = Clock::now();
-    Clock::time_point next = begin + std::chrono::seconds(1);
+    bool enabled_;
+    bool drawn_ = false;
+    unsigned calls_ = 0;
+    Clock::time_point begin_ = Clock::now();
+    Clock::time_point next_ = begin_ + std::chrono::seconds(1);
 };
 
 /** The bar's text for a window of `columns` characters. */

@@ -38,60 +38,60 @@ void add_repetition(CLI::App& parser, Repetition& repetition) {
     add_count(parser, "--count", repetition.count, "End after N looks");
 }
 
-Repeater::Repeater(Repetition const& repetition, bool pictures, Console& console_)
-    : console(console_),
-      interval(std::chrono::duration_cast<Clock::duration>(
+Repeater::Repeater(Repetition const& repetition, bool pictures, Console& console)
+    : console_(console),
+      interval_(std::chrono::duration_cast<Clock::duration>(
           std::chrono::duration<double>(repetition.interval_s))),
-      count(repetition.count),
-      is_limited(repetition.count > 0),
-      coloured(takes_colour(console_.out.fd())) {
-    if (!pictures || !takes_pictures(console.out.fd())) return;
+      count_(repetition.count),
+      is_limited_(repetition.count > 0),
+      coloured_(takes_colour(console.out.fd())) {
+    if (!pictures || !takes_pictures(console_.out.fd())) return;
     watch_terminal_signals();
-    screen = std::make_unique<LiveScreen>(console.out);
+    screen_ = std::make_unique<LiveScreen>(console_.out);
 }
 
 bool Repeater::next() {
-    if (is_limited && count-- == 0) return false;
-    console.out.flush();
-    while (Clock::now() < due) {
+    if (is_limited_ && count_-- == 0) return false;
+    console_.out.flush();
+    while (Clock::now() < due_) {
         if (is_over()) return false;
         look_at_terminal();
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(due_ - Clock::now());
         poll(nullptr, 0,
              static_cast<int>(std::clamp(left, std::chrono::milliseconds(0), kTick).count()));
     }
     if (is_over()) return false;
     // What took longer than the interval is not made up for.
-    due = std::max(due + interval, Clock::now());
+    due_ = std::max(due_ + interval_, Clock::now());
     return true;
 }
 
 void Repeater::show(std::function<std::vector<ScreenLine>(WindowSize)> lines) {
-    picture = std::move(lines);
+    picture_ = std::move(lines);
     draw();
 }
 
 bool Repeater::is_over() {
-    console.out.check_reader();
-    return was_interrupted() || (screen != nullptr && screen->was_typed('q'));
+    console_.out.check_reader();
+    return was_interrupted() || (screen_ != nullptr && screen_->was_typed('q'));
 }
 
 void Repeater::look_at_terminal() {
-    if (screen == nullptr || !picture) return;
-    const WindowSize size = window_size(console.out.fd());
-    bool is_spoilt = size.columns != drawn_size.columns || size.rows != drawn_size.rows;
+    if (screen_ == nullptr || !picture_) return;
+    const WindowSize size = window_size(console_.out.fd());
+    bool is_spoilt = size.columns != drawn_size_.columns || size.rows != drawn_size_.rows;
     if (wants_suspension()) {
-        screen->leave();
+        screen_->leave();
         suspend();
-        screen->enter();
+        screen_->enter();
         is_spoilt = true;
     }
     if (is_spoilt) draw();
 }
 
 void Repeater::draw() {
-    drawn_size = window_size(console.out.fd());
-    screen->draw(fit_lines(picture(drawn_size), drawn_size, coloured));
+    drawn_size_ = window_size(console_.out.fd());
+    screen_->draw(fit_lines(picture_(drawn_size_), drawn_size_, coloured_));
 }
 
 }  // namespace Tools

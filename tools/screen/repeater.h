@@ -38,7 +38,7 @@ public:
     Repeater(Repetition const& repetition, bool pictures, Console& console);
 
     /** Whether show() draws pictures; else the caller prints. */
-    bool draws() const { return screen != nullptr; }
+    bool draws() const { return screen_ != nullptr; }
 
     /** Waits until it is time for the next turn, the first one at once. False when there is none.
      */
@@ -54,15 +54,15 @@ private:
     void look_at_terminal();
     void draw();
 
-    Console& console;
-    Clock::duration interval;
-    uint64_t count;
-    bool is_limited;
-    bool coloured;
-    Clock::time_point due = Clock::now();
-    std::unique_ptr<LiveScreen> screen;
-    std::function<std::vector<ScreenLine>(WindowSize)> picture;
-    WindowSize drawn_size;
+    Console& console_;
+    Clock::duration interval_;
+    uint64_t count_;
+    bool is_limited_;
+    bool coloured_;
+    Clock::time_point due_ = Clock::now();
+    std::unique_ptr<LiveScreen> screen_;
+    std::function<std::vector<ScreenLine>(WindowSize)> picture_;
+    WindowSize drawn_size_;
 };
 
 }  // namespace Tools

@@ -45,27 +45,27 @@ struct stat look_at(std::string const& path, std::string const& name) {
 /** A file beside another, which it replaces, or else is removed with the object. */
 class Replacement {
 public:
-    Replacement(std::string path_, std::string name_)
-        : path(std::move(path_)),
-          name(std::move(name_)),
-          trial(directory_of(path) + "/." + fs::path(path).filename().string() + ".XXXXXX"),
-          fd(mkostemp(trial.data(), O_CLOEXEC)) {
-        if (fd < 0) {
-            throw Kit::InputError(system_reason(name, "no file can be made in its directory: "));
+    Replacement(std::string path, std::string name)
+        : path_(std::move(path)),
+          name_(std::move(name)),
+          trial_(directory_of(path_) + "/." + fs::path(path_).filename().string() + ".XXXXXX"),
+          fd_(mkostemp(trial_.data(), O_CLOEXEC)) {
+        if (fd_ < 0) {
+            throw Kit::InputError(system_reason(name_, "no file can be made in its directory: "));
         }
     }
     ~Replacement() {
-        if (!is_in_place) unlink(trial.c_str());
-        close(fd);
+        if (!is_in_place_) unlink(trial_.c_str());
+        close(fd_);
     }
     Replacement(Replacement const&) = delete;
     Replacement& operator=(Replacement const&) = delete;
 
-    std::string const& trial_path() const { return trial; }
+    std::string const& trial_path() const { return trial_; }
 
     void write(std::string_view left) const {
         while (!left.empty()) {
-            const ssize_t size = ::write(fd, left.data(), left.size());
+            const ssize_t size = ::write(fd_, left.data(), left.size());
             if (size < 0 && errno == EINTR) continue;
             check(size >= 0, "cannot be written: ");
             left.remove_prefix(static_cast<size_t>(size));
@@ -74,20 +74,20 @@ public:
 
     void take_after(struct stat const& original) const {
         struct stat own = {};
-        check(fstat(fd, &own) == 0, "cannot be written: ");
+        check(fstat(fd_, &own) == 0, "cannot be written: ");
         const bool is_same = own.st_uid == original.st_uid && own.st_gid == original.st_gid;
-        check(is_same || fchown(fd, original.st_uid, original.st_gid) == 0,
+        check(is_same || fchown(fd_, original.st_uid, original.st_gid) == 0,
               "its owner cannot be kept: ");
         set_mode(original.st_mode & 07777);
     }
 
-    void set_mode(mode_t mode) const { check(fchmod(fd, mode) == 0, "its mode cannot be set: "); }
+    void set_mode(mode_t mode) const { check(fchmod(fd_, mode) == 0, "its mode cannot be set: "); }
 
-    void flush() const { check(fsync(fd) == 0, "cannot be written: "); }
+    void flush() const { check(fsync(fd_) == 0, "cannot be written: "); }
 
     void put_in_place() {
-        check(rename(trial.c_str(), path.c_str()) == 0, "cannot be replaced: ");
-        is_in_place = true;
+        check(rename(trial_.c_str(), path_.c_str()) == 0, "cannot be replaced: ");
+        is_in_place_ = true;
         flush_directory();
         // Where the size is in the directory, as on vfat, the rename loses it once more.
         flush();
@@ -95,22 +95,22 @@ public:
 
 private:
     void check(bool is_done, char const* what) const {
-        if (!is_done) throw Kit::InputError(system_reason(name, what));
+        if (!is_done) throw Kit::InputError(system_reason(name_, what));
     }
 
     /** Not every file system flushes directories; the file itself is flushed in any case. */
     void flush_directory() const {
-        const int directory = open(directory_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const int directory = open(directory_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (directory < 0) return;
         fsync(directory);
         close(directory);
     }
 
-    std::string path;
-    std::string name;  // for messages
-    std::string trial;
-    int fd;
-    bool is_in_place = false;
+    std::string path_;
+    std::string name_;  // for messages
+    std::string trial_;
+    int fd_;
+    bool is_in_place_ = false;
 };
 
 bool is_same_file(struct stat const& a, struct stat const& b) {
@@ -121,26 +121,26 @@ bool is_same_file(struct stat const& a, struct stat const& b) {
 }  // namespace
 
 SettingsFile::SettingsFile(std::string const& path)
-    : name(path),
-      real_path(follow_links(path)),
-      before(look_at(real_path, name)),
-      is_there(before.st_nlink > 0),
-      content(path, is_there ? read_text_file(real_path, name) : "") {}
+    : name_(path),
+      real_path_(follow_links(path)),
+      before_(look_at(real_path_, name_)),
+      is_there_(before_.st_nlink > 0),
+      content_(path, is_there_ ? read_text_file(real_path_, name_) : "") {}
 
 void SettingsFile::save() const {
-    if (is_there && access(real_path.c_str(), W_OK) != 0) fail(std::strerror(errno));
+    if (is_there_ && access(real_path_.c_str(), W_OK) != 0) fail(std::strerror(errno));
     constexpr mode_t kModeOfANewFile = 0644;
-    Replacement replacement(real_path, name);
-    replacement.write(content.text());
-    if (is_there) {
-        replacement.take_after(before);
+    Replacement replacement(real_path_, name_);
+    replacement.write(content_.text());
+    if (is_there_) {
+        replacement.take_after(before_);
     } else {
         replacement.set_mode(kModeOfANewFile);
     }
     replacement.flush();
 
     Radar::Configuration stored(replacement.trial_path());
-    if (stored.read() != 0 || stored.conf != content.values()) {
+    if (stored.read() != 0 || stored.conf != content_.values()) {
         fail("would not read back as it is meant, so nothing was changed");
     }
     check_unchanged();
@@ -149,14 +149,14 @@ void SettingsFile::save() const {
 
 /** A change that came between is not undone without anybody noticing. */
 void SettingsFile::check_unchanged() const {
-    const struct stat now = look_at(real_path, name);
+    const struct stat now = look_at(real_path_, name_);
     const bool is_still_there = now.st_nlink > 0;
-    if (is_still_there == is_there && (!is_there || is_same_file(now, before))) return;
+    if (is_still_there == is_there_ && (!is_there_ || is_same_file(now, before_))) return;
     fail("was changed by somebody else meanwhile; nothing was written");
 }
 
 void SettingsFile::fail(std::string const& reason) const {
-    throw Kit::InputError(printable(name) + ": " + reason);
+    throw Kit::InputError(printable(name_) + ": " + reason);
 }
 
 }  // namespace Tools

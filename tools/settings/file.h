@@ -25,9 +25,9 @@ public:
      */
     explicit SettingsFile(std::string const& path);
 
-    bool exists() const { return is_there; }
-    SettingsText& text() { return content; }
-    SettingsText const& text() const { return content; }
+    bool exists() const { return is_there_; }
+    SettingsText& text() { return content_; }
+    SettingsText const& text() const { return content_; }
 
     /**
      * Puts the text in the place of the file, which keeps its mode and owner. At every moment the
@@ -43,11 +43,11 @@ private:
     void check_unchanged() const;
     [[noreturn]] void fail(std::string const& reason) const;
 
-    std::string name;       // as it was given
-    std::string real_path;  // behind symbolic links
-    struct stat before = {};
-    bool is_there = false;
-    SettingsText content;
+    std::string name_;       // as it was given
+    std::string real_path_;  // behind symbolic links
+    struct stat before_ = {};
+    bool is_there_ = false;
+    SettingsText content_;
 };
 
 }  // namespace Tools

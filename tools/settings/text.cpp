@@ -79,12 +79,12 @@ std::string line_number(size_t index) {
 
 }  // namespace
 
-SettingsText::SettingsText(std::string name_, std::string_view text) : name(std::move(name_)) {
+SettingsText::SettingsText(std::string name, std::string_view text) : name_(std::move(name)) {
     if (text.find('\0') != std::string_view::npos) {
-        throw Kit::InputError(printable(name) + ": holds a NUL byte, so it is no key file");
+        throw Kit::InputError(printable(name_) + ": holds a NUL byte, so it is no key file");
     }
     if (text.substr(0, 3) == "\xef\xbb\xbf") {
-        throw Kit::InputError(printable(name) + ": begins with a byte-order mark");
+        throw Kit::InputError(printable(name_) + ": begins with a byte-order mark");
     }
     take_lines(text);
     take_values();
@@ -101,12 +101,13 @@ void SettingsText::take_lines(std::string_view text) {
             is_in_group = true;
             is_in_radar_group = *group == kGroup;
         } else if (!is_in_group && !key_of(line).empty()) {
-            throw Kit::InputError(printable(name) + ": " + line_number(lines.size()) +
+            throw Kit::InputError(printable(name_) + ": " + line_number(lines_.size()) +
                                   " stands outside a group; a service would replace this file");
         }
         take_line(line, is_in_radar_group);
     }
-    if (!lines.empty() && lines.front().text.find("\r\n") != std::string::npos) line_end = "\r\n";
+    if (!lines_.empty() && lines_.front().text.find("\r\n") != std::string::npos)
+        line_end_ = "\r\n";
 }
 
 void SettingsText::take_line(std::string_view text, bool is_in_radar_group) {
@@ -115,18 +116,18 @@ void SettingsText::take_line(std::string_view text, bool is_in_radar_group) {
     line.is_group = group_of(text).has_value();
     line.is_in_radar_group = is_in_radar_group;
     if (is_in_radar_group && !line.is_group) line.key = key_of(text);
-    lines.push_back(std::move(line));
+    lines_.push_back(std::move(line));
 }
 
 /** What a text means is GLib's to say. */
 void SettingsText::take_values() {
-    table.clear();
-    what_is_wrong.clear();
+    table_.clear();
+    what_is_wrong_.clear();
     const KeyFile file(g_key_file_new());
     const std::string whole = text();
     GError* error = nullptr;
     g_key_file_load_from_data(file.get(), whole.data(), whole.size(), G_KEY_FILE_NONE, &error);
-    if (error != nullptr) throw Kit::InputError(printable(name) + ": " + take_message(error));
+    if (error != nullptr) throw Kit::InputError(printable(name_) + ": " + take_message(error));
     if (g_key_file_has_group(file.get(), kGroup) == FALSE) return;
 
     const KeyList keys(g_key_file_get_keys(file.get(), kGroup, nullptr, nullptr));
@@ -134,10 +135,10 @@ void SettingsText::take_values() {
         const int number = g_key_file_get_integer(file.get(), kGroup, *key, &error);
         if (error != nullptr) {
             g_error_free(error);
-            what_is_wrong = no_integer(*key);
+            what_is_wrong_ = no_integer(*key);
             return;
         }
-        table[*key] = number;
+        table_[*key] = number;
     }
 }
 
@@ -147,12 +148,12 @@ std::string SettingsText::no_integer(std::string const& key) const {
     std::string where;
     std::string_view value;
     if (!places.empty()) {
-        std::string_view line = lines[places.back()].text;
+        std::string_view line = lines_[places.back()].text;
         line.remove_prefix(line.find('=') + 1);
         value = trimmed(line);
         where = ": " + line_number(places.back());
     }
-    return printable(name) + where + ": " + printable(key) + " is " +
+    return printable(name_) + where + ": " + printable(key) + " is " +
            in_quotes(value.substr(0, kLongest)) + (value.size() > kLongest ? "..." : "") +
            ", which is no 32-bit integer";
 }
@@ -160,26 +161,26 @@ std::string SettingsText::no_integer(std::string const& key) const {
 std::vector<std::string> SettingsText::keys() const {
     std::vector<std::string> all;
     std::set<std::string> seen;
-    for (Line const& line : lines) {
-        if (table.count(line.key) == 1 && seen.insert(line.key).second) all.push_back(line.key);
+    for (Line const& line : lines_) {
+        if (table_.count(line.key) == 1 && seen.insert(line.key).second) all.push_back(line.key);
     }
     return all;
 }
 
 std::optional<int32_t> SettingsText::value(std::string const& key) const {
-    const auto found = table.find(key);
-    return found != table.end() ? std::optional<int32_t>(found->second) : std::nullopt;
+    const auto found = table_.find(key);
+    return found != table_.end() ? std::optional<int32_t>(found->second) : std::nullopt;
 }
 
 std::vector<std::string> SettingsText::repetitions() const {
     std::map<std::string, std::vector<size_t>> places;
-    for (size_t i = 0; i < lines.size(); ++i) {
-        if (!lines[i].key.empty()) places[lines[i].key].push_back(i);
+    for (size_t i = 0; i < lines_.size(); ++i) {
+        if (!lines_[i].key.empty()) places[lines_[i].key].push_back(i);
     }
     std::vector<std::string> all;
     for (auto const& [key, those] : places) {
         if (those.size() < 2) continue;
-        all.push_back(printable(name) + ": " + printable(key) + " is there " +
+        all.push_back(printable(name_) + ": " + printable(key) + " is there " +
                       std::to_string(those.size()) + " times; " + line_number(those.back()) +
                       " counts");
     }
@@ -192,7 +193,7 @@ void SettingsText::set(std::string const& key, int32_t new_value) {
     if (places.empty()) {
         add(key, value_text);
     } else {
-        std::string& line = lines[places.back()].text;
+        std::string& line = lines_[places.back()].text;
         const size_t sign = line.find('=') + 1;
         const size_t begin = std::min(line.find_first_not_of(" \t\f\v", sign), line.size());
         const size_t end = end_of_value(line, begin);
@@ -204,36 +205,36 @@ void SettingsText::set(std::string const& key, int32_t new_value) {
 
 std::string SettingsText::text() const {
     std::string whole;
-    for (Line const& line : lines) whole += line.text;
+    for (Line const& line : lines_) whole += line.text;
     return whole;
 }
 
 /** The lines in which `key` has a value, by their index. */
 std::vector<size_t> SettingsText::lines_of(std::string const& key) const {
     std::vector<size_t> places;
-    for (size_t i = 0; i < lines.size(); ++i) {
-        if (lines[i].key == key) places.push_back(i);
+    for (size_t i = 0; i < lines_.size(); ++i) {
+        if (lines_[i].key == key) places.push_back(i);
     }
     return places;
 }
 
 /** Adds a setting behind the last one of the group, or behind a group that is added, too. */
 void SettingsText::add(std::string const& key, std::string const& value_text) {
-    if (!lines.empty() && lines.back().text.back() != '\n') lines.back().text += line_end;
-    const auto last = std::find_if(lines.rbegin(), lines.rend(), [](Line const& line) {
+    if (!lines_.empty() && lines_.back().text.back() != '\n') lines_.back().text += line_end_;
+    const auto last = std::find_if(lines_.rbegin(), lines_.rend(), [](Line const& line) {
         return line.is_in_radar_group && (line.is_group || !line.key.empty());
     });
     Line line;
-    line.text = key + "=" + value_text + line_end;
+    line.text = key + "=" + value_text + line_end_;
     line.key = key;
     line.is_in_radar_group = true;
-    if (last != lines.rend()) {
-        lines.insert(last.base(), line);
+    if (last != lines_.rend()) {
+        lines_.insert(last.base(), line);
         return;
     }
-    if (!lines.empty()) take_line(line_end, false);
-    take_line("[" + std::string(kGroup) + "]" + line_end, true);
-    lines.push_back(line);
+    if (!lines_.empty()) take_line(line_end_, false);
+    take_line("[" + std::string(kGroup) + "]" + line_end_, true);
+    lines_.push_back(line);
 }
 
 }  // namespace Tools

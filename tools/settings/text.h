@@ -18,17 +18,17 @@ public:
     /**
      * Takes a file's text.
      *
-     * @param name_ of the file, for messages.
+     * @param name of the file, for messages.
      * @throws Kit::InputError with the name and the reason when it is no key file, or has a line
      *         outside a group.
      */
-    SettingsText(std::string name_, std::string_view text);
+    SettingsText(std::string name, std::string_view text);
 
     /** The keys that have a value, in the order of the text, each once. */
     std::vector<std::string> keys() const;
 
     /** The values, by key, up to the first that is a problem(). */
-    std::unordered_map<std::string, int> const& values() const { return table; }
+    std::unordered_map<std::string, int> const& values() const { return table_; }
 
     /** The value of `key`; nothing when there is none. */
     std::optional<int32_t> value(std::string const& key) const;
@@ -37,7 +37,7 @@ public:
      * The first value that is no 32-bit integer, in one line; empty when there is none. A service
      * reads neither that setting nor those behind it.
      */
-    std::string const& problem() const { return what_is_wrong; }
+    std::string const& problem() const { return what_is_wrong_; }
 
     /** One line for every key that is there more than once; the last one counts. */
     std::vector<std::string> repetitions() const;
@@ -63,11 +63,11 @@ private:
     std::vector<size_t> lines_of(std::string const& key) const;
     void add(std::string const& key, std::string const& value_text);
 
-    std::string name;
-    std::string line_end = "\n";
-    std::vector<Line> lines;
-    std::unordered_map<std::string, int> table;
-    std::string what_is_wrong;
+    std::string name_;
+    std::string line_end_ = "\n";
+    std::vector<Line> lines_;
+    std::unordered_map<std::string, int> table_;
+    std::string what_is_wrong_;
 };
 
 }  // namespace Tools

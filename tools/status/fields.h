@@ -12,7 +12,7 @@ namespace Tools {
  */
 class StatusFields {
 public:
-    explicit StatusFields(nlohmann::json const& part_) : part(part_) {}
+    explicit StatusFields(nlohmann::json const& part) : part_(part) {}
 
     /** What the part has under `name`. */
     StatusFields operator[](char const* name) const;
@@ -24,15 +24,15 @@ public:
     uint64_t number() const;
 
     /** Whether the part is true. */
-    bool is_set() const { return part.is_boolean() && part.get<bool>(); }
+    bool is_set() const { return part_.is_boolean() && part_.get<bool>(); }
 
     /** Whether the part is missing, or an empty value. */
-    bool is_empty() const { return part.is_null(); }
+    bool is_empty() const { return part_.is_null(); }
 
-    nlohmann::json const& json() const { return part; }
+    nlohmann::json const& json() const { return part_; }
 
 private:
-    nlohmann::json const& part;
+    nlohmann::json const& part_;
 };
 
 }  // namespace Tools

@@ -29,22 +29,22 @@ constexpr milliseconds kTick(50);
 /** One connection to a service, with a deadline for everything. */
 class StatusConnection {
 public:
-    StatusConnection(std::string const& path_, milliseconds patience_)
-        : path(path_),
-          patience(patience_),
-          deadline(Clock::now() + patience_),
-          fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
-        if (fd < 0) fail(std::strerror(errno));
+    StatusConnection(std::string const& path, milliseconds patience)
+        : path_(path),
+          patience_(patience),
+          deadline_(Clock::now() + patience),
+          fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+        if (fd_ < 0) fail(std::strerror(errno));
     }
     ~StatusConnection() {
-        if (fd >= 0) close(fd);
+        if (fd_ >= 0) close(fd_);
     }
     StatusConnection(StatusConnection const&) = delete;
     StatusConnection& operator=(StatusConnection const&) = delete;
 
     void connect() const {
-        const Kit::UnixAddress address(path);
-        while (!Kit::connect_to(fd, address)) {
+        const Kit::UnixAddress address(path_);
+        while (!Kit::connect_to(fd_, address)) {
             const int error = errno;
             const bool is_nobody_there = error == ENOENT || error == ECONNREFUSED;
             if (is_nobody_there) {
@@ -60,7 +60,7 @@ public:
         std::string document;
         std::array<char, 16384> piece;
         for (;;) {
-            const ssize_t size = read(fd, piece.data(), piece.size());
+            const ssize_t size = read(fd_, piece.data(), piece.size());
             if (size == 0) return document;
             if (size > 0) {
                 document.append(piece.data(), static_cast<size_t>(size));
@@ -78,22 +78,22 @@ private:
     void wait(short events) const {
         if (was_interrupted()) fail("interrupted");
         const Clock::time_point now = Clock::now();
-        if (now >= deadline) {
-            fail("the service does not answer within " + std::to_string(patience.count()) + " ms");
+        if (now >= deadline_) {
+            fail("the service does not answer within " + std::to_string(patience_.count()) + " ms");
         }
-        const auto left = std::chrono::ceil<milliseconds>(deadline - now);
-        pollfd waiting = {events != 0 ? fd : -1, events, 0};
+        const auto left = std::chrono::ceil<milliseconds>(deadline_ - now);
+        pollfd waiting = {events != 0 ? fd_ : -1, events, 0};
         poll(&waiting, 1, static_cast<int>(std::min(left, kTick).count()));
     }
 
     [[noreturn]] void fail(std::string const& reason) const {
-        throw Kit::InputError("unix:" + printable(path) + ": " + reason);
+        throw Kit::InputError("unix:" + printable(path_) + ": " + reason);
     }
 
-    std::string const& path;
-    milliseconds patience;
-    Clock::time_point deadline;
-    int fd;
+    std::string const& path_;
+    milliseconds patience_;
+    Clock::time_point deadline_;
+    int fd_;
 };
 
 }  // namespace

@@ -38,20 +38,20 @@ using namespace std::chrono_literals;
 class NoDescriptors {
 public:
     NoDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &before);
+        getrlimit(RLIMIT_NOFILE, &before_);
         const int lowest = dup(0);
         close(lowest);
-        const rlimit none = {static_cast<rlim_t>(lowest), before.rlim_max};
+        const rlimit none = {static_cast<rlim_t>(lowest), before_.rlim_max};
         setrlimit(RLIMIT_NOFILE, &none);
     }
     ~NoDescriptors() { give_back(); }
     NoDescriptors(NoDescriptors const&) = delete;
     NoDescriptors& operator=(NoDescriptors const&) = delete;
 
-    void give_back() const { setrlimit(RLIMIT_NOFILE, &before); }
+    void give_back() const { setrlimit(RLIMIT_NOFILE, &before_); }
 
 private:
-    rlimit before = {};
+    rlimit before_ = {};
 };
 
 class RelayWithoutDescriptorsTest : public stream_test::RelayTest {

@@ -24,22 +24,22 @@ using tools_test::xml_problem;
 class Picture {
 public:
     explicit Picture(std::string const& path)
-        : surface(cairo_image_surface_create_from_png(path.c_str())) {
-        EXPECT_EQ(cairo_surface_status(surface), CAIRO_STATUS_SUCCESS);
+        : surface_(cairo_image_surface_create_from_png(path.c_str())) {
+        EXPECT_EQ(cairo_surface_status(surface_), CAIRO_STATUS_SUCCESS);
     }
-    ~Picture() { cairo_surface_destroy(surface); }
+    ~Picture() { cairo_surface_destroy(surface_); }
     Picture(Picture const&) = delete;
     Picture& operator=(Picture const&) = delete;
 
-    int width() const { return cairo_image_surface_get_width(surface); }
-    int height() const { return cairo_image_surface_get_height(surface); }
+    int width() const { return cairo_image_surface_get_width(surface_); }
+    int height() const { return cairo_image_surface_get_height(surface_); }
 
     /** How many pixels left of the colour bar are orange, and how many are blue. */
     std::pair<int, int> orange_and_blue() const {
         std::pair<int, int> count;
         for (int y = 0; y < height(); ++y) {
-            unsigned char const* const row =
-                cairo_image_surface_get_data(surface) + y * cairo_image_surface_get_stride(surface);
+            unsigned char const* const row = cairo_image_surface_get_data(surface_) +
+                                             y * cairo_image_surface_get_stride(surface_);
             for (int x = 0; x < width() - 150; ++x) {
                 const int blue = row[4 * x];
                 const int red = row[4 * x + 2];
@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    cairo_surface_t* surface;
+    cairo_surface_t* surface_;
 };
 
 class PlotViewTest : public PlotTest, public testing::WithParamInterface<char const*> {};
