@@ -15,9 +15,8 @@ public:
     Allocations(Allocations const&) = delete;
     Allocations& operator=(Allocations const&) = delete;
 
-    /** Whether this build lets a program take the place of the allocation functions. */
-    static bool can_be_replaced();
-
+    /** How many allocations there were so far, but for arrays. */
+    int count = 0;
     /** From now on every allocation fails. */
     bool out_of_memory = false;
     /** What every allocation leaves in `errno`, as one may that succeeds; 0 when nothing. */

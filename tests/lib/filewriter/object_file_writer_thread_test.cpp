@@ -87,7 +87,6 @@ TEST_F(ObjectFileWriterThreadQueueTest, FramesAreDroppedWhileRecordingIsOff) {
 }
 
 TEST_F(ObjectFileWriterThreadQueueTest, AFrameIsNotEvenEncodedWhileRecordingIsOff) {
-    if (!test_support::Allocations::can_be_replaced()) GTEST_SKIP() << "needs its own allocator";
     test_support::make_frame_of(frame, 300);
     test_support::Allocations allocations;
     allocations.out_of_memory = true;

@@ -48,7 +48,6 @@ TEST_F(FailureReportTest, AnExceptionHasTheErrorTheObjectAndTheSystemsReason) {
 }
 
 TEST_F(FailureReportTest, TheReasonIsTheSystemCallsAndNotAnAllocations) {
-    if (!test_support::Allocations::can_be_replaced()) GTEST_SKIP() << "fixed allocations";
     const std::string object(100, 'x');
     test_support::Allocations allocations;
     allocations.error_left = ENOMEM;

@@ -124,7 +124,6 @@ TEST(RadarInterfaceTest, DestructionClosesADeviceThatWasNeverOpened) {
 }
 
 TEST(RadarInterfaceTest, DestructionFreesTheReceiveBufferFirst) {
-    if (!test_support::Allocations::can_be_replaced()) GTEST_SKIP() << "fixed allocations";
     std::optional<FakeBus> bus(std::in_place, 0, 10);
     test_support::Allocations allocations;
     void* const tx = bus->tx_buffer;
@@ -138,7 +137,6 @@ class RadarInterfaceMemoryTest : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Buffers, RadarInterfaceMemoryTest, testing::Values(0, 1));
 
 TEST_P(RadarInterfaceMemoryTest, AFailedAllocationIsThrownAndFreesWhatThereWas) {
-    if (!test_support::Allocations::can_be_replaced()) GTEST_SKIP() << "fixed allocations";
     test_support::Allocations allocations;
     allocations.arrays_until_failure = GetParam();
     EXPECT_THROW(FakeBus(0, 10), std::bad_alloc);
