@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 
+#include "socket/frame_encoding.h"
 #include "socket/index_check.h"
 
 namespace Radar {
@@ -17,38 +17,6 @@ namespace {
 
 /** Marks every frame, in its encoding and on the stream. Never changes. */
 constexpr uint32_t kFrameMagic = 29061378;
-
-bool is_negative_zero(float value) {
-    return value == 0.0F && std::signbit(value);
-}
-
-bool holds_negative_zero(RO::TargetData const& target) {
-    return is_negative_zero(target.rcs()) || is_negative_zero(target.r()) ||
-           is_negative_zero(target.rdot()) || is_negative_zero(target.theta()) ||
-           is_negative_zero(target.snr());
-}
-
-void clear_negative_zeros(RO::TargetData& target) {
-    if (is_negative_zero(target.rcs())) target.clear_rcs();
-    if (is_negative_zero(target.r())) target.clear_r();
-    if (is_negative_zero(target.rdot())) target.clear_rdot();
-    if (is_negative_zero(target.theta())) target.clear_theta();
-    if (is_negative_zero(target.snr())) target.clear_snr();
-}
-
-/** Encodes a frame. Newer protobuf runtimes write a float of -0.0, which the format leaves out. */
-std::string encode(RO::RadarObjects const& frame) {
-    std::string encoding;
-    auto const& targets = frame.targets();
-    if (std::none_of(targets.begin(), targets.end(), holds_negative_zero)) {
-        frame.SerializeToString(&encoding);
-        return encoding;
-    }
-    RO::RadarObjects normalised(frame);
-    for (RO::TargetData& target : *normalised.mutable_targets()) clear_negative_zeros(target);
-    normalised.SerializeToString(&encoding);
-    return encoding;
-}
 
 /** Waits until `fd` takes more bytes, however long that is. */
 bool wait_writable(int fd) {
@@ -130,11 +98,11 @@ int SocketBuffer::size() const {
 }
 
 void SocketBuffer::push_back(RO::TargetData const& target) {
-    if (limit > size()) frame.add_targets()->CopyFrom(target);
+    if (limit > frame.targets_size()) frame.add_targets()->CopyFrom(target);
 }
 
 RO::TargetData* SocketBuffer::add_targets() {
-    return limit > size() ? frame.add_targets() : nullptr;
+    return limit > frame.targets_size() ? frame.add_targets() : nullptr;
 }
 
 RO::TargetData& SocketBuffer::operator[](int index) {
