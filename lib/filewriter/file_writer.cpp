@@ -4,21 +4,18 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <string_view>
 #include <utility>
 
 #include "config/analytics.h"
 #include "filewriter/local_time.h"
 #include "filewriter/timeval_printer.h"
+#include "formats.h"
 #include "log/failure_report.h"
 
 namespace Radar {
 
 namespace {
-
-/** First word of every recorded file. Never changes. */
-constexpr uint32_t kFileMagic = 0xBADABADA;
-/** Version of the file format; changes when the header's layout does. */
-constexpr uint32_t kFormatVersion = 5;
 
 constexpr char kCompletedSuffix[] = ".data";
 
@@ -43,13 +40,13 @@ bool sync_file(std::string const& path) {
 
 }  // namespace
 
-FileWriter::FileWriter(std::string directory_, std::string prefix_, int max_file_count_)
-    : directory(std::move(directory_)),
-      prefix(std::move(prefix_)),
+FileWriter::FileWriter(std::string folder, std::string name_prefix, int file_count)
+    : directory(std::move(folder)),
+      prefix(std::move(name_prefix)),
       open_time{},
       frame_counter(0),
       frame_counter_offset(-1),
-      max_file_count(max_file_count_),
+      max_file_count(file_count),
       bytes_written(0) {
     file.exceptions(std::ios_base::failbit | std::ios_base::badbit);
 }
@@ -57,7 +54,7 @@ FileWriter::FileWriter(std::string directory_, std::string prefix_, int max_file
 FileWriter::~FileWriter() {
     try {
         close();
-    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor has nobody to tell
+    } catch (...) {  // NOLINT(bugprone-empty-catch): no caller to report it to
     }
 }
 
@@ -104,8 +101,8 @@ bool FileWriter::is_open() {
 
 void FileWriter::write(char const* data, unsigned size) {
     try {
-        // A failure that the frame counter's rewrite has left behind: the stream would take these
-        // bytes without a word and drop them.
+        // A failure that a rewrite of the frame counter has left: the stream would drop these bytes
+        // without an exception.
         file.setstate(file.rdstate());
         file.write(data, size);
         bytes_written += size;
@@ -121,11 +118,6 @@ bool FileWriter::write(std::string const& data) {
     return increment_frame_counter();
 }
 
-template <typename Value>
-void FileWriter::write_value(Value const& value) {
-    write(reinterpret_cast<char const*>(&value), sizeof(value));
-}
-
 void FileWriter::write_file_header() {
     const std::tm local = local_time(open_time.tv_sec);
     const double height = get_height();
@@ -133,15 +125,19 @@ void FileWriter::write_file_header() {
     const int32_t sensitivity = get_sensitivity();
     frame_counter = 0;
 
-    write_value(kFileMagic);
-    write_value(kFormatVersion);
-    write_value(static_cast<int32_t>(open_time.tv_sec));
-    write_value(int32_t{local.tm_isdst});
-    write_value(height);
-    write_value(tilt);
-    write_value(sensitivity);
+    const auto write_number = [this](auto number) {
+        const std::string_view bytes = bytes_of(number);
+        write(bytes.data(), static_cast<unsigned>(bytes.size()));
+    };
+    write_number(kFileMagic);
+    write_number(kFileVersion);
+    write_number(static_cast<int32_t>(open_time.tv_sec));
+    write_number(int32_t{local.tm_isdst});
+    write_number(height);
+    write_number(tilt);
+    write_number(sensitivity);
     frame_counter_offset = static_cast<int32_t>(file.tellp());
-    write_value(frame_counter);
+    write_number(frame_counter);
 }
 
 bool FileWriter::increment_frame_counter() {
@@ -150,9 +146,28 @@ bool FileWriter::increment_frame_counter() {
     const std::streamoff position = file.tellp();
     if (position < 0) return false;
     file.seekp(frame_counter_offset);
-    file.write(reinterpret_cast<char const*>(&frame_counter), sizeof(frame_counter));
-    file.seekp(position);
+    try {
+        const std::string_view bytes = bytes_of(frame_counter);
+        file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        file.seekp(position);
+    } catch (std::ios_base::failure const&) {
+        reopen_at_end();
+        throw;
+    }
     return true;
+}
+
+/**
+ * Keeps the next frame from being written after the counter, over the first ones: the stream stands
+ * there and may still hold the counter, which only closing makes it give up. The stream's state
+ * stays as it is.
+ */
+void FileWriter::reopen_at_end() {
+    std::filebuf& buffer = *file.rdbuf();
+    buffer.close();
+    // Where this fails no file is open, and the next frame begins one.
+    buffer.open(file_name.str(), std::ios_base::in | std::ios_base::out | std::ios_base::binary |
+                                     std::ios_base::ate);
 }
 
 unsigned FileWriter::get_bytes_written() const {
@@ -194,7 +209,7 @@ void FileWriter::delete_surplus_files() {
     }
 }
 
-/** Goes back to the start without emptying: a shorter name keeps the end of a longer one before. */
+/** Goes to the start without emptying: a shorter name keeps the end of the longer one before. */
 void FileWriter::rewind_file_name() {
     file_name.seekp(0);
     file_name.clear();

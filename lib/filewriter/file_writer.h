@@ -29,12 +29,12 @@ public:
     /**
      * Opens nothing.
      *
-     * @param directory where the files go, without a "/" at its end; must exist when a file is
-     * begun.
-     * @param prefix first part of every file name.
-     * @param max_file_count how many completed files to keep; 0 or less keeps every one.
+     * @param folder directory of the files, without a "/" at its end; must exist when a file is
+     *        begun.
+     * @param name_prefix first part of every file name.
+     * @param file_count how many completed files to keep; 0 or less keeps every one.
      */
-    FileWriter(std::string directory, std::string prefix, int max_file_count);
+    FileWriter(std::string folder, std::string name_prefix, int file_count);
 
     /** close(). */
     ~FileWriter();
@@ -71,8 +71,10 @@ public:
      *
      * @return false when no file could be opened or the frame could not be counted.
      * @throws std::ios_base::failure when the counter in the header cannot be rewritten, as on a
-     * full disk. The stream takes the bytes of the next frame for failed too, which is logged; the
-     * one after that is tried again.
+     *         full disk. The bytes of the next frame then fail, too, which is logged; those of the
+     *         one after it are appended at the end of the file, or of a new one if this one cannot
+     *         be reopened. Frames that are in the file stay as they are. The counter counts every
+     *         frame, stored or not.
      */
     bool write(std::string const& data);
 
@@ -122,10 +124,9 @@ protected:
 private:
     uint32_t bytes_written;
 
-    void delete_surplus_files();
-    void rewind_file_name();
-    template <typename Value>
-    void write_value(Value const& value);
+    PETRELRADAR_LOCAL void delete_surplus_files();
+    PETRELRADAR_LOCAL void rewind_file_name();
+    PETRELRADAR_LOCAL void reopen_at_end();
 };
 
 }  // namespace Radar

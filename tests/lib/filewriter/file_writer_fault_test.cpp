@@ -11,20 +11,16 @@ namespace {
 namespace fs = std::filesystem;
 
 using test_support::captured_log;
-using test_support::ExposedFileWriter;
 using test_support::fails_with;
 using test_support::list_directory;
 using test_support::parse_recording;
 using test_support::read_file;
 using testing::ElementsAre;
 
-class FileWriterFaultTest : public test_support::RecorderTest {
+class FileWriterFaultTest : public test_support::WriterTest {
 protected:
-    bool write(std::string const& frame) { return writer.write(frame); }
-
     /** Larger than the stream's buffer: goes to the file at once, together with what is pending. */
     const std::string large = std::string(100000, 'x');
-    ExposedFileWriter writer{"/tmp", "radar", 0};
 };
 
 TEST_F(FileWriterFaultTest, AFileThatCannotBeBegunIsLogged) {
@@ -36,7 +32,7 @@ TEST_F(FileWriterFaultTest, AFileThatCannotBeBegunIsLogged) {
     EXPECT_EQ(test_support::captured_formats(), Names{"%s"});
 }
 
-TEST_F(FileWriterFaultTest, BytesOfTheFileBeforeAreToldWhenTheNextCannotBeBegun) {
+TEST_F(FileWriterFaultTest, BytesOfTheFileBeforeAreReportedWhenTheNextCannotBeBegun) {
     write("frame");
     writer.close();
     writer.directory = "/tmp/none";
@@ -143,56 +139,6 @@ TEST_F(FileWriterFaultTest, APartialWriteIsContinued) {
     };
     EXPECT_TRUE(write("a frame of some length"));
     EXPECT_EQ(parse_recording(read_file(first_name)).body, "a frame of some length");
-}
-
-TEST_F(FileWriterFaultTest, AFailedRewriteOfTheCounterReachesTheCaller) {
-    write("first");
-    system_calls.write = fails_with(ENOSPC);
-    EXPECT_THROW(write("second"), std::ios_base::failure);
-    EXPECT_EQ(captured_log(), Log{});
-    EXPECT_TRUE(writer.is_open());
-}
-
-TEST_F(FileWriterFaultTest, AFailedSeekToTheCounterReachesTheCaller) {
-    write("first");
-    system_calls.lseek = [](int fd, off64_t offset, int whence) -> off64_t {
-        if (whence != SEEK_SET) return test_support::real_lseek(fd, offset, whence);
-        errno = EIO;
-        return -1;
-    };
-    EXPECT_THROW(write("second"), std::ios_base::failure);
-}
-
-TEST_F(FileWriterFaultTest, AfterAFailedRewriteTheNextFrameIsLoggedAsNotWritten) {
-    write("first");
-    system_calls.write = fails_with(ENOSPC);
-    EXPECT_THROW(write("second"), std::ios_base::failure);
-    EXPECT_THROW(write("third"), std::ios_base::failure);
-    EXPECT_EQ(captured_log(), (Log{failed_stream(1, "Error writing " + first_name)}));
-    EXPECT_EQ(writer.get_bytes_written(), 40U + 5U + 6U);
-}
-
-TEST_F(FileWriterFaultTest, AfterAFailedRewriteRecordingGoesOn) {
-    write("first ");
-    system_calls.write = fails_with(ENOSPC);
-    EXPECT_THROW(write("second "), std::ios_base::failure);
-    system_calls.write = nullptr;
-    EXPECT_TRUE(write("third "));
-    EXPECT_TRUE(write("fourth "));
-    EXPECT_EQ(parse_recording(read_file(first_name)).body, "first second fourth ");
-    EXPECT_EQ(parse_recording(read_file(first_name)).frames, 4U);
-    EXPECT_EQ(captured_log(), (Log{failed_stream(1, "Error writing " + first_name)}));
-}
-
-TEST_F(FileWriterFaultTest, AFrameIsCountedInMemoryWhenThePositionIsUnknown) {
-    write("first ");
-    system_calls.lseek = fails_with(EIO);
-    EXPECT_FALSE(write("second "));
-    system_calls.lseek = nullptr;
-    EXPECT_TRUE(write("third "));
-    EXPECT_EQ(parse_recording(read_file(first_name)).frames, 3U);
-    EXPECT_EQ(parse_recording(read_file(first_name)).body, "first second third ");
-    EXPECT_EQ(captured_log(), Log{});
 }
 
 TEST_F(FileWriterFaultTest, ADeviceThatIsFullIsReportedInEveryStep) {

@@ -11,25 +11,19 @@ namespace {
 namespace fs = std::filesystem;
 
 using test_support::captured_log;
-using test_support::ExposedFileWriter;
 using test_support::fails_with;
 using test_support::list_directory;
 using test_support::parse_recording;
 using test_support::read_file;
 using test_support::write_file;
 using testing::ElementsAre;
+using testing::EndsWith;
+using testing::StartsWith;
 
-class LostMediumTest : public test_support::RecorderTest {
-protected:
-    bool write(std::string const& frame) { return writer.write(frame); }
-
-    ExposedFileWriter writer{"/tmp", "radar", 0};
-};
-
-class FullDiskTest : public LostMediumTest {
+class FullDiskTest : public test_support::WriterTest {
 protected:
     void SetUp() override {
-        LostMediumTest::SetUp();
+        WriterTest::SetUp();
         if (IsSkipped()) return;
         fs::create_directory("/tmp/disk");
         if (mount("tmpfs", "/tmp/disk", "tmpfs", 0, "size=64k") != 0)
@@ -38,43 +32,76 @@ protected:
         writer.directory = "/tmp/disk";
     }
 
-    /** Writes frames until one does not fit any more; returns how many did. */
-    uint32_t fill() {
-        for (uint32_t written = 0; written < 1000; ++written) {
+    /** A frame of 1000 bytes that no other frame of the test is like. */
+    std::string next_frame() {
+        std::string frame = std::to_string(++frames_) + ":";
+        frame.resize(1000, static_cast<char>('a' + frames_ % 26));
+        return frame;
+    }
+
+    /** Writes frames until one does not fit any more; returns those that did. */
+    std::string fill() {
+        for (std::string stored; stored.size() < 100000;) {
+            const std::string frame = next_frame();
             try {
                 write(frame);
             } catch (std::ios_base::failure const&) {
-                return written;
+                return stored;
             }
+            stored += frame;
         }
         ADD_FAILURE() << "the disk is never full";
-        return 0;
+        return "";
+    }
+
+    test_support::Recording recorded() const {
+        return parse_recording(read_file("/tmp/disk/radar_150525_093007_042"));
     }
 
     const std::string filler = "/tmp/disk/filler";
-    const std::string frame = std::string(1000, 'f');
+
+private:
+    int frames_ = 0;
 };
 
 TEST_F(FullDiskTest, WhatWasStoredBeforeStaysCountedAndReadable) {
-    const uint32_t stored = fill();
-    ASSERT_GT(stored, 10U);
-    const auto recording = parse_recording(read_file("/tmp/disk/radar_150525_093007_042"));
-    EXPECT_EQ(recording.frames, stored);
-    EXPECT_EQ(recording.body.substr(0, stored * 1000), std::string(stored * 1000, 'f'));
+    const std::string stored = fill();
+    ASSERT_GT(stored.size(), 10000U);
+    EXPECT_EQ(recorded().frames, stored.size() / 1000);
+    EXPECT_THAT(recorded().body, StartsWith(stored));
 }
 
-TEST_F(FullDiskTest, RecordingGoesOnWhenThereIsRoomAgain) {
-    fill();
+TEST_F(FullDiskTest, RecordingGoesOnAtTheEndWhenThereIsRoomAgain) {
+    const std::string stored = fill();
     fs::remove(filler);
-    EXPECT_TRUE(write(frame));
-    EXPECT_TRUE(write("the last one"));
+    EXPECT_TRUE(write(next_frame()));  // fails once, after the frame before
+    std::string later;
+    for (int i = 0; i < 3; ++i) {
+        const std::string frame = next_frame();
+        EXPECT_TRUE(write(frame));
+        later += frame;
+    }
     EXPECT_EQ(captured_log(),
               (Log{failed_stream(1, "Error writing /tmp/disk/radar_150525_093007_042")}));
-    EXPECT_THAT(read_file("/tmp/disk/radar_150525_093007_042"), testing::EndsWith("the last one"));
+    EXPECT_THAT(recorded().body, StartsWith(stored));
+    EXPECT_THAT(recorded().body, EndsWith(later));
+    EXPECT_EQ(recorded().frames, stored.size() / 1000 + 5);
+}
+
+TEST_F(FullDiskTest, FramesThatDoNotFitOverwriteNoneThatDo) {
+    const std::string stored = fill();
+    for (int i = 0; i < 20; ++i) EXPECT_THROW(write(next_frame()), std::ios_base::failure);
+    EXPECT_THAT(recorded().body, StartsWith(stored));
+    fs::remove(filler);
+    write(next_frame());
+    const std::string last = next_frame();
+    EXPECT_TRUE(write(last));
+    EXPECT_THAT(recorded().body, StartsWith(stored));
+    EXPECT_THAT(recorded().body, EndsWith(last));
 }
 
 /** The file of the writer is deleted, or its medium taken away, while it is written. */
-class VanishedFileTest : public LostMediumTest {
+class VanishedFileTest : public test_support::WriterTest {
 protected:
     /** Begins a file that vanishes; its header is still in the stream's buffer. */
     void open_and_delete() {

@@ -71,4 +71,12 @@ public:
     using FileWriter::open_time;
 };
 
+/** A writer of frames in "/tmp". */
+class WriterTest : public RecorderTest {
+protected:
+    bool write(std::string const& frame) { return writer.write(frame); }
+
+    ExposedFileWriter writer{"/tmp", "radar", 0};
+};
+
 }  // namespace test_support
