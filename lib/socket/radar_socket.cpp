@@ -10,34 +10,30 @@
 
 namespace Radar {
 
-RadarSocket::RadarSocket() : internal_end(-1), external_end(-1) {
-    int ends[2] = {-1, -1};
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) < 0) {
+RadarSocket::RadarSocket() : ends_{-1, -1} {
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) < 0) {
         throw errno_exception(errno, "Failed to create socket pair");
     }
-    internal_end = ends[0];
-    external_end = ends[1];
-
-    const int flags = fcntl(internal_end, F_GETFL);
-    if (fcntl(internal_end, F_SETFL, flags | O_NONBLOCK) < 0) {
+    const int flags = fcntl(internal(), F_GETFL);
+    if (fcntl(internal(), F_SETFL, flags | O_NONBLOCK) < 0) {
         const int error = errno;
-        close(internal_end);
-        close(external_end);
+        close(internal());
+        close(external());
         throw errno_exception(error, "Failed to make socket non-blocking");
     }
 }
 
 RadarSocket::~RadarSocket() {
-    if (external_end >= 0) close(external_end);
-    if (internal_end >= 0) close(internal_end);
+    if (external() >= 0) close(external());
+    if (internal() >= 0) close(internal());
 }
 
 int RadarSocket::internal() const {
-    return internal_end;
+    return ends_[0];
 }
 
 int RadarSocket::external() const {
-    return external_end;
+    return ends_[1];
 }
 
 }  // namespace Radar

@@ -32,8 +32,8 @@ public:
     int external() const;
 
 private:
-    int internal_end;
-    int external_end;
+    /** The internal and the external end, as socketpair() fills them in. */
+    int ends_[2];
 };
 
 }  // namespace Radar

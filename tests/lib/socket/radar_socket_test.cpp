@@ -107,6 +107,23 @@ TEST_F(RadarSocketTest, TheFirstOfThePairIsTheInternalEnd) {
     EXPECT_EQ(socket.external(), 1002);
 }
 
+TEST_F(RadarSocketTest, ThePairIsWrittenIntoTheObjectWhichHasNoDescriptorsBefore) {
+    void const* place = nullptr;
+    std::vector<int> before;
+    system_calls.socketpair = [&](int, int, int, int ends[2]) {
+        place = ends;
+        before = {ends[0], ends[1]};
+        ends[0] = 1001;
+        ends[1] = 1002;
+        return 0;
+    };
+    system_calls.fcntl = [](int, int, long) { return 0; };
+    record_closes();
+    const RadarSocket socket;
+    EXPECT_EQ(place, &socket);
+    EXPECT_THAT(before, ElementsAre(-1, -1));
+}
+
 TEST_F(RadarSocketTest, ThePairIsAskedForWithoutFlags) {
     std::vector<int> arguments;
     system_calls.socketpair = [&](int domain, int type, int protocol, int*) {
