@@ -87,6 +87,42 @@ TEST_F(IlogTest, InsertsWhateverAStreamAccepts) {
                 ElementsAre(LogLine{1, "c array string -7 18446744073709551615 2.5 1 system:2"}));
 }
 
+/** Constants that are declared and defined nowhere: they have a value and no address. */
+struct Limits {
+    static const int targets = 64;
+    static const char unit = 'm';
+    static const bool open = true;
+    enum State { idle, running };
+    static const State state = running;
+};
+
+TEST_F(IlogTest, AConstantWithoutADefinitionCanBeTheFirstPartOrALaterOne) {
+    ilog(1) << Limits::targets << ' ' << Limits::targets << Limits::unit;
+    ilog(1) << Limits::unit << Limits::open;
+    ilog(1) << Limits::open << Limits::state;
+    ilog(1) << Limits::state;
+    EXPECT_THAT(captured_log(), ElementsAre(LogLine{1, "64 64m"}, LogLine{1, "m1"},
+                                            LogLine{1, "11"}, LogLine{1, "1"}));
+}
+
+TEST_F(IlogTest, ABitFieldCanBeTheFirstPartOrALaterOne) {
+    struct {
+        unsigned low : 3;
+        unsigned high : 5;
+    } const bits = {5, 17};
+    ilog(1) << bits.low << ' ' << bits.high;
+    EXPECT_THAT(captured_log(), ElementsAre(LogLine{1, "5 17"}));
+}
+
+TEST_F(IlogTest, APointerCanBeTheFirstPart) {
+    const void* const nowhere = nullptr;
+    char text[] = "text";
+    char* const changeable = text;
+    ilog(1) << nowhere;
+    ilog(1) << changeable << std::endl;
+    EXPECT_THAT(captured_log(), ElementsAre(LogLine{1, "0"}, LogLine{1, "text\n"}));
+}
+
 TEST_F(IlogTest, InsertsWhatAPrinterThatTheCallerSeesPrints) {
     ilog(1) << "Settings: " << std::unordered_map<std::string, int>{{"x", -3}};
     EXPECT_THAT(captured_log(),
@@ -169,7 +205,7 @@ TEST_F(IlogTest, TheFirstSlotIsTheDestructorAndTheSecondDeletesToo) {
 
 using IlogDeathTest = IlogTest;
 
-TEST_F(IlogDeathTest, TheProcessEndsWhenMemoryRunsOutWhileTheTextIsHandedOver) {
+TEST_F(IlogDeathTest, TheProcessEndsWhenMemoryRunsOutWhileTheTextIsPassedOn) {
     EXPECT_DEATH(
         {
             test_support::Allocations allocations;
