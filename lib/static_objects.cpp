@@ -13,7 +13,7 @@
 
 namespace Radar {
 
-PETRELRADAR_BUILT_AT_LOAD RadarStatusInterface RadarStatusInterface::the_instance;
+PETRELRADAR_BUILT_AT_LOAD RadarStatusInterface RadarStatusInterface::the_instance_;
 
 PETRELRADAR_BUILT_AT_LOAD const std::string analytics_file = "/etc/radar/analytics.conf";
 PETRELRADAR_BUILT_AT_LOAD const std::string analytics_group = "ANALYTICS";
@@ -23,10 +23,10 @@ PETRELRADAR_BUILT_AT_LOAD const std::string tilt_key = "mounting_tilt";
 
 PETRELRADAR_BUILT_AT_LOAD const std::string settings_group = "Radar";
 /** Reads the settings once, here. */
-PETRELRADAR_BUILT_AT_LOAD Configuration Configuration::the_instance("/etc/radar/radar.conf");
+PETRELRADAR_BUILT_AT_LOAD Configuration Configuration::the_instance_("/etc/radar/radar.conf");
 
 // Constant-initialised: no code sets them, so they hold before any of the objects above is built.
-RadarStatusInterface* const RadarStatusInterface::instance = &the_instance;
-Configuration* const Configuration::instance = &Configuration::the_instance;
+RadarStatusInterface* const RadarStatusInterface::instance = &the_instance_;
+Configuration* const Configuration::instance = &Configuration::the_instance_;
 
 }  // namespace Radar

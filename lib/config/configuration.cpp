@@ -24,7 +24,7 @@ void log_problem(std::string const& what, KeyFileError const& error) {
 }  // namespace
 
 // A derived class's read() cannot be meant here: that part of the object does not exist yet.
-Configuration::Configuration(std::string path_) : path(std::move(path_)) {
+Configuration::Configuration(std::string file) : path(std::move(file)) {
     Configuration::read();
 }
 

@@ -26,8 +26,8 @@ public:
      */
     static Configuration* const instance;
 
-    /** An empty table for the key file `path`, and one read() of it, whose result is ignored. */
-    explicit Configuration(std::string path);
+    /** An empty table for the key file `file`, and one read() of it, whose result is ignored. */
+    explicit Configuration(std::string file);
 
     /**
      * Merges the file's settings into the table: values in the file win, settings that only the
@@ -64,7 +64,7 @@ public:
     virtual void add(std::string key, int value);
 
 private:
-    static Configuration the_instance;
+    PETRELRADAR_LOCAL static Configuration the_instance_;
 
     std::string path;
 

@@ -7,12 +7,12 @@ namespace Radar {
 
 DataFileWriter::DataFileWriter() : DataFileWriter("/tmp", 10, false, "radar", 0) {}
 
-DataFileWriter::DataFileWriter(std::string directory_, long file_time_, bool enabled_,
-                               std::string prefix_, unsigned max_file_size_)
-    : FileWriter(std::move(directory_), std::move(prefix_), -1),
-      enabled(enabled_),
-      file_time(file_time_),
-      max_file_size(max_file_size_) {}
+DataFileWriter::DataFileWriter(std::string folder, long seconds, bool on, std::string name_prefix,
+                               unsigned bytes)
+    : FileWriter(std::move(folder), std::move(name_prefix), -1),
+      enabled(on),
+      file_time(seconds),
+      max_file_size(bytes) {}
 
 void DataFileWriter::write(std::string const& frame) {
     if (!enabled) return;

@@ -23,16 +23,16 @@ public:
     DataFileWriter();
 
     /**
-     * Opens no file, also when `enabled`: the first frame does.
+     * Opens no file, also when `on`: the first frame does.
      *
-     * @param directory where the files go, without a "/" at its end.
-     * @param file_time longest time in seconds that a file stays open.
-     * @param enabled whether recording is on.
-     * @param prefix first part of every file name.
-     * @param max_file_size bytes after which a new file is begun; 0 means no limit.
+     * @param folder directory of the files, without a "/" at its end.
+     * @param seconds longest time that a file stays open.
+     * @param on whether recording is on.
+     * @param name_prefix first part of every file name.
+     * @param bytes size after which a new file is begun; 0 means no limit.
      */
-    DataFileWriter(std::string directory, long file_time, bool enabled, std::string prefix,
-                   unsigned max_file_size);
+    DataFileWriter(std::string folder, long seconds, bool on, std::string name_prefix,
+                   unsigned bytes);
 
     /**
      * Writes one frame and begins a new file if this one is due; does nothing while recording is
@@ -78,8 +78,12 @@ protected:
         char const* max_file_size;
     };
 
-    /** Applies one setting by `keys`; ignores a key that is none of them. */
-    void apply_setting(SettingKeys const& keys, std::string const& key, int value);
+    /**
+     * Applies one setting by `keys`; ignores a key that is none of them. For the recorders of this
+     * library.
+     */
+    PETRELRADAR_LOCAL void apply_setting(SettingKeys const& keys, std::string const& key,
+                                         int value);
 
     bool enabled;
 
@@ -87,8 +91,8 @@ private:
     long file_time;
     uint32_t max_file_size;
 
-    void set_location(int location);
-    bool is_due() const;
+    PETRELRADAR_LOCAL void set_location(int location);
+    PETRELRADAR_LOCAL bool is_due() const;
 };
 
 }  // namespace Radar

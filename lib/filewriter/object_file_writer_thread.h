@@ -65,7 +65,7 @@ public:
     void configure(std::string key, int value);
 
 private:
-    void store_queued_records();
+    PETRELRADAR_LOCAL void store_queued_records();
 
     std::thread writer_thread;
     std::atomic<bool> stop;

@@ -9,17 +9,20 @@
 
 namespace Radar {
 
-RadarInterface::RadarInterface(int command_byte_, int buffer_size_)
+RadarField::RadarField(int register_address, int lowest_bit, int bits)
+    : address(register_address), shift(lowest_bit), width(bits) {}
+
+RadarInterface::RadarInterface(int command, int size)
     : fd(-1),
       address_bytes(0),
       data_bytes(0),
-      command_byte(command_byte_),
-      buffer_size(buffer_size_),
+      command_byte(command),
+      buffer_size(size),
       tx_buffer(nullptr),
       rx_buffer(nullptr) {
-    const auto size = static_cast<std::size_t>(buffer_size);
-    std::unique_ptr<uint8_t[]> tx(new uint8_t[size]);
-    rx_buffer = new uint8_t[size];
+    const auto bytes = static_cast<std::size_t>(size);
+    std::unique_ptr<uint8_t[]> tx(new uint8_t[bytes]);
+    rx_buffer = new uint8_t[bytes];
     tx_buffer = tx.release();
 }
 

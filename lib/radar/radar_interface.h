@@ -9,9 +9,12 @@
 namespace Radar {
 
 /** A bit field inside one register of the chip: a plain value. */
-struct RadarField {
-    RadarField(int address_, int shift_, int width_)
-        : address(address_), shift(shift_), width(width_) {}
+struct PETRELRADAR_API RadarField {
+    /**
+     * The field of `bits` bits from `lowest_bit` on, of the register at `register_address`. Any
+     * value is accepted; see RadarInterface for what out-of-range ones mean.
+     */
+    RadarField(int register_address, int lowest_bit, int bits);
 
     /** Address of the register. */
     int32_t address;
@@ -47,11 +50,11 @@ struct RegisterSetting {
 class PETRELRADAR_API RadarInterface {
 public:
     /**
-     * @param command_byte base value of the byte in front of every bus frame.
-     * @param buffer_size bytes of each of the two transfer buffers.
-     * @throws std::bad_alloc when there is no memory for the buffers.
+     * @param command base value of the byte in front of every bus frame.
+     * @param size bytes of each of the two transfer buffers.
+     * @throws std::bad_alloc when there is no memory for the buffers, or `size` is negative.
      */
-    RadarInterface(int command_byte, int buffer_size);
+    RadarInterface(int command, int size);
 
     /** Frees the transfer buffers and closes the device. */
     virtual ~RadarInterface();

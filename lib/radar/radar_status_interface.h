@@ -39,10 +39,10 @@ public:
     std::unordered_map<std::string, std::string> get_radar_status();
 
 private:
-    RadarStatusInterface();
-    ~RadarStatusInterface();
+    PETRELRADAR_LOCAL RadarStatusInterface();
+    PETRELRADAR_LOCAL ~RadarStatusInterface();
 
-    static RadarStatusInterface the_instance;
+    PETRELRADAR_LOCAL static RadarStatusInterface the_instance_;
 
     std::unordered_map<std::string, std::function<std::string()>> callbacks;
 };

@@ -79,16 +79,90 @@ protected:
 };
 
 TEST_F(SharedObjectsTest, TheLibraryExportsItsClassesAndTheFrames) {
-    EXPECT_THAT(
-        classes_of(radar),
-        UnorderedElementsAre(
-            "Radar::SocketBuffer", "Radar::SocketBuffer::iterator", "Radar::RadarSocket",
-            "Radar::RadarInterface", "Radar::SPIRadarInterface", "Radar::RadarStatusInterface",
-            "Radar::Failure", "Radar::FailureSignal", "Radar::HysteresFailureSignal",
-            "Radar::Configuration", "Radar::Timeout", "Radar::Watchdog", "Radar::FileWriter",
-            "Radar::DataFileWriter", "Radar::ObjectFileWriter", "Radar::ObjectFileWriterThread",
-            "Radar::DiagnosticFileWriter", "RO::TargetData", "RO::RadarObjects",
-            "google::protobuf::Arena"));
+    EXPECT_THAT(classes_of(radar),
+                UnorderedElementsAre(
+                    "Radar::SocketBuffer", "Radar::SocketBuffer::iterator", "Radar::RadarSocket",
+                    "Radar::RadarField", "Radar::RadarInterface", "Radar::SPIRadarInterface",
+                    "Radar::RadarStatusInterface", "Radar::Failure", "Radar::FailureSignal",
+                    "Radar::HysteresFailureSignal", "Radar::Configuration", "Radar::Timeout",
+                    "Radar::Watchdog", "Radar::FileWriter", "Radar::DataFileWriter",
+                    "Radar::ObjectFileWriter", "Radar::ObjectFileWriterThread",
+                    "Radar::DiagnosticFileWriter", "RO::TargetData", "RO::RadarObjects",
+                    "google::protobuf::Arena"));
+}
+
+/** The functions and objects of a class that are exported, but for its constructors and destructor.
+ */
+std::set<std::string> members_of(ElfFile const& file, std::string const& name) {
+    const std::string bare_class = name.substr(name.rfind("::") + 2);
+    std::set<std::string> members;
+    for (std::string const& symbol : file.exported()) {
+        if (scope_of(symbol) != name || symbol.find(" for ") != std::string::npos) continue;
+        const std::string tagged = bare_name(symbol).substr(name.size() + 2);
+        const std::string member = tagged.substr(0, tagged.find("[abi:"));
+        if (member != bare_class && member != "~" + bare_class) members.insert(member);
+    }
+    return members;
+}
+
+/** A class of the library and what programs may use of it. */
+struct ExportedClass {
+    char const* name;
+    std::set<std::string> members;
+};
+
+void PrintTo(ExportedClass const& one, std::ostream* os) {
+    *os << one.name;
+}
+
+class ExportedClassTest : public SharedObjectsTest,
+                          public testing::WithParamInterface<ExportedClass> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Library, ExportedClassTest,
+    testing::Values(
+        ExportedClass{"Radar::SocketBuffer",
+                      {"reserve", "size", "push_back", "add_targets", "operator[]", "begin", "end",
+                       "set_timestamp", "timestamp", "clear", "data", "set_data", "set_fd",
+                       "remove_fd", "send_buffer", "send", "operator<<"}},
+        ExportedClass{"Radar::SocketBuffer::iterator",
+                      {"operator++", "operator*", "operator->", "operator==", "operator!="}},
+        ExportedClass{"Radar::RadarSocket", {"internal", "external"}},
+        ExportedClass{"Radar::RadarField", {}},
+        ExportedClass{"Radar::RadarInterface",
+                      {"read_field", "write_field", "write_fields", "write_registers",
+                       "populate_cache", "clear_cache"}},
+        ExportedClass{"Radar::SPIRadarInterface",
+                      {"write_register", "read_register", "format_data"}},
+        ExportedClass{"Radar::RadarStatusInterface",
+                      {"instance", "set_radar_status_callback", "get_radar_status"}},
+        ExportedClass{"Radar::Failure",
+                      {"reason", "begin", "end", "exists", "state", "str", "add", "set"}},
+        ExportedClass{"Radar::FailureSignal", {"set", "unset", "state"}},
+        ExportedClass{"Radar::HysteresFailureSignal", {"set", "unset"}},
+        ExportedClass{"Radar::Configuration", {"instance", "read", "write", "get", "set", "add"}},
+        ExportedClass{"Radar::Timeout", {"set_timeout", "is_triggered"}},
+        ExportedClass{"Radar::Watchdog", {"kick", "is_triggered"}},
+        ExportedClass{"Radar::FileWriter",
+                      {"open", "try_open", "check_open", "is_open", "write", "write_file_header",
+                       "increment_frame_counter", "get_bytes_written", "setMaxFileCount", "close"}},
+        ExportedClass{
+            "Radar::DataFileWriter",
+            {"write", "setEnabled", "restart", "setFileTime", "setMaxFileSize", "configure"}},
+        ExportedClass{"Radar::ObjectFileWriter", {"formatData", "write", "configure"}},
+        ExportedClass{"Radar::ObjectFileWriterThread",
+                      {"write", "push_buf", "pop_buf", "writer", "writer_main", "configure"}},
+        ExportedClass{"Radar::DiagnosticFileWriter", {"configure"}}));
+
+TEST_P(ExportedClassTest, ExportsWhatProgramsMayUseAndNoHelpers) {
+    EXPECT_EQ(members_of(radar, GetParam().name), GetParam().members);
+}
+
+TEST_F(SharedObjectsTest, TheOneRegistryCannotBeConstructedOrDestroyedByPrograms) {
+    for (std::string const& symbol : radar.exported()) {
+        EXPECT_THAT(symbol, testing::Not(testing::HasSubstr("RadarStatusInterface::RadarStatus")));
+        EXPECT_THAT(symbol, testing::Not(testing::HasSubstr("::~RadarStatusInterface")));
+    }
 }
 
 TEST_F(SharedObjectsTest, OfProtobufTheLibraryExportsTheMakersOfItsFramesOnly) {
