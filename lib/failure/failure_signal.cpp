@@ -2,8 +2,8 @@
 
 namespace Radar {
 
-FailureSignal::FailureSignal(Petrel::OutPort<radar_service_failure>& port_, bool initial)
-    : port(port_), active(initial) {
+FailureSignal::FailureSignal(Petrel::OutPort<radar_service_failure>& output, bool initial)
+    : port(output), active(initial) {
     port = radar_service_failure(initial);
 }
 
@@ -28,11 +28,11 @@ bool FailureSignal::set(bool value) {
     return true;
 }
 
-HysteresFailureSignal::HysteresFailureSignal(Petrel::OutPort<radar_service_failure>& port_,
-                                             bool initial, int unset_threshold_, int set_threshold_)
-    : FailureSignal(port_, initial),
-      unset_threshold(unset_threshold_),
-      set_threshold(set_threshold_),
+HysteresFailureSignal::HysteresFailureSignal(Petrel::OutPort<radar_service_failure>& output,
+                                             bool initial, int unset_calls, int set_calls)
+    : FailureSignal(output, initial),
+      unset_threshold(unset_calls),
+      set_threshold(set_calls),
       unset_count(0),
       set_count(0) {}
 

@@ -15,8 +15,8 @@ namespace Radar {
  */
 class PETRELRADAR_API FailureSignal {
 public:
-    /** Keeps `port` and publishes `initial` on it, true or false. */
-    FailureSignal(Petrel::OutPort<radar_service_failure>& port, bool initial);
+    /** Keeps `output` and publishes `initial` on it, true or false. */
+    FailureSignal(Petrel::OutPort<radar_service_failure>& output, bool initial);
     virtual ~FailureSignal();
 
     /** set(true). */
@@ -44,11 +44,11 @@ protected:
 class PETRELRADAR_API HysteresFailureSignal : public FailureSignal {
 public:
     /**
-     * Publishes `initial`. The flag falls on the `unset_threshold`-th unset() in a row and rises on
-     * the `set_threshold`-th set() in a row; thresholds of 1 or less change it on the first.
+     * Publishes `initial`. The flag falls on the `unset_calls`-th unset() in a row and rises on the
+     * `set_calls`-th set() in a row; numbers of 1 or less change it on the first.
      */
-    HysteresFailureSignal(Petrel::OutPort<radar_service_failure>& port, bool initial,
-                          int unset_threshold, int set_threshold);
+    HysteresFailureSignal(Petrel::OutPort<radar_service_failure>& output, bool initial,
+                          int unset_calls, int set_calls);
     ~HysteresFailureSignal() override;
 
     /** Counts a report of the failure. Returns true only when the flag rises with it. */

@@ -2,33 +2,30 @@
 
 #include <utility>
 
+#include "formats.h"
+
 namespace Radar {
 
 namespace {
 
-/** Upper half of the tag in front of every record. Never changes. */
-constexpr uint32_t kRecordMagic = 0xFEED0000;
 constexpr int kDefaultId = 0x2050;
-
-void append_word(std::string& record, uint32_t word) {
-    record.append(reinterpret_cast<char const*>(&word), sizeof(word));
-}
 
 }  // namespace
 
 ObjectFileWriter::ObjectFileWriter() : ObjectFileWriter(kDefaultId, "/tmp", 10, false, 0) {}
 
-ObjectFileWriter::ObjectFileWriter(int id, std::string directory_, long file_time_, bool enabled_,
-                                   unsigned max_file_size_)
-    : DataFileWriter(std::move(directory_), file_time_, enabled_, "radar", max_file_size_),
-      record_magic(kRecordMagic | static_cast<uint32_t>(id)) {}
+ObjectFileWriter::ObjectFileWriter(int id, std::string folder, long seconds, bool on,
+                                   unsigned bytes)
+    : DataFileWriter(std::move(folder), seconds, on, "radar", bytes),
+      record_magic(kRecordTag | static_cast<uint32_t>(id)) {}
 
 std::string ObjectFileWriter::formatData(SocketBuffer const& frame) {
     const std::string encoding = frame.data();
+    const auto length = static_cast<uint32_t>(encoding.size());
     std::string record;
-    record.reserve(2 * sizeof(uint32_t) + encoding.size());
-    append_word(record, record_magic);
-    append_word(record, static_cast<uint32_t>(encoding.size()));
+    record.reserve(sizeof(record_magic) + sizeof(length) + encoding.size());
+    record += bytes_of(record_magic);
+    record += bytes_of(length);
     return record += encoding;
 }
 

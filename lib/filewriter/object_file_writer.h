@@ -22,8 +22,7 @@ public:
     /**
      * Records with the tag 0xFEED0000 | `id`; the other arguments are those of DataFileWriter.
      */
-    ObjectFileWriter(int id, std::string directory, long file_time, bool enabled,
-                     unsigned max_file_size);
+    ObjectFileWriter(int id, std::string folder, long seconds, bool on, unsigned bytes);
 
     /** Returns the record of a frame: tag and length (4 bytes each), then frame.data(). */
     std::string formatData(SocketBuffer const& frame);

@@ -43,8 +43,8 @@ void transfer_message(int fd, unsigned long request, spi_ioc_transfer* transfers
 
 }  // namespace
 
-SPIRadarInterface::SPIRadarInterface(int /*unused*/, int command_byte_)
-    : RadarInterface(command_byte_, kBufferSize) {
+SPIRadarInterface::SPIRadarInterface(int /*unused*/, int command)
+    : RadarInterface(command, kBufferSize) {
     const std::string path = "/dev/spidev0.0";
     fd = open(path.c_str(), O_RDWR);
     if (fd < 0) throw errno_exception(errno, "Could not open SPI device ", path);

@@ -22,12 +22,12 @@ public:
      * Opens the device.
      *
      * @param unused accepted and ignored; the device is fixed.
-     * @param command_byte first byte of every write frame, of which the low 8 bits count; reads
-     * send it with bit 0 set.
+     * @param command first byte of every write frame, of which the low 8 bits count; reads send
+     *        it with bit 0 set.
      * @throws std::system_error "Could not open SPI device /dev/spidev0.0", with the system's
-     * reason.
+     *         reason.
      */
-    SPIRadarInterface(int unused, int command_byte);
+    SPIRadarInterface(int unused, int command);
 
     /**
      * Writes the low `length` bytes of `value` to the register at `address` in one message; 0 means

@@ -7,16 +7,15 @@
 #include <cerrno>
 #include <cstdint>
 #include <limits>
+#include <string_view>
 
+#include "formats.h"
 #include "socket/frame_encoding.h"
 #include "socket/index_check.h"
 
 namespace Radar {
 
 namespace {
-
-/** Marks every frame, in its encoding and on the stream. Never changes. */
-constexpr uint32_t kFrameMagic = 29061378;
 
 /** Waits until `fd` takes more bytes, however long that is. */
 bool wait_writable(int fd) {
@@ -38,28 +37,29 @@ bool write_all(int fd, char const* bytes, unsigned int len) {
 
 template <typename Value>
 void send_value(SocketBuffer& buffer, Value value) {
-    buffer.send_buffer(reinterpret_cast<char const*>(&value), sizeof(value));
+    const std::string_view bytes = bytes_of(value);
+    buffer.send_buffer(bytes.data(), static_cast<unsigned int>(bytes.size()));
 }
 
 }  // namespace
 
-SocketBuffer::iterator::iterator(RO::RadarObjects const* frame_, int index_)
-    : index(index_), frame(frame_) {}
+SocketBuffer::iterator::iterator(RO::RadarObjects const* frame, int index)
+    : index_(index), frame_(frame) {}
 
 SocketBuffer::iterator SocketBuffer::iterator::operator++() {
-    ++index;
+    ++index_;
     return *this;
 }
 
 SocketBuffer::iterator SocketBuffer::iterator::operator++(int) {
     const iterator before = *this;
-    ++index;
+    ++index_;
     return before;
 }
 
 RO::TargetData const& SocketBuffer::iterator::operator*() const {
-    check_index(index, frame->targets_size());
-    return frame->targets(index);
+    check_index(index_, frame_->targets_size());
+    return frame_->targets(index_);
 }
 
 RO::TargetData const* SocketBuffer::iterator::operator->() const {
@@ -67,81 +67,81 @@ RO::TargetData const* SocketBuffer::iterator::operator->() const {
 }
 
 bool SocketBuffer::iterator::operator==(iterator const& other) const {
-    return frame == other.frame && index == other.index;
+    return frame_ == other.frame_ && index_ == other.index_;
 }
 
 bool SocketBuffer::iterator::operator!=(iterator const& other) const {
     return !(*this == other);
 }
 
-SocketBuffer::SocketBuffer(int limit_) : limit(limit_) {
-    frame.set_magic(kFrameMagic);
+SocketBuffer::SocketBuffer(int limit) : limit_(limit) {
+    frame_.set_magic(kFrameMagic);
 }
 
 // The walk goes over the places that were taken at its start, while every removal moves the later
 // consumers up by one: places 0, 2, 4, … and the last are closed. Programs count on the descriptors
 // that it leaves open. A place that is vacant by then still names the last consumer.
 SocketBuffer::~SocketBuffer() {
-    const std::size_t places = consumers.size();
-    const int last_key = consumers.empty() ? 0 : consumers.back().first;
+    const std::size_t places = consumers_.size();
+    const int last_key = consumers_.empty() ? 0 : consumers_.back().first;
     for (std::size_t place = 0; place < places; ++place) {
-        remove_fd(place < consumers.size() ? consumers[place].first : last_key);
+        remove_fd(place < consumers_.size() ? consumers_[place].first : last_key);
     }
 }
 
-void SocketBuffer::reserve(int limit_) {
-    limit = limit_;
+void SocketBuffer::reserve(int limit) {
+    limit_ = limit;
 }
 
 int SocketBuffer::size() const {
-    return frame.targets_size();
+    return frame_.targets_size();
 }
 
 void SocketBuffer::push_back(RO::TargetData const& target) {
-    if (limit > frame.targets_size()) frame.add_targets()->CopyFrom(target);
+    if (limit_ > frame_.targets_size()) frame_.add_targets()->CopyFrom(target);
 }
 
 RO::TargetData* SocketBuffer::add_targets() {
-    return limit > frame.targets_size() ? frame.add_targets() : nullptr;
+    return limit_ > frame_.targets_size() ? frame_.add_targets() : nullptr;
 }
 
 RO::TargetData& SocketBuffer::operator[](int index) {
     check_index(index, size());
-    return *frame.mutable_targets(index);
+    return *frame_.mutable_targets(index);
 }
 
 SocketBuffer::iterator SocketBuffer::begin() const {
-    return iterator(&frame, 0);
+    return iterator(&frame_, 0);
 }
 
 SocketBuffer::iterator SocketBuffer::end() const {
-    return iterator(&frame, size());
+    return iterator(&frame_, size());
 }
 
 void SocketBuffer::set_timestamp(unsigned long long timestamp) {
-    frame.set_timestamp(timestamp);
+    frame_.set_timestamp(timestamp);
 }
 
 unsigned long long SocketBuffer::timestamp() const {
-    return frame.timestamp();
+    return frame_.timestamp();
 }
 
 void SocketBuffer::clear() {
-    frame.clear_targets();
+    frame_.clear_targets();
 }
 
 std::string SocketBuffer::data() const {
-    return encode(frame);
+    return encode(frame_);
 }
 
 bool SocketBuffer::set_data(char const* bytes, unsigned int len) {
     clear();
     // The parser takes the length as an int; no frame is that long. It resets the frame first.
     if (len > static_cast<unsigned int>(std::numeric_limits<int>::max())) {
-        frame.Clear();
+        frame_.Clear();
         return false;
     }
-    return frame.ParseFromArray(bytes, static_cast<int>(len));
+    return frame_.ParseFromArray(bytes, static_cast<int>(len));
 }
 
 bool SocketBuffer::set_data(std::string const& bytes) {
@@ -150,33 +150,33 @@ bool SocketBuffer::set_data(std::string const& bytes) {
 
 void SocketBuffer::set_fd(int key, int fd) {
     remove_fd(key);
-    consumers.emplace_back(key, fd);
+    consumers_.emplace_back(key, fd);
 }
 
 void SocketBuffer::remove_fd(int key) {
-    const auto found = std::find_if(consumers.begin(), consumers.end(),
+    const auto found = std::find_if(consumers_.begin(), consumers_.end(),
                                     [key](auto const& consumer) { return consumer.first == key; });
-    if (found == consumers.end()) return;
+    if (found == consumers_.end()) return;
     close(found->second);
-    consumers.erase(found);
+    consumers_.erase(found);
 }
 
 void SocketBuffer::send_buffer(char const* bytes, unsigned int len) {
-    for (auto consumer = consumers.begin(); consumer != consumers.end();) {
+    for (auto consumer = consumers_.begin(); consumer != consumers_.end();) {
         if (write_all(consumer->second, bytes, len)) {
             ++consumer;
         } else {
             close(consumer->second);
-            consumer = consumers.erase(consumer);
+            consumer = consumers_.erase(consumer);
         }
     }
 }
 
 void SocketBuffer::send() {
-    if (!consumers.empty()) {
-        const std::string encoding = encode(frame);
+    if (!consumers_.empty()) {
+        const std::string encoding = encode(frame_);
         const auto length = static_cast<uint32_t>(encoding.size());
-        send_value(*this, frame.magic());
+        send_value(*this, frame_.magic());
         send_value(*this, length);
         send_buffer(encoding.data(), length);
     }
@@ -189,7 +189,7 @@ void SocketBuffer::send(unsigned long long timestamp) {
 }
 
 std::ostream& SocketBuffer::operator<<(std::ostream& os) {
-    return os << frame.DebugString();
+    return os << frame_.DebugString();
 }
 
 std::ostream& operator<<(std::ostream& os, RO::TargetData const& target) {

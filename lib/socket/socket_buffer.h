@@ -56,8 +56,8 @@ public:
         bool operator!=(iterator const& other) const;
 
     private:
-        int index;
-        RO::RadarObjects const* frame;
+        int index_;
+        RO::RadarObjects const* frame_;
     };
 
     /** An empty frame that holds at most `limit` targets; none when `limit` is 0 or less. */
@@ -148,9 +148,9 @@ public:
     std::ostream& operator<<(std::ostream& os);
 
 private:
-    int limit;
-    std::vector<std::pair<int, int>> consumers;
-    RO::RadarObjects frame;
+    int limit_;
+    std::vector<std::pair<int, int>> consumers_;
+    RO::RadarObjects frame_;
 };
 
 /** Writes the target's debug text, one line for each field that is not zero. Returns `os`. */

@@ -2,8 +2,8 @@
 
 namespace Radar {
 
-Watchdog::Watchdog(Petrel::Block* block, int timeout_)
-    : Timeout(block, "watchdog"), timeout(timeout_) {
+Watchdog::Watchdog(Petrel::Block* block, int seconds)
+    : Timeout(block, "watchdog"), timeout(seconds) {
     kick();
 }
 

@@ -14,13 +14,13 @@ namespace Radar {
 class PETRELRADAR_API Watchdog : public Timeout {
 public:
     /**
-     * Registers with `block` as "watchdog" and starts a period of `timeout` seconds. A period of 0
-     * never runs out; nor does a negative one, which the kernel refuses at every kick().
+     * Registers with `block` as "watchdog" and starts a period of `seconds`. A period of 0 never
+     * runs out; nor does a negative one, which the kernel refuses at every kick().
      */
-    Watchdog(Petrel::Block* block, int timeout);
+    Watchdog(Petrel::Block* block, int seconds);
     ~Watchdog();
 
-    /** Starts the period anew, in place of the one that runs. A failure is logged. */
+    /** Restarts the period. A failure is logged. */
     void kick();
 
     /** Whether the period ran out in the block's current cycle; see Timeout::is_triggered(). */
