@@ -15,8 +15,8 @@ namespace Radar {
  *
  * Owns the table; the file may be edited by others and is merged in by read(). No lock: one thread,
  * normally the service's main thread. No operation throws for a problem of the file: it is logged
- * at level 1, and memory and file disagree until the next write() that succeeds. The file should be
- * a regular file: opening a FIFO blocks.
+ * at level 1, and memory and file disagree until the next write() that succeeds. Where memory runs
+ * out, std::bad_alloc reaches the caller. The file should be a regular file: opening a FIFO blocks.
  */
 class PETRELRADAR_API Configuration {
 public:
@@ -33,8 +33,8 @@ public:
      * Merges the file's settings into the table: values in the file win, settings that only the
      * table has stay. A file without the group is like an empty one.
      *
-     * @return 0; -1 when there is no file (not logged), when it cannot be loaded, and when a value
-     *         is not an integer: then the values before that one are stored, the rest are not.
+     * @return 0; -1 when the file does not exist (not logged), when it cannot be loaded, and when a
+     *         value is not an integer: the values before that one are stored then, no others.
      */
     virtual int read();
 
@@ -42,7 +42,7 @@ public:
      * Writes every entry of the table into the file, creating it if need be. Other groups and keys
      * of the file are kept, comments are not.
      *
-     * @return 0; -1 when the existing file cannot be loaded, which leaves it as it is, or when it
+     * @return 0; -1 when the existing file cannot be loaded, which leaves it unchanged, or when it
      *         cannot be saved.
      */
     virtual int write();
@@ -50,7 +50,7 @@ public:
     /** Frees the table. Writes nothing. */
     virtual ~Configuration();
 
-    /** Returns the value of `key`; stores `def` with set() and returns it when there is none. */
+    /** Returns the value of `key`; if it is absent, stores `def` with set() and returns that. */
     virtual int get(std::string key, int def);
 
     /**
@@ -60,7 +60,7 @@ public:
      */
     virtual void set(std::string key, int value);
 
-    /** set() for a key that is absent; a value that is there stays. */
+    /** set() for a key that is absent; an existing value stays. */
     virtual void add(std::string key, int value);
 
 private:

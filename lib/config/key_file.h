@@ -28,7 +28,7 @@ public:
     explicit operator bool() const { return error_ != nullptr; }
     /** Whether an error with this code is set; its domain does not matter. */
     bool is(int code) const { return error_ != nullptr && error_->code == code; }
-    /** The error's text; null when there is none, which fails the stream that it is inserted in. */
+    /** The error's text; null when it has none, which fails the stream that it is inserted in. */
     const char* message() const { return error_ != nullptr ? error_->message : nullptr; }
 
     void clear() { g_clear_error(&error_); }

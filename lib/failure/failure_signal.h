@@ -56,7 +56,7 @@ public:
     /** Counts a report of its absence. Returns true only when the flag falls with it. */
     bool unset() override;
 
-    /** set(bool) sets the flag at once and leaves the runs as they are. */
+    /** set(bool) sets the flag at once and leaves the runs unchanged. */
     using FailureSignal::set;
 
 private:

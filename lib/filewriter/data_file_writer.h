@@ -14,7 +14,7 @@ namespace Radar {
  * The limits are checked after each frame, so that a frame is never split over two files and a file
  * without frames stays open.
  *
- * Every completed file is kept until setMaxFileCount() says otherwise. Ownership, thread and
+ * Every completed file is kept until setMaxFileCount() limits their number. Ownership, thread and
  * failures are those of FileWriter.
  */
 class PETRELRADAR_API DataFileWriter : public FileWriter {

@@ -17,7 +17,7 @@ namespace Radar {
 class PETRELRADAR_API DiagnosticFileWriter : public ObjectFileWriter {
 public:
     /**
-     * Adopts the files that are there, deletes the oldest until four are left, and begins a file.
+     * Adopts the existing files, deletes the oldest until four are left, and begins a file.
      * Records with the tag 0xFEED0000 | `id`.
      */
     explicit DiagnosticFileWriter(int id);
@@ -35,6 +35,6 @@ public:
 /**
  * Returns the paths of the regular files in `directory` whose names begin with "radar", the one
  * modified longest ago first; files of the same second come in any order. Logs at level 2 a
- * directory that cannot be opened and at level 1 a file that cannot be examined, which is left out.
+ * directory that cannot be opened and at level 1 a file that cannot be examined, which is skipped.
  */
 PETRELRADAR_API std::vector<std::string> scan_recorded_files(std::string directory);

@@ -158,9 +158,9 @@ bool FileWriter::increment_frame_counter() {
 }
 
 /**
- * Keeps the next frame from being written after the counter, over the first ones: the stream stands
- * there and may still hold the counter, which only closing makes it give up. The stream's state
- * stays as it is.
+ * Keeps the next frame from being written after the counter, over the first ones: the stream is
+ * positioned there and may still hold the counter, which only closing makes it drop. The stream's
+ * state does not change.
  */
 void FileWriter::reopen_at_end() {
     std::filebuf& buffer = *file.rdbuf();

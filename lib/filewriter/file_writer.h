@@ -21,8 +21,8 @@ namespace Radar {
  *
  * Failures are logged at level 1 or 2 and do not stop the writer: a file that could not be opened
  * is tried again with the next frame. The one exception that leaves this class is that of a frame
- * counter that could not be rewritten; see write(). After a failed flush the completed file may be
- * damaged, which the log says; it is renamed all the same.
+ * counter that could not be rewritten; see write(). After a failed flush, which is logged, the
+ * completed file may be damaged; it is renamed all the same.
  */
 class PETRELRADAR_API FileWriter {
 public:
@@ -51,7 +51,7 @@ public:
      */
     bool try_open();
 
-    /** Whether a file is open now, after beginning one with try_open() if there was none. */
+    /** Whether a file is open now, after beginning one with try_open() if none was. */
     bool check_open();
 
     /**
@@ -73,8 +73,8 @@ public:
      * @throws std::ios_base::failure when the counter in the header cannot be rewritten, as on a
      *         full disk. The bytes of the next frame then fail, too, which is logged; those of the
      *         one after it are appended at the end of the file, or of a new one if this one cannot
-     *         be reopened. Frames that are in the file stay as they are. The counter counts every
-     *         frame, stored or not.
+     *         be reopened. No frame in the file is overwritten. The counter counts every frame,
+     *         stored or not.
      */
     bool write(std::string const& data);
 
@@ -82,8 +82,8 @@ public:
     void write_file_header();
 
     /**
-     * Counts one frame and rewrites the counter in the file's header. Returns false when there is
-     * no header to rewrite. Throws as write() does.
+     * Counts one frame and rewrites the counter in the file's header. Returns false when no
+     * header was written or the position in the file is unknown. Throws as write() does.
      */
     bool increment_frame_counter();
 

@@ -22,7 +22,7 @@ ObjectFileWriterThread::~ObjectFileWriterThread() {
     stop = true;
     try {
         writer_thread.join();
-    } catch (std::system_error const&) {  // NOLINT(bugprone-empty-catch): nobody to tell
+    } catch (std::system_error const&) {  // NOLINT(bugprone-empty-catch): as promised
     }
 }
 
@@ -66,7 +66,7 @@ void ObjectFileWriterThread::store_queued_records() {
         try {
             left = writer();
         } catch (std::ios_base::failure const& failure) {
-            // The frame counter could not be rewritten. Left alone, it would end the process.
+            // The frame counter could not be rewritten. Uncaught, that would end the process.
             log_stream_failure(1, "Error writing " + file_name.str(), failure);
         }
     }

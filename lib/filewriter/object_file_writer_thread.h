@@ -12,8 +12,8 @@
 namespace Radar {
 
 /**
- * A recorder for frames of targets that does its file work on a thread of its own: write() formats
- * and queues the record, the writer thread stores it. The queue has no limit; it grows while
+ * A recorder for frames of targets with a separate thread for the file work: write() formats and
+ * queues the record, the writer thread stores it. The queue has no limit; it grows while
  * storage is slower than the frames.
  *
  * Owns the writer thread, which runs from configure("FileWriterEnabled", 1) to switching off or
@@ -23,9 +23,10 @@ namespace Radar {
  * the caller lets the queue run empty first.
  *
  * Switching off completes the file at once and discards the records that are still queued.
- * Destruction while recording is on lets the writer thread store the run of records that it is at;
- * what arrives once it has found the queue empty is dropped. A failure of the file is logged from
- * the writer thread, which goes on with the next record.
+ * Destruction while recording is on lets the writer thread store the records up to the moment at
+ * which it finds the queue empty; those that arrive after it, while the thread sleeps (50 ms), are
+ * dropped. A failure of the file is logged from the writer thread, which goes on with the next
+ * record.
  */
 class PETRELRADAR_API ObjectFileWriterThread : public ObjectFileWriter {
 public:
@@ -42,18 +43,18 @@ public:
     void push_buf(std::string const&& record);
 
     /**
-     * Moves the oldest record of the queue to `record`. Returns how many are left; 0 also when
-     * there was none, which leaves `record` as it is. One thread at a time.
+     * Moves the oldest record of the queue to `record`. Returns how many are left; 0 also when the
+     * queue was empty, which leaves `record` unchanged. One thread at a time.
      */
     unsigned pop_buf(std::string& record);
 
     /**
-     * Stores the oldest record of the queue, if there is one, as DataFileWriter::write() does.
+     * Stores the oldest record of the queue, if it has any, as DataFileWriter::write() does.
      * Returns how many are left. Throws as that one does.
      */
     unsigned writer();
 
-    /** What the writer thread runs: stores records until it is told to stop. */
+    /** The writer thread's work: stores records until it is requested to stop. */
     void writer_main();
 
     /**

@@ -10,7 +10,7 @@
 
 namespace Radar {
 
-// What is reported comes in two parts: joining them would allocate before `errno` is looked at.
+// The text comes in two parts: joining them would allocate before `errno` is read.
 
 /** Logs that a system call failed: `what` and `object` in one, ": ", description of `errno`. */
 inline void log_errno(int level, char const* what, std::string const& object = {}) {

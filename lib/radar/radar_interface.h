@@ -52,7 +52,7 @@ public:
     /**
      * @param command base value of the byte in front of every bus frame.
      * @param size bytes of each of the two transfer buffers.
-     * @throws std::bad_alloc when there is no memory for the buffers, or `size` is negative.
+     * @throws std::bad_alloc when memory for the buffers runs out or `size` is negative.
      */
     RadarInterface(int command, int size);
 

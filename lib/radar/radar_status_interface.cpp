@@ -16,7 +16,7 @@ void RadarStatusInterface::set_radar_status_callback(std::string name,
 std::unordered_map<std::string, std::string> RadarStatusInterface::get_radar_status() {
     std::unordered_map<std::string, std::string> status;
     for (auto const& [name, registered] : callbacks) {
-        // A copy, so that the callback may register itself anew.
+        // A copy, so that the callback may register itself again.
         const std::function<std::string()> callback = registered;
         std::string& text = status[name];
         text = callback();

@@ -8,10 +8,10 @@ namespace Radar {
 
 /**
  * Returns the protobuf encoding of `frame`. Fields that the schema does not know are kept; a float
- * that equals zero is omitted, -0.0 included, which newer protobuf runtimes would write. Any
- * thread, as long as nobody changes the frame meanwhile.
+ * that equals zero is omitted, -0.0 included, which newer protobuf runtimes would write. Several
+ * threads may encode one frame at once while none changes it.
  *
- * @throws std::bad_alloc when there is no memory for the encoding.
+ * @throws std::bad_alloc when memory for the encoding runs out.
  */
 std::string encode(RO::RadarObjects const& frame);
 

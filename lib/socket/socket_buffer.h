@@ -73,7 +73,7 @@ public:
     SocketBuffer(SocketBuffer const&) = delete;
     SocketBuffer& operator=(SocketBuffer const&) = delete;
 
-    /** Replaces the target limit. Allocates nothing and removes no target that is there already. */
+    /** Replaces the target limit. Allocates nothing and removes no target. */
     void reserve(int limit);
 
     /** The number of targets in the frame. */
@@ -93,7 +93,7 @@ public:
 
     /** The position of the first target. */
     iterator begin() const;
-    /** The position behind the last target of this moment. */
+    /** The position after the last target of this moment. */
     iterator end() const;
 
     /** Sets the frame's time, in the producer's unit; it stays until it is set again. */
@@ -105,7 +105,7 @@ public:
 
     /**
      * Returns the frame's protobuf encoding, without a stream header. A field that equals zero is
-     * left out, -0.0 included.
+     * omitted, -0.0 included; fields that the schema does not know are kept.
      */
     std::string data() const;
 

@@ -9,7 +9,7 @@ namespace Radar {
 
 /**
  * A kernel timer on the monotonic clock that a block of the framework watches: the block's cycle
- * waits for it, and is_triggered() tells afterwards whether it ran out.
+ * waits for it, and is_triggered() reports afterwards whether it ran out.
  *
  * Owns the timer's descriptor and closes it when it is destroyed; the port stays the block's, which
  * must outlive this object's use. To be used from the thread that runs the block's cycle. Nothing
@@ -18,8 +18,8 @@ namespace Radar {
 class PETRELRADAR_API Timeout {
 public:
     /**
-     * Makes a timer, disarmed, and registers it with `block` under `name`. When the system has no
-     * timer to give, later calls log their failure and the timeout never triggers.
+     * Creates a disarmed timer and registers it with `block` under `name`. When the system has no
+     * timer left, later calls log their failure and the timeout never triggers.
      */
     Timeout(Petrel::Block* block, std::string name);
     ~Timeout();

@@ -58,7 +58,7 @@ void write_all(std::string const& lines) {
     for (std::size_t written = 0; written < lines.size();) {
         const ssize_t result = write(STDERR_FILENO, lines.data() + written, lines.size() - written);
         if (result < 0 && errno == EINTR) continue;
-        if (result <= 0) return;  // nowhere left to complain to
+        if (result <= 0) return;  // the message is lost
         written += static_cast<std::size_t>(result);
     }
 }

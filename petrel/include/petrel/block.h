@@ -34,7 +34,7 @@ struct FDEvent {
 static_assert(sizeof(FDEvent::EventMask) == 2, "an event mask is passed as two bytes");
 
 /**
- * One descriptor that a Block watches. Made and owned by the block; lives as long as the block.
+ * One descriptor that a Block watches. Created and owned by the block; lives as long as the block.
  * Does not own the descriptor. To be used from the thread that runs the block's cycle.
  */
 class PETREL_API FDPort {
@@ -62,13 +62,13 @@ private:
 
 /**
  * A processing block: a named set of descriptors and the cycle that waits for them. Owns its ports,
- * not their descriptors: a descriptor that is closed while its port is registered is noticed in the
- * next cycle and not watched any more, unless its number was given to another file by then. One
+ * not their descriptors: a descriptor that is closed while its port is registered is detected in
+ * the next cycle and no longer watched, unless its number belongs to another file by then. One
  * thread at a time. Neither copied nor moved.
  */
 class PETREL_API Block {
 public:
-    /** Makes a block without ports. `name` appears in nothing but name(). */
+    /** A block without ports. `name` appears in nothing but name(). */
     explicit Block(std::string name);
     ~Block();
     Block(Block const&) = delete;

@@ -5,7 +5,7 @@
 extern "C" {
 
 /**
- * Logs one message. Safe to call from several threads at once; leaves `errno` as it is.
+ * Logs one message. Safe to call from several threads at once; leaves `errno` unchanged.
  *
  * The default sink writes the message to standard error, whole lines at a time, each line with its
  * level in front: "[2] text". When standard error is connected to the system's journal
@@ -14,11 +14,11 @@ extern "C" {
  * a newline at its end gets one. A program that defines a function of this name gets every message
  * in place of the default sink.
  *
- * A message that standard error does not take is lost: there is nowhere left to report that.
+ * A message that standard error does not accept is lost.
  *
  * @param level severity; higher is graver.
  * @param format a printf format for the arguments that follow.
- * @throws std::bad_alloc when there is no memory for the text.
+ * @throws std::bad_alloc when memory for the text runs out.
  */
 PETREL_API void logger(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
 }

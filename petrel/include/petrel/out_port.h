@@ -3,8 +3,8 @@
 namespace Petrel {
 
 /**
- * A typed output of a block: holds the last value written to it, and whether somebody has taken
- * note of that value since. Owns its value. One thread at a time. Neither copied nor moved.
+ * A typed output of a block: holds the last value written to it, and whether that value was
+ * acknowledged since. Owns its value. One thread at a time. Neither copied nor moved.
  */
 template <typename T>
 class OutPort {
