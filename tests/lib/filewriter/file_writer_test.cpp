@@ -93,14 +93,7 @@ TEST_F(FileWriterTest, TheHeaderHoldsFormatTimeAndSettings) {
                "mounting_tilt=-12.5\n");
     writer.open();
     const Recording recording = completed();
-    EXPECT_EQ(recording.magic, 0xBADABADA);
-    EXPECT_EQ(recording.version, 5U);
-    EXPECT_EQ(recording.seconds, 1747301407);
-    EXPECT_EQ(recording.daylight, 0);
-    EXPECT_EQ(recording.height, 2.75);
-    EXPECT_EQ(recording.tilt, -12.5);
-    EXPECT_EQ(recording.sensitivity, 2);
-    EXPECT_EQ(recording.frames, 0U);
+    test_support::expect_header(recording, 0);
     EXPECT_EQ(recording.body, "");
 }
 

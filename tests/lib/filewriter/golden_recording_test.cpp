@@ -85,14 +85,7 @@ TEST_F(GoldenRecordingTest, ARawRecordingIsReproduced) {
 
 TEST_F(GoldenRecordingTest, TheHeaderOfAnObjectRecordingIsRead) {
     const Recording recording = parse_recording(golden("object_recording.data"));
-    EXPECT_EQ(recording.magic, 0xBADABADA);
-    EXPECT_EQ(recording.version, 5U);
-    EXPECT_EQ(recording.seconds, 1747301407);
-    EXPECT_EQ(recording.daylight, 0);
-    EXPECT_EQ(recording.height, 2.75);
-    EXPECT_EQ(recording.tilt, -12.5);
-    EXPECT_EQ(recording.sensitivity, 2);
-    EXPECT_EQ(recording.frames, 3U);
+    test_support::expect_header(recording, 3);
 }
 
 TEST_F(GoldenRecordingTest, TheFramesOfAnObjectRecordingAreRead) {

@@ -57,11 +57,7 @@ TEST_F(ObjectFileWriterThreadRunTest, TheThreadSleepsForFiftyMilliseconds) {
 }
 
 TEST_F(ObjectFileWriterThreadRunTest, TheThreadDoesNotSleepWhileRecordsAreLeft) {
-    std::vector<int> sleeps_before_record;
-    system_calls.time = [&] {
-        sleeps_before_record.push_back(sleep.calls());
-        return now.tv_sec;
-    };
+    watch_storing();
     switch_on();
     sleep.hold();
     write_frames(1, 100);
@@ -72,11 +68,7 @@ TEST_F(ObjectFileWriterThreadRunTest, TheThreadDoesNotSleepWhileRecordsAreLeft) 
 }
 
 TEST_F(ObjectFileWriterThreadRunTest, AFrameIsQueuedWhileTheThreadIsBusyWithItsFile) {
-    test_support::HeldCall storing;
-    system_calls.time = [&] {
-        storing();
-        return now.tv_sec;
-    };
+    watch_storing();
     switch_on();
     storing.hold_next();
     write_frames(1, 1);
@@ -86,18 +78,11 @@ TEST_F(ObjectFileWriterThreadRunTest, AFrameIsQueuedWhileTheThreadIsBusyWithItsF
     storing.let_go();
     sleep.wait_for_a_round();
     EXPECT_EQ(frames_in(first_name), numbers(1, 3));
-    writer.reset();
 }
 
 TEST_F(ObjectFileWriterThreadRunTest,
        AFrameThatArrivesWhileTheLastOneIsStoredWaitsForTheNextRound) {
-    test_support::HeldCall storing;
-    std::vector<int> sleeps_before_record;
-    system_calls.time = [&] {
-        sleeps_before_record.push_back(sleep.calls());
-        storing();
-        return now.tv_sec;
-    };
+    watch_storing();
     switch_on();
     storing.hold_next();
     write_frames(1, 1);
@@ -107,7 +92,6 @@ TEST_F(ObjectFileWriterThreadRunTest,
     sleep.wait_for_a_round();
     ASSERT_EQ(sleeps_before_record.size(), 2U);
     EXPECT_EQ(sleeps_before_record[1], sleeps_before_record[0] + 1);
-    writer.reset();
 }
 
 TEST_F(ObjectFileWriterThreadRunTest, FilesAreRotatedOnTheWriterThread) {

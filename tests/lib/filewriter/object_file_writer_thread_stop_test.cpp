@@ -71,11 +71,7 @@ TEST_F(ObjectFileWriterThreadStopTest, SwitchingOnAgainStartsANewThreadAndANewFi
 }
 
 TEST_F(ObjectFileWriterThreadStopTest, DestructionStoresWhatIsQueuedWhileTheThreadIsBusy) {
-    test_support::HeldCall storing;
-    system_calls.time = [&] {
-        storing();
-        return now.tv_sec;
-    };
+    watch_storing();
     switch_on();
     sleep.hold();
     storing.hold_next();
@@ -83,7 +79,7 @@ TEST_F(ObjectFileWriterThreadStopTest, DestructionStoresWhatIsQueuedWhileTheThre
     sleep.let_go();
     storing.hold();
     write_frames(3, 20);
-    before_join = [&storing] { storing.let_go(); };
+    before_join = [this] { storing.let_go(); };
     writer.reset();
     EXPECT_THAT(list_directory("/tmp"), ElementsAre(name + ".data"));
     EXPECT_EQ(frames_in(first_name + ".data"), numbers(1, 20));

@@ -51,6 +51,18 @@ inline Recording parse_recording(std::string bytes) {
     return recording;
 }
 
+/** Expects the header of a file that was begun at the first moment of the tests' clock. */
+inline void expect_header(Recording const& recording, uint32_t frames) {
+    EXPECT_EQ(recording.magic, 0xBADABADA);
+    EXPECT_EQ(recording.version, 5U);
+    EXPECT_EQ(recording.seconds, 1747301407);
+    EXPECT_EQ(recording.daylight, 0);
+    EXPECT_EQ(recording.height, 2.75);
+    EXPECT_EQ(recording.tilt, -12.5);
+    EXPECT_EQ(recording.sensitivity, 2);
+    EXPECT_EQ(recording.frames, frames);
+}
+
 /** One frame of an object recording. */
 struct Record {
     uint32_t tag;

@@ -27,7 +27,16 @@ protected:
 
     void TearDown() override { sleep.let_go(); }
 
-    /** Hands frames with the timestamps `first` to `last` to the recorder. */
+    /** From now on the thread that stores a record can be held in it. */
+    void watch_storing() {
+        system_calls.time = [this] {
+            sleeps_before_record.push_back(sleep.calls());
+            storing();
+            return now.tv_sec;
+        };
+    }
+
+    /** Writes frames with the timestamps `first` to `last` to the recorder. */
     void write_frames(unsigned first, unsigned last) {
         for (unsigned timestamp = first; timestamp <= last; ++timestamp) {
             make_frame_at(frame, timestamp);
@@ -61,6 +70,9 @@ protected:
     /** The sleep of the writer thread, which it begins when it has found the queue empty. */
     HeldCall sleep;
     int other_sleeps = 0;
+    /** The storing of a record, and the sleeps that there were before each; see watch_storing(). */
+    HeldCall storing;
+    std::vector<int> sleeps_before_record;
     Radar::SocketBuffer frame{10};
     std::unique_ptr<Radar::ObjectFileWriterThread> writer =
         std::make_unique<Radar::ObjectFileWriterThread>(7);
@@ -79,7 +91,7 @@ protected:
     void switch_on() { writer->configure("FileWriterEnabled", 1); }
     void switch_off() { writer->configure("FileWriterEnabled", 0); }
 
-    /** Destroys the recorder; its thread is held in its sleep until it has been told to stop. */
+    /** Destroys the recorder; its thread is held in its sleep until it is requested to stop. */
     void destroy_in_its_sleep() {
         before_join = [this] { sleep.let_go(); };
         writer.reset();

@@ -25,9 +25,9 @@ public:
         system_calls.timerfd_settime = [this](int, int settime_flags, itimerspec const* setting) {
             settings.push_back(*setting);
             setting_flags.push_back(settime_flags);
-            interval = nanoseconds(setting->it_interval);
+            interval_ = nanoseconds(setting->it_interval);
             const int64_t first = nanoseconds(setting->it_value);
-            deadline = first == 0 ? 0 : now + first;
+            deadline_ = first == 0 ? 0 : now_ + first;
             return 0;
         };
         system_calls.read = [this](int read_fd, void* bytes, size_t size) {
@@ -38,10 +38,10 @@ public:
 
     /** Moves the clock by `milliseconds`. */
     void advance(int milliseconds) {
-        now += int64_t{milliseconds} * 1000000;
-        while (deadline != 0 && deadline <= now) {
+        now_ += int64_t{milliseconds} * 1000000;
+        while (deadline_ != 0 && deadline_ <= now_) {
             eventfd_write(fd, 1);
-            deadline = interval == 0 ? 0 : deadline + interval;
+            deadline_ = interval_ == 0 ? 0 : deadline_ + interval_;
         }
     }
 
@@ -57,9 +57,9 @@ private:
         return int64_t{time.tv_sec} * 1000000000 + time.tv_nsec;
     }
 
-    int64_t now = 1;
-    int64_t deadline = 0;
-    int64_t interval = 0;
+    int64_t now_ = 1;
+    int64_t deadline_ = 0;
+    int64_t interval_ = 0;
 };
 
 }  // namespace test_support
