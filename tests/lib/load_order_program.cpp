@@ -37,7 +37,7 @@ bool is(void (*destructor)(void*), char const* symbol) {
     return reinterpret_cast<void*>(destructor) == dlsym(RTLD_DEFAULT, symbol);
 }
 
-/** Whether the object stands in the library and is not one that foreign headers put there. */
+/** Whether the object is in the library and does not come from a foreign header. */
 bool is_the_library_s_own(void* object, void (*destructor)(void*)) {
     Dl_info place = {};
     if (dladdr(object, &place) == 0) return false;
@@ -123,20 +123,20 @@ int forward_open(char const* name, char const* path, int flags, mode_t mode) {
     return next<int(char const*, int, ...)>(name)(path, flags, mode);
 }
 
-/** Says so when the registry destroys it. */
-struct Farewell {
-    Farewell() = default;
-    Farewell(Farewell const&) = delete;
-    Farewell& operator=(Farewell const&) = delete;
-    ~Farewell() { report("callback destroyed"); }
+/** Reports when the registry destroys it. */
+struct ReportsDestruction {
+    ReportsDestruction() = default;
+    ReportsDestruction(ReportsDestruction const&) = delete;
+    ReportsDestruction& operator=(ReportsDestruction const&) = delete;
+    ~ReportsDestruction() { report("callback destroyed"); }
 };
 
 /** A static object of the program, built before all its others. */
 struct EarlyObject {
     EarlyObject() {
-        auto const farewell = std::make_shared<Farewell>();
+        auto const reporter = std::make_shared<ReportsDestruction>();
         Radar::RadarStatusInterface::instance->set_radar_status_callback(
-            "early", [farewell] { return "here"; });
+            "early", [reporter] { return "here"; });
         report("program: " + state() + ", range " +
                std::to_string(Radar::Configuration::instance->get("range", 0)));
     }

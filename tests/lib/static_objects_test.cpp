@@ -49,7 +49,7 @@ protected:
         return lines.empty() ? "" : lines.back();
     }
 
-    /** What stands behind `beginning` in the lines that have it, in order. */
+    /** What follows `beginning` in the lines that begin with it, in order. */
     static std::vector<std::string> lines_with(std::string const& beginning) {
         std::vector<std::string> found;
         for (std::string const& line : run()) {
@@ -82,7 +82,7 @@ TEST_F(StaticObjectsTest, TheSettingsFileIsOpenedOnceWhileTheSettingsAreBuilt) {
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "open radar.conf"), 1);
 }
 
-TEST_F(StaticObjectsTest, AMissingSettingsFileIsLookedForOnceAndNotLogged) {
+TEST_F(StaticObjectsTest, AMissingSettingsFileIsOpenedOnceAndNotLogged) {
     std::remove("/etc/radar/radar.conf");
     EXPECT_THAT(lines_with("open "), ElementsAre("radar.conf"));
     EXPECT_THAT(lines_with("logger: "), testing::IsEmpty());

@@ -16,7 +16,7 @@ namespace {
 using testing::Each;
 using testing::SizeIs;
 
-/** The framework's own sink, whatever stands in its place in this program. */
+/** The framework's own sink, whatever replaces it in this program. */
 decltype(&logger) default_sink() {
     return reinterpret_cast<decltype(&logger)>(dlsym(RTLD_NEXT, "logger"));
 }

@@ -19,7 +19,7 @@ TEST(RadarServiceFailureTest, HasNotFailedAtFirst) {
     EXPECT_FALSE(radar_service_failure());
 }
 
-TEST(RadarServiceFailureTest, IsOneByteThatIsCopiedAsItIs) {
+TEST(RadarServiceFailureTest, IsOneByteThatIsCopiedBytewise) {
     EXPECT_EQ(sizeof(radar_service_failure), 1U);
     EXPECT_TRUE(std::is_trivially_copyable<radar_service_failure>::value);
 }

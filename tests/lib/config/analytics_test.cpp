@@ -204,9 +204,8 @@ INSTANTIATE_TEST_SUITE_P(Words, SensitivityWordTest,
                          testing::Values(Word{"Low", "low", 0}, Word{"Medium", "medium", 1},
                                          Word{"High", "high", 2}, Word{"HighInCapitals", "HIGH", 1},
                                          Word{"LowInCapitals", "Low", 1},
-                                         Word{"LowWithABlankBehind", "low ", 1},
-                                         Word{"Empty", "", 1}, Word{"Longer", "lower", 1},
-                                         Word{"Number", "0", 1}),
+                                         Word{"LowAndABlank", "low ", 1}, Word{"Empty", "", 1},
+                                         Word{"Longer", "lower", 1}, Word{"Number", "0", 1}),
                          [](auto const& named) { return std::string(named.param.name); });
 
 struct Number {
@@ -252,7 +251,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Number{"NotANumber", "nan", std::nan(""), false},
                     Number{"Infinite", "inf", std::numeric_limits<double>::infinity(), false},
                     Number{"BlankBefore", " 2.75", 2.75, false},
-                    Number{"BlankBehind", "2.75 ", 0.0, true}, Number{"Letters", "abc", 0.0, true},
+                    Number{"BlankAfter", "2.75 ", 0.0, true}, Number{"Letters", "abc", 0.0, true},
                     Number{"WithUnit", "2.75m", 0.0, true}, Number{"Comma", "2,75", 0.0, true}),
     [](auto const& named) { return std::string(named.param.name); });
 

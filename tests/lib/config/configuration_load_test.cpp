@@ -15,7 +15,7 @@ using Radar::Configuration;
 using test_support::read_file;
 using test_support::write_file;
 
-/** Runs what it checks in a process that loads the library anew, with the file in place. */
+/** Runs what it checks in a process that loads the library again, with the file in place. */
 class ConfigurationAtLoadTest : public test_support::PrivatePathsTest {
 protected:
     ConfigurationAtLoadTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }

@@ -91,7 +91,7 @@ TEST_F(ConfigurationWriteTest, AFileThatStartsWithoutAGroupIsReplaced) {
     EXPECT_EQ(captured_log(), Log{});
 }
 
-TEST_F(ConfigurationWriteTest, AFileThatCannotBeLoadedIsLeftAsItIs) {
+TEST_F(ConfigurationWriteTest, AFileThatCannotBeLoadedIsNotChanged) {
     Configuration settings(path);
     settings.conf = {{"k", 5}};
     write_file(path, "[Radar\nk=1\n");

@@ -112,7 +112,7 @@ TEST_F(FailureSignalTest, SetAndUnsetGoThroughAnOverrideOfSettingTheValue) {
     EXPECT_FALSE(signal.state());
 }
 
-TEST_F(FailureSignalTest, OperationsKeepTheirPlacesBehindTheDestructor) {
+TEST_F(FailureSignalTest, OperationsKeepTheirPlacesAfterTheDestructor) {
     using test_support::slot_of;
     EXPECT_EQ(slot_of<bool (FailureSignal::*)()>(&FailureSignal::set), 2);
     EXPECT_EQ(slot_of(&FailureSignal::unset), 3);
@@ -229,7 +229,7 @@ TEST_F(HysteresFailureSignalTest, SettingTheValueBypassesTheHysteresis) {
     EXPECT_TRUE(signal.state());
 }
 
-TEST_F(HysteresFailureSignalTest, SettingTheValueLeavesARunOfSetsAsItIs) {
+TEST_F(HysteresFailureSignalTest, SettingTheValueKeepsARunOfSets) {
     HysteresFailureSignal signal(port, false, 3, 3);
     sets(signal, 2);
     signal.set(true);
@@ -237,7 +237,7 @@ TEST_F(HysteresFailureSignalTest, SettingTheValueLeavesARunOfSetsAsItIs) {
     EXPECT_TRUE(signal.set());
 }
 
-TEST_F(HysteresFailureSignalTest, SettingTheValueLeavesARunOfUnsetsAsItIs) {
+TEST_F(HysteresFailureSignalTest, SettingTheValueKeepsARunOfUnsets) {
     HysteresFailureSignal signal(port, true, 3, 3);
     unsets(signal, 2);
     signal.set(false);

@@ -84,7 +84,7 @@ TEST_F(ScanRecordedFilesTest, FindsWhateverBeginsWithRadar) {
     EXPECT_THAT(scanned(), ElementsAre("radar", "radars"));
 }
 
-TEST_F(ScanRecordedFilesTest, LeavesOutWhatIsNoRegularFile) {
+TEST_F(ScanRecordedFilesTest, SkipsWhatIsNoRegularFile) {
     fs::create_directory(directory + "/radar_directory");
     fs::create_symlink("/dev/null", directory + "/radar_link");
     ASSERT_EQ(mkfifo((directory + "/radar_fifo").c_str(), 0600), 0);
@@ -92,7 +92,7 @@ TEST_F(ScanRecordedFilesTest, LeavesOutWhatIsNoRegularFile) {
     EXPECT_EQ(captured_log(), Log{});
 }
 
-TEST_F(ScanRecordedFilesTest, LeavesOutFilesOfATypeThatTheFileSystemDoesNotTell) {
+TEST_F(ScanRecordedFilesTest, SkipsFilesOfATypeThatTheFileSystemDoesNotReport) {
     make_file("radar_1", 1);
     make_file("radar_2", 2);
     system_calls.readdir = [](DIR* opened) {
@@ -123,7 +123,7 @@ TEST_F(ScanRecordedFilesTest, ADirectoryThatCannotBeOpenedIsLogged) {
     EXPECT_EQ(captured_log(), (Log{failed_call(2, "Failed to open " + directory, EMFILE)}));
 }
 
-TEST_F(ScanRecordedFilesTest, AFileThatVanishesMeanwhileIsLoggedAndLeftOut) {
+TEST_F(ScanRecordedFilesTest, AFileThatVanishesMeanwhileIsLoggedAndSkipped) {
     make_file("radar_1", 1);
     make_file("radar_2", 2);
     system_calls.stat = [](char const* path, struct stat* status) {

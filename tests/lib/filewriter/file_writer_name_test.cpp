@@ -38,7 +38,7 @@ TEST_F(FileWriterNameTest, ANameBeginsWithDirectoryAndPrefix) {
     EXPECT_THAT(list_directory("/tmp/a"), ElementsAre("other prefix_150525_093007_042"));
 }
 
-TEST_F(FileWriterNameTest, ANameTellsLocalTime) {
+TEST_F(FileWriterNameTest, ANameHasLocalTime) {
     setenv("TZ", "AAA-5:30", 1);
     writer.open();
     EXPECT_THAT(list_directory("/tmp/a"), ElementsAre("radar_150525_150007_042"));
@@ -91,7 +91,7 @@ TEST_F(FileWriterNameTest, TheNameIsNotRewoundWhenThereIsNoFileToComplete) {
     EXPECT_EQ(writer.file_name.tellp(), 30);
 }
 
-TEST_F(FileWriterNameTest, TheNameIsRewoundWhenAVanishedFileIsNoticed) {
+TEST_F(FileWriterNameTest, TheNameIsRewoundWhenAVanishedFileIsDetected) {
     writer.open();
     std::filesystem::remove("/tmp/a/radar_150525_093007_042");
     EXPECT_FALSE(writer.is_open());

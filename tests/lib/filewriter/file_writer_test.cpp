@@ -105,7 +105,7 @@ TEST_F(FileWriterTest, WithoutSettingsTheHeaderHoldsTheirDefaults) {
     EXPECT_EQ(recording.sensitivity, 1);
 }
 
-TEST_F(FileWriterTest, TheHeaderTellsDaylightSavingTime) {
+TEST_F(FileWriterTest, TheHeaderHasDaylightSavingTime) {
     setenv("TZ", "UTC0SUM0,M3.5.0,M10.5.0", 1);
     writer.open();
     EXPECT_EQ(completed().daylight, 1);
@@ -188,7 +188,7 @@ TEST_F(FileWriterTest, ANewFileStartsItsCountsAnew) {
     EXPECT_EQ(second.body, "other");
 }
 
-TEST_F(FileWriterTest, TheBytesOfACompletedFileAreTold) {
+TEST_F(FileWriterTest, TheBytesOfACompletedFileAreReported) {
     writer.write(std::string("frame"));
     writer.close();
     EXPECT_EQ(writer.get_bytes_written(), 45U);

@@ -143,7 +143,7 @@ TEST_F(ObjectFileWriterTest, AFrameWithoutAnyByteIsARecord) {
     EXPECT_EQ(hex(parse_recording(read_file(first_name)).body), "07 00 ED FE 00 00 00 00");
 }
 
-TEST_F(ObjectFileWriterTest, RecordingLeavesTheFrameAsItIs) {
+TEST_F(ObjectFileWriterTest, RecordingDoesNotChangeTheFrame) {
     ObjectFileWriter writer(7, "/tmp", 60, true, 0);
     const std::string before = frame.data();
     writer.write(frame);

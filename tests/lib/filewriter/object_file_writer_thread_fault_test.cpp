@@ -21,7 +21,7 @@ protected:
 
     ~ObjectFileWriterThreadFaultTest() override { writer.reset(); }
 
-    /** Hands one frame to the recorder and waits until the thread has dealt with it. */
+    /** Writes one frame and waits until the thread has stored or dropped it. */
     void store(unsigned timestamp) {
         write_frames(timestamp, timestamp);
         sleep.wait_for_a_round();

@@ -119,7 +119,7 @@ TEST_F(ObjectFileWriterThreadQueueTest, SwitchingOffWithoutAThreadCompletesTheFi
     EXPECT_EQ(sleep.threads(), 0);
 }
 
-TEST_F(ObjectFileWriterThreadQueueTest, TheWriterStoresOneRecordAndTellsHowManyAreLeft) {
+TEST_F(ObjectFileWriterThreadQueueTest, TheWriterStoresOneRecordAndReturnsHowManyAreLeft) {
     writer->setEnabled(true);
     write_frames(1, 2);
     EXPECT_EQ(writer->writer(), 1U);

@@ -44,7 +44,7 @@ TEST_F(IlogTest, TheTextIsTheArgumentOfPercentS) {
     EXPECT_THAT(captured_formats(), ElementsAre("%s", "%s"));
 }
 
-TEST_F(IlogTest, PercentSignsOfAMessageStayAsTheyAre) {
+TEST_F(IlogTest, PercentSignsOfAMessageAreKept) {
     ilog(1) << "100 %s of %d %% %n" << std::endl;
     EXPECT_THAT(captured_log(), ElementsAre(LogLine{1, "100 %s of %d %% %n\n"}));
 }

@@ -9,7 +9,7 @@
 
 namespace test_support {
 
-/** A chip of registers in memory, whose bus counts its traffic and fails when it is told to. */
+/** A chip of registers in memory, whose bus counts its traffic and fails on request. */
 class FakeBus : public Radar::RadarInterface {
 public:
     explicit FakeBus(int command = 0, int size = 1) : RadarInterface(command, size) {}

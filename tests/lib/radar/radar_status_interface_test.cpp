@@ -140,7 +140,7 @@ TEST_F(RadarStatusInterfaceTest, ACopyOfTheCallbackIsCalled) {
     set("stateful", [calls = 0]() mutable { return std::to_string(++calls); });
     registry.get_radar_status();
     EXPECT_THAT(registry.get_radar_status(), Contains(Pair("stateful", "1")))
-        << "what a call leaves behind goes with the copy";
+        << "the state of a call goes with the copy";
 }
 
 TEST_F(RadarStatusInterfaceTest, TheCopyIsDestroyedWithinTheRequest) {
@@ -175,7 +175,7 @@ TEST_F(RadarStatusInterfaceTest, AnEmptyCallbackIsStoredAndFailsTheRequest) {
     EXPECT_THROW(registry.get_radar_status(), std::bad_function_call);
 }
 
-TEST_F(RadarStatusInterfaceTest, CallbacksBehindOneThatThrowsAreNotCalled) {
+TEST_F(RadarStatusInterfaceTest, CallbacksAfterOneThatThrowsAreNotCalled) {
     int calls = 0;
     const auto throw_at_once = [&calls]() -> std::string {
         ++calls;

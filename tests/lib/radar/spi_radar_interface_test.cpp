@@ -63,7 +63,7 @@ protected:
     OpenedInterface radar{0, 0x20};
 };
 
-TEST_F(SPIRadarInterfaceTest, AddsOneVirtualOperationBehindTheInheritedOnes) {
+TEST_F(SPIRadarInterfaceTest, AddsOneVirtualOperationAfterTheInheritedOnes) {
     EXPECT_EQ(slot_of(&SPIRadarInterface::write_register), 2);
     EXPECT_EQ(slot_of(&SPIRadarInterface::read_register), 3);
     EXPECT_EQ(slot_of(&SPIRadarInterface::read_field), 4);

@@ -32,7 +32,7 @@ bool parses(std::string const& pairs) {
     return RO::RadarObjects().ParseFromArray(content.data(), static_cast<int>(content.size()));
 }
 
-/** The schema as it stands in the generated code. */
+/** The schema in the generated code. */
 google::protobuf::FileDescriptorProto schema() {
     google::protobuf::FileDescriptorProto file;
     RO::RadarObjects::descriptor()->file()->CopyTo(&file);
@@ -195,7 +195,7 @@ TEST(RadarObjectsEncodingTest, NotANumberIsWritten) {
     EXPECT_EQ(encoding(frame), "1A 05 15 00 00 C0 7F");
 }
 
-TEST(RadarObjectsEncodingTest, PositiveZeroIsLeftOut) {
+TEST(RadarObjectsEncodingTest, PositiveZeroIsOmitted) {
     RO::RadarObjects frame;
     frame.add_targets()->set_r(0.0F);
     EXPECT_EQ(encoding(frame), "1A 00");

@@ -12,7 +12,7 @@ namespace test_support {
 
 /**
  * Descriptors that lead nowhere: every write, wait and close of a descriptor from kFirst on is
- * recorded, and answered as the test says. Calls for other descriptors go to the system.
+ * recorded, and answered as the test chooses. Calls for other descriptors go to the system.
  */
 class FakeDescriptors {
 public:

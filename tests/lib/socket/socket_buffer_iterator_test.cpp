@@ -107,7 +107,7 @@ TEST_F(SocketBufferIteratorTest, OwnsNothingButItsPosition) {
     EXPECT_LE(sizeof(SocketBuffer::iterator), 2 * sizeof(void*));
 }
 
-/** An index outside the targets of a buffer, and what the check says about it. */
+/** An index outside the targets of a buffer, and what the check reports. */
 struct BadIndex {
     int index;
     char const* message;

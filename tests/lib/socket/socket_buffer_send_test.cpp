@@ -39,7 +39,7 @@ TEST_F(SocketBufferSendTest, AnEmptyFrameIsMagicLengthAndTheMagicAgain) {
     EXPECT_EQ(hex(fake.received[1001]), "02 71 BB 01 05 00 00 00 08 82 E2 ED 0D");
 }
 
-TEST_F(SocketBufferSendTest, AFrameIsItsEncodingBehindMagicAndLength) {
+TEST_F(SocketBufferSendTest, AFrameIsItsEncodingAfterMagicAndLength) {
     buffer.set_timestamp(1);
     buffer.add_targets()->set_options(2);
     const std::string encoding = buffer.data();
@@ -97,7 +97,7 @@ TEST_F(SocketBufferSendTest, AFrameReadBackWithoutMagicIsSentWithMagicZero) {
     EXPECT_EQ(fake.calls.size(), 6U) << "nothing is written for an encoding of no bytes";
 }
 
-TEST_F(SocketBufferSendTest, ANegativeZeroIsLeftOutOfTheFrameAndItsLength) {
+TEST_F(SocketBufferSendTest, ANegativeZeroIsOmittedFromTheFrameAndItsLength) {
     buffer.add_targets()->set_r(-0.0F);
     buffer.send();
     EXPECT_EQ(hex(fake.received[1001]), "02 71 BB 01 07 00 00 00 08 82 E2 ED 0D 1A 00");
@@ -122,7 +122,7 @@ TEST_F(SocketBufferSendTest, WithoutConsumersNoEncodingIsMade) {
     EXPECT_EQ(allocations.count, 0);
 }
 
-TEST_F(SocketBufferSendTest, SendBufferWritesTheBytesAsTheyAre) {
+TEST_F(SocketBufferSendTest, SendBufferWritesTheBytesUnchanged) {
     buffer.send_buffer("abc", 3);
     EXPECT_EQ(fake.received[1001], "abc");
     EXPECT_EQ(fake.received[1003], "abc");

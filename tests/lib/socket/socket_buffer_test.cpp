@@ -155,7 +155,7 @@ TEST(SocketBufferTest, ClearedTargetsAreReusedAndEmpty) {
     EXPECT_EQ(&buffer[1], second);
 }
 
-TEST(SocketBufferTest, DataLeavesTheFrameAsItIs) {
+TEST(SocketBufferTest, DataDoesNotChangeTheFrame) {
     SocketBuffer buffer(1);
     buffer.push_back(target_with_options(3));
     const std::string first = buffer.data();
@@ -235,7 +235,7 @@ INSTANTIATE_TEST_SUITE_P(Fields, SocketBufferNegativeZeroTest,
                                          FloatField{"theta", &RO::TargetData::set_theta},
                                          FloatField{"snr", &RO::TargetData::set_snr}));
 
-TEST_P(SocketBufferNegativeZeroTest, IsLeftOutOfTheEncoding) {
+TEST_P(SocketBufferNegativeZeroTest, IsOmittedFromTheEncoding) {
     SocketBuffer buffer(3);
     buffer.push_back(target_with_options(1));
     (buffer.add_targets()->*GetParam().set)(-0.0F);
