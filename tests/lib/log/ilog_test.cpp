@@ -168,6 +168,7 @@ TEST_F(IlogTest, MessagesMadeInsideAMessageAreLinesOfTheirOwn) {
 
 TEST_F(IlogTest, MessagesOfSeveralThreadsAreEachWhole) {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {
             for (int i = 0; i < 50; ++i)
