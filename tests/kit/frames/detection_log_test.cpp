@@ -2,6 +2,7 @@
 
 #include <sys/resource.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -126,54 +127,97 @@ TEST_F(DetectionLogTest, TheMessageOfThePageIsTheOneForItsPlace) {
     EXPECT_EQ(problem(log) + "\n", "/tmp/" + test_support::code_block("detection-log.md", "text"));
 }
 
-/** The logs of real radars that lie beside the project on machines that have them. */
-class RealDetectionLogTest : public DetectionLogTest {
+/** How many frames and targets a log has. */
+std::pair<size_t, int> count(std::string const& path) {
+    Kit::DetectionLog log(path);
+    size_t frame_count = 0;
+    int target_count = 0;
+    RO::RadarObjects frame;
+    while (log.next(frame)) {
+        ++frame_count;
+        target_count += frame.targets_size();
+    }
+    return {frame_count, target_count};
+}
+
+std::string sample(std::string const& name) {
+    return std::string(PETRELRADAR_SOURCE_DIR) + "/samples/" + name;
+}
+
+TEST(DetectionLogSampleTest, EveryFrameAndTargetOfAWalkIsRead) {
+    EXPECT_EQ(count(sample("walk.csv")), (std::pair<size_t, int>(201, 4501)));
+}
+
+TEST(DetectionLogSampleTest, EveryFrameAndTargetOfARoadIsRead) {
+    EXPECT_EQ(count(sample("road.csv")), (std::pair<size_t, int>(201, 1935)));
+}
+
+TEST(DetectionLogSampleTest, TheFirstTargetHasTheValuesOfTheFirstLine) {
+    Kit::DetectionLog log(sample("walk.csv"));
+    RO::RadarObjects frame;
+    ASSERT_TRUE(log.next(frame));
+    EXPECT_EQ(frame.timestamp(), 1561682039364366u);
+    EXPECT_EQ(frame.targets(0).rcs(), -56.4f);
+    EXPECT_EQ(frame.targets(0).r(), 0.044f);
+    EXPECT_EQ(frame.targets(0).theta(), -1.279f);
+    EXPECT_EQ(frame.targets(0).snr(), 30.7f);
+}
+
+/** The whole logs that the samples are from; scripts/run-tests excludes these tests without them.
+ */
+class LargeDetectionLogTest : public testing::Test {
 protected:
     static std::string path(std::string const& name) {
-        return std::string(PETRELRADAR_SOURCE_DIR) + "/../shared/data/" + name;
-    }
-
-    static std::pair<size_t, int> count(std::string const& name) {
-        Kit::DetectionLog log(path(name));
-        size_t frame_count = 0;
-        int target_count = 0;
-        RO::RadarObjects frame;
-        while (log.next(frame)) {
-            ++frame_count;
-            target_count += frame.targets_size();
-        }
-        return {frame_count, target_count};
+        return std::string(std::getenv("PETRELRADAR_DETECTION_LOGS")) + "/" + name;
     }
 
     void SetUp() override {
-        DetectionLogTest::SetUp();
-        if (!std::filesystem::exists(path("README.md"))) {
-            GTEST_SKIP() << "no detection logs beside the project";
+        if (std::getenv("PETRELRADAR_DETECTION_LOGS") == nullptr) {
+            GTEST_SKIP() << "PETRELRADAR_DETECTION_LOGS names no folder of detection logs";
+        }
+    }
+
+    /** Expects of a sample that it is one in `step` frames of a log, with rounded values. */
+    static void expect_rounded(std::string const& name, std::string const& log_name, int step,
+                               double range_error, double angle_error) {
+        Kit::DetectionLog log(path(log_name));
+        Kit::DetectionLog rounded(sample(name));
+        RO::RadarObjects whole;
+        RO::RadarObjects frame;
+        while (rounded.next(frame)) {
+            ASSERT_TRUE(log.next(whole));
+            ASSERT_EQ(frame.timestamp(), whole.timestamp());
+            ASSERT_EQ(frame.targets_size(), whole.targets_size());
+            for (int i = 0; i < frame.targets_size(); ++i) {
+                EXPECT_NEAR(frame.targets(i).r(), whole.targets(i).r(), range_error);
+                EXPECT_NEAR(frame.targets(i).theta(), whole.targets(i).theta(), angle_error);
+                EXPECT_NEAR(frame.targets(i).rdot(), whole.targets(i).rdot(), 0.00501);
+                EXPECT_NEAR(frame.targets(i).rcs(), whole.targets(i).rcs(), 0.0501);
+                EXPECT_NEAR(frame.targets(i).snr(), whole.targets(i).snr(), 0.0501);
+            }
+            for (int i = 1; i < step; ++i) log.next(whole);
         }
     }
 };
 
-TEST_F(RealDetectionLogTest, EveryFrameAndTargetOfAWalkIsRead) {
-    EXPECT_EQ(count("radhar_walk_small.csv"), (std::pair<size_t, int>(601, 13411)));
+TEST_F(LargeDetectionLogTest, EveryFrameAndTargetOfAWalkIsRead) {
+    EXPECT_EQ(count(path("radhar_walk_small.csv")), (std::pair<size_t, int>(601, 13411)));
 }
 
-TEST_F(RealDetectionLogTest, EveryFrameAndTargetOfTenRecordingsIsRead) {
-    EXPECT_EQ(count("radhar_targets.csv"), (std::pair<size_t, int>(6015, 132551)));
+TEST_F(LargeDetectionLogTest, EveryFrameAndTargetOfTenRecordingsIsRead) {
+    EXPECT_EQ(count(path("radhar_targets.csv")), (std::pair<size_t, int>(6015, 132551)));
 }
 
-TEST_F(RealDetectionLogTest, EveryFrameAndTargetOfARoadIsRead) {
-    EXPECT_EQ(count("comma2k19_road.csv"), (std::pair<size_t, int>(1200, 10100)));
+TEST_F(LargeDetectionLogTest, EveryFrameAndTargetOfARoadIsRead) {
+    EXPECT_EQ(count(path("comma2k19_road.csv")), (std::pair<size_t, int>(1200, 10100)));
 }
 
-TEST_F(RealDetectionLogTest, TheFirstTargetHasTheValuesOfTheFirstLine) {
-    Kit::DetectionLog log(path("radhar_walk_small.csv"));
-    RO::RadarObjects frame;
-    ASSERT_TRUE(log.next(frame));
-    EXPECT_EQ(frame.timestamp(), 1561682039364366u);
-    EXPECT_EQ(frame.targets(0).rcs(), -56.3998f);
-    EXPECT_EQ(frame.targets(0).r(), 0.043577f);
-    EXPECT_EQ(frame.targets(0).theta(), -1.279340f);
-    EXPECT_EQ(frame.targets(0).snr(), 30.7372f);
+TEST_F(LargeDetectionLogTest, TheSampleOfAWalkIsOneInThreeOfItsFrames) {
+    expect_rounded("walk.csv", "radhar_walk_small.csv", 3, 0.000501, 0.000501);
+}
+
+TEST_F(LargeDetectionLogTest, TheSampleOfARoadIsOneInTwoOfItsFrames) {
+    expect_rounded("road.csv", "comma2k19_road.csv", 2, 0.00501, 0.0000501);
 }
 
 }  // namespace
