@@ -3,10 +3,14 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <thread>
 
+#include "tests/scripts/script_fixture.h"
 #include "tests/support/chip_process.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/recordings.h"
@@ -14,29 +18,28 @@
 namespace {
 
 using chip_test::Process;
+using testing::AnyOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::StartsWith;
 
 constexpr char kLog[] = "/tmp/walk.csv";
 
-class RunTest : public test_support::PrivatePathsTest {
+class RunTest : public scripts_test::ScriptTest {
 protected:
     void SetUp() override {
-        PrivatePathsTest::SetUp();
+        ScriptTest::SetUp();
         if (IsSkipped()) return;
-        setenv("XDG_STATE_HOME", "/tmp/state", 1);
-        setenv("TERM", "xterm", 1);
         // Where the project itself lies in /tmp, nothing of it is to be seen.
         if (access(PETRELRADAR_SOURCE_DIR "/run", X_OK) != 0) GTEST_SKIP() << "no script";
     }
 
-    Process& start(std::vector<std::string> const& arguments, bool terminal = false) {
+    Process& start(std::vector<std::string> const& arguments,
+                   chip_test::Surroundings const& surroundings = {}) {
         std::vector<std::string> all = {PETRELRADAR_SOURCE_DIR "/run", "--build",
                                         PETRELRADAR_BINARY_DIR};
         all.insert(all.end(), arguments.begin(), arguments.end());
-        chip_test::Surroundings surroundings;
-        surroundings.terminal = terminal;
         process_ = std::make_unique<Process>(all, surroundings);
         return *process_;
     }
@@ -52,13 +55,20 @@ protected:
             kLog, service_test::log_of(service_test::frames_of(frames, 20000)) + more);
     }
 
-    /** What there is in /tmp that begins so. */
-    static std::vector<std::string> left(std::string const& beginning) {
-        std::vector<std::string> names;
-        for (std::string const& name : test_support::list_directory("/tmp")) {
-            if (name.rfind(beginning, 0) == 0) names.push_back(name);
-        }
-        return names;
+    static void expect_nothing_left() {
+        EXPECT_FALSE(any_process_is_left());
+        EXPECT_THAT(left("petrelradar-run-"), IsEmpty());
+    }
+
+    /** Sends a signal to the script alone, after it has shown frames. */
+    void expect_end_by(int signal) {
+        start({});
+        ASSERT_TRUE(process_->await_output("frame 5 "));
+        process_->signal(signal);
+        EXPECT_EQ(process_->wait(), 0);
+        EXPECT_THAT(process_->output(), HasSubstr("Recorded:\n  /tmp/radar_"));
+        EXPECT_EQ(process_->errors(), "");
+        expect_nothing_left();
     }
 
     std::unique_ptr<Process> process_;
@@ -86,35 +96,138 @@ TEST_F(RunTest, ALogThatIsNotThereIsNamed) {
 
 TEST_F(RunTest, AnUnknownOptionIsAnsweredWithTheUsage) {
     EXPECT_EQ(run({"--bogus"}), 2);
-    EXPECT_THAT(process_->errors(), StartsWith("  ./run "));
+    EXPECT_THAT(process_->errors(), StartsWith("run: unknown option '--bogus'\n  ./run "));
+}
+
+TEST_F(RunTest, NoTimeAtAllIsRefused) {
+    EXPECT_EQ(run({"--seconds", "0"}), 2);
+    EXPECT_THAT(process_->errors(),
+                StartsWith("run: --seconds: '0' is not a whole number from 1 to 9999999\n"));
+}
+
+TEST_F(RunTest, TheSampleOfAWalkIsShown) {
+    EXPECT_EQ(run({PETRELRADAR_SOURCE_DIR "/samples/walk.csv", "--seconds", "1"}), 0);
+    EXPECT_THAT(process_->output(),
+                ContainsRegex("frame 0  timestamp 15616820[0-9]+  2[0-9] targets  nearest 0.04 m"));
+    EXPECT_EQ(process_->errors(), "");
 }
 
 TEST_F(RunTest, AfterItsSecondsItEndsAndLeavesNothingButTheRecording) {
     EXPECT_EQ(run({"--seconds", "1"}), 0);
     EXPECT_THAT(process_->output(), HasSubstr("Recorded:\n"));
-    EXPECT_EQ(left("petrelradar-run-").size(), 0U);
+    EXPECT_EQ(left("radar_").size(), 1U);
+    expect_nothing_left();
 }
 
-TEST_F(RunTest, WhereNobodyReadsItsOutputItEndsAndLeavesNothing) {
-    const std::string command = PETRELRADAR_SOURCE_DIR "/run --build " PETRELRADAR_BINARY_DIR
-                                                       " 2>/tmp/errors | head -n 1 >/dev/null";
+TEST_F(RunTest, WhereNobodyReadsItsOutputItEndsQuietlyAndLeavesNothing) {
+    const std::string command = "'" PETRELRADAR_SOURCE_DIR "/run' --build '" PETRELRADAR_BINARY_DIR
+                                "' 2>/tmp/errors | head -n 1 >/dev/null";
     EXPECT_EQ(std::system(command.c_str()), 0);
-    EXPECT_EQ(left("petrelradar-run-").size(), 0U);
+    EXPECT_EQ(test_support::read_file("/tmp/errors"), "");
     EXPECT_EQ(left("radar_").size(), 1U);
+    expect_nothing_left();
+}
+
+TEST_F(RunTest, SigtermToTheScriptAloneEndsIt) {
+    expect_end_by(SIGTERM);
+}
+
+TEST_F(RunTest, SigintToTheScriptAloneEndsIt) {
+    expect_end_by(SIGINT);
+}
+
+TEST_F(RunTest, WheneverASignalComesNothingIsLeft) {
+    constexpr std::chrono::milliseconds kStep(15);
+    for (int steps = 0; steps < 16; ++steps) {
+        start({});
+        for (int i = 0; i < steps; ++i) std::this_thread::sleep_for(kStep);
+        process_->signal(SIGTERM);
+        // At the very beginning there is nothing yet that would have to end in another way.
+        EXPECT_THAT(process_->wait(), AnyOf(0, 128 + SIGTERM)) << process_->errors();
+        expect_nothing_left();
+    }
+}
+
+TEST_F(RunTest, WhereItIsKilledTheServiceEndsToo) {
+    start({});
+    ASSERT_TRUE(process_->await_output("frame 5 "));
+    process_->signal(SIGKILL);
+    constexpr std::chrono::milliseconds kPause(20);
+    for (int tries = 0; tries < 500 && any_process_is_left(); ++tries) {
+        std::this_thread::sleep_for(kPause);
+    }
+    EXPECT_FALSE(any_process_is_left());
+}
+
+TEST_F(RunTest, WithoutAHomeItsSettingsAreThoseOfOneRun) {
+    unsetenv("HOME");
+    unsetenv("XDG_STATE_HOME");
+    EXPECT_EQ(run({"--seconds", "1"}), 0);
+    EXPECT_THAT(process_->output(),
+                ContainsRegex("Settings: /tmp/petrelradar-run-[A-Za-z0-9]+/radar.conf \\(of this"));
+    EXPECT_EQ(process_->errors(), "");
+}
+
+TEST_F(RunTest, SettingsAreKeptAndSayWhereItRecords) {
+    std::filesystem::create_directories("/tmp/state/petrelradar");
+    test_support::write_file("/tmp/state/petrelradar/radar.conf",
+                             "[Radar]\nFileWriterLocation=1\nDiagnosticFileWriterEnabled=0\n");
+    EXPECT_EQ(run({"--seconds", "1"}), 0);
+    EXPECT_THAT(process_->output(),
+                StartsWith("Recording objects to /var/spool/storage/SD_DISK\n"));
+    EXPECT_THAT(process_->output(),
+                ContainsRegex("Recorded:\n  /var/spool/storage/SD_DISK/radar_[0-9_]+\\.data  "));
+}
+
+TEST_F(RunTest, ItRunsBesideAServiceAndReportsItsOwnFilesOnly) {
+    Process service({PETRELRADARD_PROGRAM, "--input", "scene", "--socket", "/tmp/other.sock",
+                     "--status-socket", "/tmp/other-status.sock"});
+    const std::vector<std::string> frames = {PETRELRADAR_PROGRAM, "listen", "--frames", "1",
+                                             "unix:/tmp/other.sock"};
+    while (chip_test::run(frames).status != 0) std::this_thread::yield();
+    EXPECT_EQ(run({"--seconds", "1"}), 0);
+    EXPECT_EQ(chip_test::run(frames).status, 0);
+    service.signal(SIGTERM);
+    EXPECT_EQ(service.wait(), 0);
+    EXPECT_EQ(left("radar_").size(), 2U);
+    EXPECT_THAT(process_->output(), ContainsRegex("Recorded:\n  /tmp/radar_[^\n]*\n"
+                                                  "  /tmp/radar-diagnostics/radar_[^\n]*\nThe"));
+}
+
+TEST_F(RunTest, AnOrdinaryUserRunsItBesideRoot) {
+    if (!can_become_another_user()) GTEST_SKIP() << "only root can become another user";
+    chip_test::Surroundings ordinary;
+    ordinary.user = scripts_test::kOrdinaryUser;
+    if (chip_test::run({PETRELRADAR_PROGRAM, "--version"}, ordinary).status != 0) {
+        GTEST_SKIP() << "the build folder is not open to other users";
+    }
+    Process root({PETRELRADAR_SOURCE_DIR "/run", "--build", PETRELRADAR_BINARY_DIR});
+    ASSERT_TRUE(root.await_output("frame 5 "));
+    setenv("XDG_STATE_HOME", "/root/nowhere", 1);
+    start({"--seconds", "1"}, ordinary);
+    EXPECT_EQ(process_->wait(), 0);
+    EXPECT_THAT(process_->errors(), HasSubstr("run: /tmp/radar-diagnostics: not a folder of "));
+    EXPECT_THAT(process_->output(), StartsWith("Recording objects to /tmp\n"));
+    EXPECT_THAT(process_->output(), HasSubstr("Recorded:\n  /tmp/radar_"));
+    root.signal(SIGTERM);
+    EXPECT_EQ(root.wait(), 0) << root.output() << root.errors();
+    expect_nothing_left();
 }
 
 TEST_F(RunTest, WithoutAPlaceForAChipItSaysSoAndPlaysTheInput) {
     write_log(30);
     std::filesystem::remove("/dev/fuse");
     EXPECT_EQ(run({kLog}), 0);
-    EXPECT_EQ(process_->errors().substr(0, process_->errors().find('\n')),
-              "run: petrelradar-chip: cannot open /dev/fuse: No such file or directory; the "
-              "service reads the input itself");
+    EXPECT_THAT(process_->errors(),
+                StartsWith("run: petrelradar-chip: cannot open /dev/fuse: No such file or "
+                           "directory; the service reads the input itself\n"));
     EXPECT_THAT(process_->output(), HasSubstr("Stopped after 30 frames with 60 targets"));
 }
 
 TEST_F(RunTest, CtrlCOnATerminalEndsItAndSaysWhatWasRecorded) {
-    start({}, true);
+    chip_test::Surroundings terminal;
+    terminal.terminal = true;
+    start({}, terminal);
     ASSERT_TRUE(process_->await_output("motion"));
     process_->type("\x03");
     process_->await_silence();
