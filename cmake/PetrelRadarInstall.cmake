@@ -12,6 +12,12 @@ endif()
 install(TARGETS ${installed_targets} EXPORT petrelradar-targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
+# All that is installed, without the tests: cmake --build build --target petrelradar-product.
+add_custom_target(petrelradar-product DEPENDS ${installed_targets})
+if(PETRELRADAR_BUILD_PROGRAMS)
+    add_dependencies(petrelradar-product petrelradard petrelradar-chip petrelradar)
+endif()
+
 # The public headers of each folder; what only the library's own sources include stays behind.
 set(public_headers
     petrelradar_export.h

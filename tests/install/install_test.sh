@@ -34,6 +34,31 @@ run_examples() {
     grep -q "No such file or directory" "$work/error" || fail "receive_frames did not say why"
 }
 
+# What is installed and made by the build is made by the target that CMake users are told of, of which
+# no test is a part.
+InstallingNeedsNoTests() {
+    [ -e "$build/build.ninja" ] || { printf 'Skipped\nonly Ninja tells what a target needs\n'; exit 77; }
+    local file made=0
+    ninja -C "$build" -t targets all | sed -n 's/: [^:]*$//p' | sort >"$work/outputs"
+    ninja -C "$build" -t graph petrelradar-product | sed -n 's/^.*\[label="\(.*\)"\]$/\1/p' |
+        sort -u >"$work/product"
+    if grep -E '^(tests/|.*/tests/)' "$work/product"; then fail "tests are built for the product"; fi
+    find "$build" -name cmake_install.cmake -exec grep -hoE '"[^"]+"' {} + | tr -d '"' |
+        awk -v folder="$build/" 'index($0, folder) == 1 {
+            file = substr($0, length(folder) + 1); sub(/\/$/, "", file); print file
+        }' | sort -u >"$work/sources"
+    while IFS= read -r file; do
+        # A folder stands for what the build puts into it; what CMake itself has made is there already.
+        while IFS= read -r output; do
+            # A library's links are made with it.
+            [ ! -L "$build/$output" ] || continue
+            made=$((made + 1))
+            grep -qxF "$output" "$work/product" || fail "$output is installed, and not built"
+        done < <(awk -v file="$file" '$0 == file || index($0, file "/") == 1' "$work/outputs")
+    done < <(grep -v 'cmake_install.cmake$' "$work/sources")
+    [ "$made" -ge 3 ] || fail "only $made of the installed files are known to the build"
+}
+
 InstalledTreeHoldsEveryPublicHeader() {
     local header
     for header in socket/socket_buffer socket/radar_socket radar/radar_interface \
