@@ -42,7 +42,7 @@ InstallingNeedsNoTests() {
     ninja -C "$build" -t targets all | sed -n 's/: [^:]*$//p' | sort >"$work/outputs"
     ninja -C "$build" -t graph petrelradar-product | sed -n 's/^.*\[label="\(.*\)"\]$/\1/p' |
         sort -u >"$work/product"
-    if grep -E '^(tests/|.*/tests/)' "$work/product"; then fail "tests are built for the product"; fi
+    if grep '^tests/' "$work/product"; then fail "tests are built for the product"; fi
     find "$build" -name cmake_install.cmake -exec grep -hoE '"[^"]+"' {} + | tr -d '"' |
         awk -v folder="$build/" 'index($0, folder) == 1 {
             file = substr($0, length(folder) + 1); sub(/\/$/, "", file); print file
