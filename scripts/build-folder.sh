@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# For ./run and ./test, which source it: long steps that end with their script, and the folder build/,
-# which both leave as they find it or better, whoever was there before and however that ended.
+# For ./run and ./test, which source it: long steps that end with their script, and the folder
+# build/, which both can use whoever was there before and however that ended.
 
 fail() {
     echo "${0##*/}: $*" >&2
@@ -11,9 +11,9 @@ user_name() {
     id -un 2>/dev/null || true  # a number where the user has no name
 }
 
-# start COMMAND...: begins a command in a process group of its own, whose number is then in $!. A
-# terminal's Ctrl-C does not reach it; whoever ends the script ends it with end_started. What runs in
-# the background would ignore SIGINT otherwise, and with it all that it starts.
+# start COMMAND...: begins a command in a process group of its own, whose number is then in $!. The
+# terminal's Ctrl-C does not reach it; the script ends it with end_started. What a shell runs in the
+# background ignores SIGINT, and so would all that the command starts.
 start() {
     setsid env --default-signal=INT --default-signal=QUIT "$@" </dev/null &
 }
@@ -32,7 +32,7 @@ signal_all() {
     done
 }
 
-# end_started: ends what was started and still runs, for good after ten seconds or at the next signal.
+# end_started: ends what was started and still runs, by force after ten seconds or at the next signal.
 end_started() {
     local pids tries
     pids=$(jobs -p)
@@ -45,7 +45,7 @@ end_started() {
     signal_all KILL "$pids"
 } 2>/dev/null  # the shell itself tells of jobs that a signal has ended
 
-# Whether a process of these groups runs. One that has ended may have to wait for its parent to notice.
+# Whether a process of these groups runs. One that has ended may wait for its parent to notice.
 any_lives() {
     local file stat state group
     for file in /proc/[0-9]*/stat; do
@@ -72,8 +72,8 @@ check_build_folder() {
             "(remove the folder with 'sudo rm -r $(printf %q "$PWD/build")'$1)"
 }
 
-# configure OPTION...: makes build/ ready for a build with these options. What cannot be taken up again
-# goes first: a configuration that never came to its end, that of another place, or for another tool.
+# configure OPTION...: makes build/ ready for a build with these options. What cannot be resumed is
+# removed first: a configuration that was never finished, or of another place, tool or compiler.
 configure() {
     local why='' compiler
     compiler=$(cached CMAKE_CXX_COMPILER)

@@ -34,10 +34,13 @@ run_examples() {
     grep -q "No such file or directory" "$work/error" || fail "receive_frames did not say why"
 }
 
-# What is installed and made by the build is made by the target that CMake users are told of, of which
-# no test is a part.
+# What is installed and made by the build is made by the target that the README names, of which no
+# test is a part.
 InstallingNeedsNoTests() {
-    [ -e "$build/build.ninja" ] || { printf 'Skipped\nonly Ninja tells what a target needs\n'; exit 77; }
+    if [ ! -e "$build/build.ninja" ]; then
+        printf 'Skipped\nonly Ninja tells what a target needs\n'
+        exit 77
+    fi
     local file made=0
     ninja -C "$build" -t targets all | sed -n 's/: [^:]*$//p' | sort >"$work/outputs"
     ninja -C "$build" -t graph petrelradar-product | sed -n 's/^.*\[label="\(.*\)"\]$/\1/p' |
@@ -48,7 +51,7 @@ InstallingNeedsNoTests() {
             file = substr($0, length(folder) + 1); sub(/\/$/, "", file); print file
         }' | sort -u >"$work/sources"
     while IFS= read -r file; do
-        # A folder stands for what the build puts into it; what CMake itself has made is there already.
+        # A folder stands for what the build puts into it; what CMake itself has made exists already.
         while IFS= read -r output; do
             # A library's links are made with it.
             [ ! -L "$build/$output" ] || continue
