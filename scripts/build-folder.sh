@@ -32,7 +32,7 @@ signal_all() {
     done
 }
 
-# end_started: ends what was started and still runs, by force after ten seconds or at the next signal.
+# end_started: ends what was started and still runs; by force after 10 s or at the next signal.
 end_started() {
     local pids tries
     pids=$(jobs -p)
