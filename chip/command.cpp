@@ -4,9 +4,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 
 #include "chip/keeper.h"
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 
 namespace Chip {
 
@@ -37,7 +38,7 @@ Command::Command(std::vector<std::string> const& arguments, sigset_t const& orig
                  std::vector<int> const& close_fds) {
     const pid_t parent = getpid();
     keeper_ = fork();
-    if (keeper_ < 0) throw std::system_error(errno, std::system_category(), "no process");
+    if (keeper_ < 0) throw Kit::Error("no process: " + Kit::errno_text(errno));
     if (keeper_ > 0) return;
     for (const int fd : close_fds) close(fd);
     _exit(keep(arguments, original, parent, kGrace));

@@ -31,7 +31,7 @@ public:
      * thread has watched_signals() blocked; the command starts with the mask `original`.
      *
      * @param close_fds descriptors that neither the keeper nor the command may hold.
-     * @throws std::system_error when no process can be made.
+     * @throws Kit::Error when no process can be made.
      */
     Command(std::vector<std::string> const& arguments, sigset_t const& original,
             std::vector<int> const& close_fds);

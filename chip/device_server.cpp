@@ -10,9 +10,10 @@
 #include <chrono>
 #include <cstdlib>
 #include <future>
-#include <stdexcept>
 #include <string>
-#include <system_error>
+
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 
 namespace Chip {
 
@@ -113,13 +114,13 @@ fuse_session* make_session(int fuse, Spidev& device) {
     const fuse_lowlevel_ops ops = operations();
     fuse_session* session = fuse_session_new(&args, &ops, sizeof ops, &device);
     fuse_opt_free_args(&args);
-    if (session == nullptr) throw std::runtime_error("no FUSE session");
+    if (session == nullptr) throw Kit::Error("no FUSE session");
     // By this name the library takes a descriptor that is mounted already, and closes it in the
     // end.
     const std::string mounted = "/dev/fd/" + std::to_string(fuse);
     if (fuse_session_mount(session, mounted.c_str()) != 0) {
         fuse_session_destroy(session);
-        throw std::runtime_error("no FUSE session on " + mounted);
+        throw Kit::Error("no FUSE session on " + mounted);
     }
     return session;
 }
@@ -158,7 +159,7 @@ void DeviceServer::introduce(std::string const& path) {
         pollfd waits = {fd(), POLLIN, 0};
         if (poll(&waits, 1, kRoundMilliseconds) > 0 && !serve()) break;
     }
-    if (const int error = look.get()) throw std::system_error(error, std::system_category(), path);
+    if (const int error = look.get()) throw Kit::Error(path + ": " + Kit::errno_text(error));
 }
 
 int DeviceServer::fd() const {

@@ -21,7 +21,7 @@ class DeviceServer {
 public:
     /**
      * @param fuse non-blocking descriptor of the mounted file system.
-     * @throws std::runtime_error when the library refuses it.
+     * @throws Kit::Error when the library refuses it.
      */
     DeviceServer(Kit::FileDescriptor fuse, Spidev& device);
     ~DeviceServer();
@@ -33,7 +33,7 @@ public:
      * file: in a user namespace it is nobody's until then, and not to be opened.
      *
      * @param path where the file system is mounted.
-     * @throws std::system_error when the file system does not get so far.
+     * @throws Kit::Error when the file system does not get so far.
      */
     void introduce(std::string const& path);
 

@@ -10,12 +10,12 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <optional>
 #include <set>
 
 #include "chip/command.h"
+#include "kit/base/errno_text.h"
 
 namespace Chip {
 
@@ -96,7 +96,7 @@ bool reap(pid_t command, std::optional<int>& command_status) {
     execvp(pointers[0], pointers.data());
     const int error = errno;
     std::fprintf(stderr, "petrelradar-chip: cannot run %s: %s\n", pointers[0],
-                 std::strerror(error));
+                 Kit::errno_text(error).c_str());
     _exit(error == ENOENT ? kNotFound : kCannotRun);
 }
 
@@ -148,7 +148,7 @@ int keep(std::vector<std::string> const& arguments, sigset_t const& original, pi
     const pid_t command = fork();
     if (command == 0) run(arguments, original, keeper);
     if (command < 0) {
-        std::fprintf(stderr, "petrelradar-chip: no process: %s\n", std::strerror(errno));
+        std::fprintf(stderr, "petrelradar-chip: no process: %s\n", Kit::errno_text(errno).c_str());
         return kCannotRun;
     }
     const int status = wait_for(command, parent, grace);

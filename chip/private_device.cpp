@@ -6,11 +6,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
+
+#include "kit/base/errno_text.h"
 
 namespace Chip {
 
@@ -24,7 +25,7 @@ constexpr char kMachineName[] = ".machine";
 constexpr char kMachinePath[] = "/dev/.machine";
 
 [[noreturn]] void fail(std::string const& what, int error = errno) {
-    throw Unavailable(what + ": " + std::strerror(error));
+    throw Unavailable(what + ": " + Kit::errno_text(error));
 }
 
 void write_proc(std::string const& path, std::string const& text) {

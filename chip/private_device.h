@@ -1,7 +1,6 @@
 #pragma once
 
-#include <stdexcept>
-
+#include "kit/base/error.h"
 #include "kit/base/file_descriptor.h"
 
 namespace Chip {
@@ -10,9 +9,9 @@ namespace Chip {
 constexpr char kDevicePath[] = "/dev/spidev0.0";
 
 /** This machine cannot do what the simulated chip needs; what() is one line with the reason. */
-class Unavailable : public std::runtime_error {
+class Unavailable : public Kit::Error {
 public:
-    using std::runtime_error::runtime_error;
+    using Kit::Error::Error;
 };
 
 /** What mount_private_device() has made. */

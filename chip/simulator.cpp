@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <system_error>
+
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 
 namespace Chip {
 
@@ -14,7 +16,7 @@ namespace {
 int open_signals() {
     const sigset_t signals = watched_signals();
     const int fd = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-    if (fd < 0) throw std::system_error(errno, std::system_category(), "no signal descriptor");
+    if (fd < 0) throw Kit::Error("no signal descriptor: " + Kit::errno_text(errno));
     return fd;
 }
 

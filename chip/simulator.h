@@ -16,7 +16,7 @@ public:
     /**
      * @param command the program beside the chip; null when there is none, then SIGINT and SIGTERM
      * end the loop.
-     * @throws std::system_error when the system gives no descriptor for the signals.
+     * @throws Kit::Error when the system gives no descriptor for the signals.
      */
     Simulator(DeviceServer& device, FrameFeed& feed, Command* command);
 

@@ -3,8 +3,8 @@
 #include <systemd/sd-daemon.h>
 
 #include <cstdint>
-#include <cstring>
 
+#include "kit/base/errno_text.h"
 #include "log/ilog.h"
 
 namespace Service {
@@ -35,7 +35,7 @@ void Notifier::send(std::string const& state) {
     const int result = sd_notify(0, state.c_str());
     if (result >= 0 || failure_logged_) return;
     failure_logged_ = true;
-    Petrel::ilog(1) << "Failed to notify the service manager: " << std::strerror(-result)
+    Petrel::ilog(1) << "Failed to notify the service manager: " << Kit::errno_text(-result)
                     << std::endl;
 }
 

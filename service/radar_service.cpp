@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
-#include <system_error>
 
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 #include "log/ilog.h"
 #include "service/raw_record.h"
 
@@ -39,7 +40,7 @@ void arm(Radar::Timeout& timer, std::chrono::nanoseconds delay, bool repeat) {
 int duplicate(int fd) {
     const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
     if (copy >= 0) return copy;
-    throw std::system_error(errno, std::system_category(), "Failed to duplicate the radar socket");
+    throw Kit::Error("Failed to duplicate the radar socket: " + Kit::errno_text(errno));
 }
 
 /** As many as leave the service the descriptors for its own work; at the least half of them all. */

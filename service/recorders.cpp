@@ -7,11 +7,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <ios>
 #include <thread>
 
-#include "kit/base/input_error.h"
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 #include "log/ilog.h"
 #include "service/log_tap.h"
 
@@ -43,7 +43,7 @@ std::string directory_of(int location) {
 
 void make_directory(std::string const& directory) {
     if (mkdir(directory.c_str(), 0777) == 0 || errno == EEXIST) return;
-    throw Kit::InputError(directory + ": " + std::strerror(errno));
+    throw Kit::Error(directory + ": " + Kit::errno_text(errno));
 }
 
 /** Tries the directory out, since permissions alone do not tell of a read-only medium. */
@@ -57,10 +57,10 @@ void check_writable(std::string const& directory) {
     const int error = errno;
     // What is full now can have room later: the recorder tries again with every frame.
     if (error == ENOSPC || error == EDQUOT) {
-        Petrel::ilog(1) << directory << ": " << std::strerror(error) << std::endl;
+        Petrel::ilog(1) << directory << ": " << Kit::errno_text(error) << std::endl;
         return;
     }
-    throw Kit::InputError(directory + ": cannot be written to: " + std::strerror(error));
+    throw Kit::Error(directory + ": cannot be written to: " + Kit::errno_text(error));
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ public:
     /**
      * Makes sure that every recorder that is on can write, and switches it on.
      *
-     * @throws Kit::InputError with the directory and the reason when one cannot; then no file was
+     * @throws Kit::Error with the directory and the reason when one cannot; then no file was
      *         begun.
      */
     explicit Recorders(Settings const& settings);

@@ -9,10 +9,10 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <filesystem>
 
-#include "kit/base/input_error.h"
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 #include "log/ilog.h"
 #include "service/log_tap.h"
 #include "service/recording_name.h"
@@ -39,7 +39,7 @@ uint32_t read_frame_counter(Kit::FileDescriptor const& file) {
 
 bool report(std::string const& what) {
     const int error = errno;
-    Petrel::ilog(2) << what << ": " << std::strerror(error) << std::endl;
+    Petrel::ilog(2) << what << ": " << Kit::errno_text(error) << std::endl;
     return false;
 }
 
@@ -75,7 +75,7 @@ RecordingWatch::RecordingWatch(std::vector<RecordingPlace> places)
         Place place;
         place.watch = inotify_add_watch(inotify_.get(), where.directory.c_str(), kWatched);
         if (place.watch < 0 || !wake_.valid()) {
-            throw Kit::InputError(where.directory + ": cannot be watched: " + std::strerror(errno));
+            throw Kit::Error(where.directory + ": cannot be watched: " + Kit::errno_text(errno));
         }
         place.where = std::move(where);
         place.newest = now;

@@ -47,7 +47,7 @@ public:
     /**
      * Begins to watch; files that are there already do not count.
      *
-     * @throws Kit::InputError with the directory when it cannot be watched.
+     * @throws Kit::Error with the directory when it cannot be watched.
      */
     explicit RecordingWatch(std::vector<RecordingPlace> places);
     /** stop(). */

@@ -4,9 +4,9 @@
 
 #include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <utility>
 
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 #include "kit/frames/scene.h"
 
@@ -39,7 +39,8 @@ uint32_t seed_of(std::string const& scene) {
 /** Reading from anything else could wait without end, and the whole service with it. */
 void check_kind(std::string const& path) {
     struct stat status = {};
-    if (stat(path.c_str(), &status) != 0) throw Kit::InputError(path + ": " + std::strerror(errno));
+    if (stat(path.c_str(), &status) != 0)
+        throw Kit::InputError(path + ": " + Kit::errno_text(errno));
     if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) return;
     throw Kit::InputError(path + ": neither a file nor a directory");
 }

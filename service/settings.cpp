@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <memory>
 
 #include "config/configuration.h"
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 
 namespace Service {
@@ -55,7 +55,7 @@ void refuse_if(GError* error, std::string const& file) {
 void check_kind(std::string const& file) {
     struct stat status = {};
     if (stat(file.c_str(), &status) != 0) {
-        throw Kit::InputError(file + ": " + std::strerror(errno));
+        throw Kit::InputError(file + ": " + Kit::errno_text(errno));
     }
     // Opening a FIFO would wait for its writer.
     if (!S_ISREG(status.st_mode)) throw Kit::InputError(file + ": not a regular file");

@@ -16,7 +16,7 @@ struct SocketPaths {
  * Returns the paths that `options` ask for, or those in the runtime directory, which is made when
  * it is missing.
  *
- * @throws Kit::InputError when the runtime directory is needed and cannot be used.
+ * @throws Kit::Error when the runtime directory is needed and cannot be used.
  */
 SocketPaths choose_socket_paths(Options const& options);
 

@@ -29,7 +29,7 @@ public:
     /** How often the socket's file is looked after: where it is gone it is made anew. */
     static constexpr std::chrono::seconds kLookAfterEvery{5};
 
-    /** Listens at `path` and has `block` watch. @throws Kit::InputError when it cannot be served.
+    /** Listens at `path` and has `block` watch. @throws Kit::Error when it cannot be served.
      */
     StatusServer(Petrel::Block& block, std::string const& path);
     StatusServer(StatusServer const&) = delete;

@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <system_error>
 
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 #include "log/ilog.h"
 
 namespace Service {
@@ -54,7 +55,7 @@ StopSignals::StopSignals() : end_(eventfd(0, EFD_CLOEXEC)) {
     pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
     fd_.reset(signalfd(-1, &signals_, SFD_NONBLOCK | SFD_CLOEXEC));
     if (!fd_.valid() || !end_.valid()) {
-        throw std::system_error(errno, std::system_category(), "Failed to watch for signals");
+        throw Kit::Error("Failed to watch for signals: " + Kit::errno_text(errno));
     }
 }
 

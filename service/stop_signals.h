@@ -16,7 +16,7 @@ namespace Service {
  */
 class StopSignals {
 public:
-    /** @throws std::system_error when the system gives no descriptor. */
+    /** @throws Kit::Error when the system gives no descriptor. */
     StopSignals();
     ~StopSignals();
     StopSignals(StopSignals const&) = delete;

@@ -9,19 +9,16 @@
 #include <cerrno>
 #include <cstring>
 
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 
 namespace Kit {
 
 namespace {
 
-std::string reason(int error) {
-    return std::strerror(error);
-}
-
 /** Why `status` is of something that cannot be read front to back; empty when it can. */
 std::string refusal(struct stat const& status) {
-    if (S_ISDIR(status.st_mode)) return reason(EISDIR);
+    if (S_ISDIR(status.st_mode)) return errno_text(EISDIR);
     if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) return "Is a device";
     return {};
 }
@@ -29,10 +26,10 @@ std::string refusal(struct stat const& status) {
 FileDescriptor open_input(std::string const& path) {
     // Looked at before it is opened: opening some devices waits, or does something.
     struct stat status = {};
-    if (stat(path.c_str(), &status) != 0) throw InputError(path + ": " + reason(errno));
+    if (stat(path.c_str(), &status) != 0) throw InputError(path + ": " + errno_text(errno));
     if (const std::string why = refusal(status); !why.empty()) throw InputError(path + ": " + why);
     FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.valid()) throw InputError(path + ": " + reason(errno));
+    if (!file.valid()) throw InputError(path + ": " + errno_text(errno));
     return file;
 }
 
@@ -40,7 +37,7 @@ FileDescriptor duplicate_standard_input() {
     struct stat status = {};
     FileDescriptor file(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
     if (!file.valid() || fstat(file.get(), &status) != 0) {
-        throw InputError("standard input: " + reason(errno));
+        throw InputError("standard input: " + errno_text(errno));
     }
     if (const std::string why = refusal(status); !why.empty()) {
         throw InputError("standard input: " + why);
@@ -72,7 +69,7 @@ BlockReader::BlockReader(std::string const& path, size_t block_size)
 
 void BlockReader::rewind() {
     if (lseek(file_.get(), 0, SEEK_SET) < 0) {
-        throw InputError(path_ + ": cannot be read again: " + reason(errno));
+        throw InputError(path_ + ": cannot be read again: " + errno_text(errno));
     }
     begin_ = end_ = 0;
     position_ = 0;
@@ -117,7 +114,7 @@ size_t BlockReader::read_block(char* into, size_t size) {
 }
 
 void BlockReader::fail(int error) const {
-    throw InputError(path_ + ": " + reason(error));
+    throw InputError(path_ + ": " + errno_text(error));
 }
 
 }  // namespace Kit

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <stdexcept>
+#include "kit/base/error.h"
 
 namespace Kit {
 
 /**
- * A problem with something that a person gave to a program: a file, a socket, an option. what() is
- * one line that names the object and the reason.
+ * An error in what a user gave a program to read or to act on: a file, a stream, a register map,
+ * the value of an option. Errors of outputs and of the system itself are Kit::Error alone.
  */
-class InputError : public std::runtime_error {
+class InputError : public Error {
 public:
-    using std::runtime_error::runtime_error;
+    using Error::Error;
 };
 
 }  // namespace Kit

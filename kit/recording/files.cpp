@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "kit/base/block_reader.h"
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 
 namespace Kit {
@@ -53,7 +54,7 @@ std::vector<RecordingFile> list_directory(std::string const& path) {
          entry.increment(error)) {
         paths.insert(entry->path().string());
     }
-    if (error) throw InputError(path + ": " + error.message());
+    if (error) throw InputError(path + ": " + errno_text(error.value()));
     std::vector<RecordingFile> files;
     for (std::string const& entry : paths) {
         std::optional<RecordingFile> file = find_recording(entry);

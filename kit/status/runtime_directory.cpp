@@ -5,9 +5,9 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 
-#include "kit/base/input_error.h"
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 
 namespace Kit {
 
@@ -32,15 +32,15 @@ std::string runtime_directory() {
 
 void make_runtime_directory(std::string const& directory) {
     if (mkdir(directory.c_str(), 0700) == 0) return;
-    if (errno != EEXIST) throw InputError(directory + ": " + std::strerror(errno));
+    if (errno != EEXIST) throw Error(directory + ": " + errno_text(errno));
 
     // In a directory that everybody may write to, somebody else may have been first.
     struct stat status = {};
     if (lstat(directory.c_str(), &status) != 0) {
-        throw InputError(directory + ": " + std::strerror(errno));
+        throw Error(directory + ": " + errno_text(errno));
     }
-    if (!S_ISDIR(status.st_mode)) throw InputError(directory + ": not a directory");
-    if (status.st_uid != geteuid()) throw InputError(directory + ": belongs to another user");
+    if (!S_ISDIR(status.st_mode)) throw Error(directory + ": not a directory");
+    if (status.st_uid != geteuid()) throw Error(directory + ": belongs to another user");
 }
 
 std::string stream_socket_path(std::string const& directory) {

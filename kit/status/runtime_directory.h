@@ -15,7 +15,7 @@ std::string runtime_directory();
  * Makes sure that `directory` exists and belongs to this user alone: creates it with mode 0700,
  * not its parents, when it is missing.
  *
- * @throws InputError when it cannot be created, is no directory or belongs to somebody else.
+ * @throws Error when it cannot be created, is no directory or belongs to somebody else.
  */
 void make_runtime_directory(std::string const& directory);
 

@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <optional>
 #include <string_view>
 
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 #include "kit/stream/format.h"
 #include "kit/stream/unix_address.h"
@@ -35,7 +35,7 @@ int connected_socket(std::string const& path) {
         connect_to(fd.get(), address)) {
         return fd.release();
     }
-    throw InputError(path + ": cannot connect: " + std::strerror(errno));
+    throw InputError(path + ": cannot connect: " + errno_text(errno));
 }
 
 /** What poll() takes for the time until `deadline`, rounded up. */
@@ -65,7 +65,7 @@ StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout
         const int ready = poll(&wait, 1, limited ? milliseconds_until(deadline) : -1);
         if (ready == 0 && Clock::now() < deadline) continue;
         if (ready == 0 || (ready < 0 && errno == EINTR)) return Result::kTimeout;
-        if (ready < 0) return end(Result::kFailed, std::strerror(errno));
+        if (ready < 0) return end(Result::kFailed, errno_text(errno));
         read_piece();
     }
 }
@@ -75,7 +75,7 @@ void StreamClient::read_piece() {
     if (size > 0) {
         parser_.append({piece_.get(), static_cast<size_t>(size)});
     } else if (size < 0 && errno != EAGAIN && errno != EINTR) {
-        end(Result::kFailed, std::strerror(errno));
+        end(Result::kFailed, errno_text(errno));
     } else if (size == 0 && parser_.pending() > 0) {
         end(Result::kCut, "ended " + std::to_string(parser_.pending()) + " bytes into a frame");
     } else if (size == 0) {

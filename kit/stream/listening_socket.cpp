@@ -7,10 +7,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
-#include "kit/base/input_error.h"
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 #include "kit/stream/unix_address.h"
 #include "log/ilog.h"
 
@@ -20,12 +20,12 @@ namespace {
 
 constexpr char kInUse[] = "already in use by a running service";
 
-InputError failure(std::string const& path, std::string const& reason) {
-    return InputError(path + ": " + reason);
+Error failure(std::string const& path, std::string const& reason) {
+    return Error(path + ": " + reason);
 }
 
-InputError system_failure(std::string const& path, std::string const& what) {
-    return failure(path, what + ": " + std::strerror(errno));
+Error system_failure(std::string const& path, std::string const& what) {
+    return failure(path, what + ": " + errno_text(errno));
 }
 
 FileDescriptor open_socket() noexcept {
@@ -124,7 +124,7 @@ bool ListeningSocket::look_after() {
         Petrel::ilog(1) << socket_path_ << ": was deleted; listening there again" << std::endl;
         lost_ = false;
         return true;
-    } catch (InputError const& error) {
+    } catch (Error const& error) {
         if (!lost_) Petrel::ilog(1) << error.what() << "; clients cannot connect" << std::endl;
         lost_ = true;
         return false;
@@ -155,7 +155,7 @@ void ListeningSocket::listen_at_path() {
     struct stat status = {};
     if (listen(fresh.get(), SOMAXCONN) != 0 || lstat(socket_path_.c_str(), &status) != 0 ||
         (listening_.valid() && dup3(fresh.get(), listening_.get(), O_CLOEXEC) < 0)) {
-        const InputError failed = system_failure(socket_path_, "cannot listen");
+        const Error failed = system_failure(socket_path_, "cannot listen");
         unlink(socket_path_.c_str());
         throw failed;
     }

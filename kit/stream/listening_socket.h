@@ -22,7 +22,7 @@ public:
     /**
      * Begins to listen at `path`, with the permissions that the umask leaves.
      *
-     * @throws InputError with the path and the reason: "already in use by a running service", "is
+     * @throws Error with the path and the reason: "already in use by a running service", "is
      *         not a socket", a path of more than 107 bytes, a missing or unwritable directory. Then
      *         nothing at the path has changed.
      */

@@ -3,7 +3,7 @@
 #include <system_error>
 #include <utility>
 
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "kit/stream/relay_server.h"
 
 namespace Kit {
@@ -20,7 +20,7 @@ Relay::Relay(RelayOptions options) {
     try {
         impl_ = std::make_unique<Impl>(std::move(options));
     } catch (std::system_error const& error) {
-        throw InputError(path + ": cannot be served: " + error.what());
+        throw Error(path + ": cannot be served: " + error.what());
     }
 }
 

@@ -71,7 +71,7 @@ public:
     /**
      * Binds the socket, listens and starts the thread.
      *
-     * @throws InputError with the path when it cannot be served (see ListeningSocket), or when the
+     * @throws Error with the path when it cannot be served (see ListeningSocket), or when the
      *         system grants no descriptor or thread.
      */
     explicit Relay(RelayOptions options);
@@ -99,7 +99,7 @@ public:
      * RelayCounters::source_fault. After foreign bytes nothing more of this stream is published,
      * but it is still read, so that its writer does not block.
      *
-     * @throws std::system_error "Failed to relay from descriptor <fd>", with the system's reason.
+     * @throws Error "Failed to relay from descriptor <fd>", with the system's reason.
      */
     void relay_from(int fd);
 

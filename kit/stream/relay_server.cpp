@@ -6,11 +6,12 @@
 #include <algorithm>
 #include <asio/post.hpp>
 #include <cerrno>
-#include <cstring>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 #include "kit/stream/format.h"
 #include "kit/stream/signals_blocked.h"
 #include "log/ilog.h"
@@ -29,7 +30,7 @@ constexpr std::chrono::milliseconds kAcceptAgainAfter{50};
 FileDescriptor duplicate(int fd, std::string const& purpose) {
     FileDescriptor copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
     if (copy.valid()) return copy;
-    throw std::system_error(errno, std::system_category(), purpose);
+    throw Error(purpose + ": " + errno_text(errno));
 }
 
 }  // namespace
@@ -103,7 +104,7 @@ void RelayServer::stop(std::chrono::milliseconds grace) {
 }
 
 void RelayServer::listen() {
-    acceptor_.assign(duplicate(socket_->fd(), "Failed to listen").release());
+    acceptor_.assign(duplicate(socket_->fd(), options_.socket_path + ": cannot listen").release());
     wait_for_clients();
 }
 
@@ -118,7 +119,7 @@ void RelayServer::look_after_socket() {
         }
         try {
             if (!acceptor_.is_open()) listen();
-        } catch (std::system_error const& failure) {
+        } catch (Error const& failure) {
             accept_again_later(failure.what());  // to be listened to at the next look
         }
         look_after_socket();
@@ -144,7 +145,7 @@ void RelayServer::accept_clients() {
         } else if (errno == EAGAIN) {
             break;
         } else if (errno != EINTR && errno != ECONNABORTED) {
-            return accept_again_later(std::strerror(errno));
+            return accept_again_later(errno_text(errno));
         }
     }
     wait_for_clients();
@@ -156,7 +157,7 @@ bool RelayServer::is_full() const {
 }
 
 // The client stays in the backlog, where it would wake a plain wait at once and for ever.
-void RelayServer::accept_again_later(char const* reason) {
+void RelayServer::accept_again_later(std::string const& reason) {
     if (!std::exchange(accept_fails_, true)) {
         Petrel::ilog(1) << options_.socket_path << ": cannot accept a client: " << reason
                         << "; trying again" << std::endl;
@@ -172,8 +173,8 @@ void RelayServer::add_client(FileDescriptor connection) {
     auto client = std::make_shared<RelayClient>(context_, lock_, options_, id,
                                                 static_cast<RelayClient::Owner&>(*this));
     if (!client->start(std::move(connection))) {
-        Petrel::ilog(1) << options_.socket_path
-                        << ": cannot serve a client: " << std::strerror(errno) << std::endl;
+        Petrel::ilog(1) << options_.socket_path << ": cannot serve a client: " << errno_text(errno)
+                        << std::endl;
         return;
     }
     const std::lock_guard<std::mutex> guard(lock_);

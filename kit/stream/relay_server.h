@@ -52,7 +52,7 @@ private:
     void wait_for_clients();
     void accept_clients();
     bool is_full() const;
-    void accept_again_later(char const* reason);
+    void accept_again_later(std::string const& reason);
     void add_client(FileDescriptor connection);
     void flush_clients();
     std::vector<std::shared_ptr<RelayClient>> clients_now() const;

@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "service/recorders.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/recordings.h"
@@ -27,7 +27,7 @@ protected:
     std::string refusal(Table const& table = {}) {
         try {
             start(table);
-        } catch (Kit::InputError const& error) {
+        } catch (Kit::Error const& error) {
             return error.what();
         }
         return "";

@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "filewriter/data_file_writer.h"
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "service/log_tap.h"
 #include "service/recording_name.h"
 #include "tests/support/captured_log.h"
@@ -195,7 +195,7 @@ TEST_F(RecordingWatchTest, ADirectoryThatCannotBeWatchedIsRefused) {
     try {
         const RecordingWatch none(std::vector<Service::RecordingPlace>{{"/tmp/none", "raw"}});
         FAIL() << "watches nothing";
-    } catch (Kit::InputError const& error) {
+    } catch (Kit::Error const& error) {
         EXPECT_STREQ(error.what(), "/tmp/none: cannot be watched: No such file or directory");
     }
 }

@@ -5,9 +5,9 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstring>
 
-#include "kit/base/input_error.h"
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 #include "tools/cli/signals.h"
 
 namespace Tools {
@@ -62,7 +62,7 @@ void Output::put(std::string_view left) const {
         } else if (errno == EAGAIN) {
             wait_until_writable(descriptor_);
         } else if (errno != EINTR) {
-            throw Kit::InputError(std::string("standard output: ") + std::strerror(errno));
+            throw Kit::Error(std::string("standard output: ") + Kit::errno_text(errno));
         }
     }
 }

@@ -17,7 +17,7 @@ struct OutputStuck : OutputClosed {};
  *
  * write() and flush() throw OutputClosed when nobody reads any more (the program then ends quietly:
  * "petrelradar ... | head"), OutputStuck when a reader takes nothing for half a second after the
- * program was interrupted, and Kit::InputError when the system refuses the data ("standard output:
+ * program was interrupted, and Kit::Error when the system refuses the data ("standard output:
  * No space left on device").
  */
 class Output {

@@ -6,8 +6,8 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
 
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 #include "tools/cli/message_text.h"
 #include "tools/cli/signals.h"
@@ -39,7 +39,7 @@ std::string read_to_end(int fd, std::string const& name) {
     for (;;) {
         const ssize_t size = read(fd, piece.data(), piece.size());
         if (size < 0 && errno == EINTR && !was_interrupted()) continue;
-        if (size < 0) fail(name, std::strerror(errno));
+        if (size < 0) fail(name, Kit::errno_text(errno));
         if (size == 0) return text;
         text.append(piece.data(), static_cast<size_t>(size));
         if (text.size() > kLargestTextFile) fail(name, "larger than 16 MiB");
@@ -53,7 +53,7 @@ std::string read_text_file(std::string const& path, std::string const& name) {
     struct stat status = {};
     // A socket cannot even be opened; the system's reason for that is hard to understand.
     if (file.fd < 0 && errno == ENXIO) fail(name, "not a regular file");
-    if (file.fd < 0 || fstat(file.fd, &status) != 0) fail(name, std::strerror(errno));
+    if (file.fd < 0 || fstat(file.fd, &status) != 0) fail(name, Kit::errno_text(errno));
     if (!S_ISREG(status.st_mode)) fail(name, "not a regular file");
     return read_to_end(file.fd, name);
 }

@@ -20,7 +20,7 @@ namespace Tools {
  */
 class RecordingAssembly {
 public:
-    /** @throws Kit::InputError when there cannot be a file of that name. */
+    /** @throws Kit::Error when there cannot be a file of that name. */
     RecordingAssembly(OutputOptions const& output, Messages const& messages);
 
     /**

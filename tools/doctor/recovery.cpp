@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "kit/base/block_reader.h"
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 #include "tools/cli/time_text.h"
 
@@ -22,7 +23,7 @@ void make_directory(std::string const& path) {
     if (!error && !fs::is_directory(path, error)) {
         error = std::make_error_code(std::errc::not_a_directory);
     }
-    if (error) throw Kit::InputError(path + ": " + error.message());
+    if (error) throw Kit::Error(path + ": " + Kit::errno_text(error.value()));
 }
 
 /** What the first 40 bytes say, when the file can be read again. */
@@ -167,7 +168,7 @@ std::string Recovery::free_path(std::string const& folder) {
         if (paths_.insert(path).second) return path;
         name.millisecond = (name.millisecond + 1) % 1000;
     }
-    throw Kit::InputError(folder + ": too many recordings of one second");
+    throw Kit::Error(folder + ": too many recordings of one second");
 }
 
 void Recovery::end_part() {

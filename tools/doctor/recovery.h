@@ -54,12 +54,12 @@ public:
     /**
      * Takes the input's item.
      *
-     * @throws Kit::InputError when a recording cannot be written, or would replace a file that is
+     * @throws Kit::Error when a recording cannot be written, or would replace a file that is
      *         there, or its own input.
      */
     void add(FrameInput const& input);
 
-    /** Completes what has been begun. @throws Kit::InputError as add() does. */
+    /** Completes what has been begun. @throws Kit::Error as add() does. */
     void finish();
 
 private:

@@ -7,11 +7,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
-#include "kit/base/input_error.h"
+#include "kit/base/errno_text.h"
+#include "kit/base/error.h"
 #include "tools/cli/directory_of.h"
 
 namespace Tools {
@@ -31,8 +31,8 @@ std::string follow_link(std::string const& path) {
 void check_target(std::string const& path, bool force) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) return;
-    if (!S_ISREG(status.st_mode)) throw Kit::InputError(path + ": is there, and is no file");
-    if (!force) throw Kit::InputError(path + ": is there; --force replaces it");
+    if (!S_ISREG(status.st_mode)) throw Kit::Error(path + ": is there, and is no file");
+    if (!force) throw Kit::Error(path + ": is there; --force replaces it");
 }
 
 /** Beside the file, so that it can take its name; hidden, and not what anybody else writes. */
@@ -127,13 +127,13 @@ void OutputFile::flush_directory() const {
 }
 
 void OutputFile::fail(int error) const {
-    throw Kit::InputError(final_path_ + ": " + std::strerror(error));
+    throw Kit::Error(final_path_ + ": " + Kit::errno_text(error));
 }
 
 void refuse_same_file(std::string const& input, std::string const& output) {
     std::error_code ignored;
     if (std::filesystem::equivalent(input, output, ignored)) {
-        throw Kit::InputError(output + ": is the input, which is never changed");
+        throw Kit::Error(output + ": is the input, which is never changed");
     }
 }
 

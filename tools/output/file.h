@@ -11,7 +11,7 @@ namespace Tools {
  * finish() is called. Without that, as after an exception, what was written is removed and the file
  * is as it was before. One thread at a time.
  *
- * All but the constructor throws Kit::InputError "path: reason" when the system refuses.
+ * All but the constructor throws Kit::Error "path: reason" when the system refuses.
  */
 class OutputFile {
 public:
@@ -19,7 +19,7 @@ public:
      * Begins to write the file `path`.
      *
      * @param force whether it may replace a file that is there.
-     * @throws Kit::InputError when the file is there and may not be replaced, is no regular file,
+     * @throws Kit::Error when the file is there and may not be replaced, is no regular file,
      *         or cannot be written in its directory.
      */
     OutputFile(std::string const& path, bool force);
@@ -57,7 +57,7 @@ private:
 };
 
 /**
- * @throws Kit::InputError when `output` is the same file as `input`, or a link to it: an input is
+ * @throws Kit::Error when `output` is the same file as `input`, or a link to it: an input is
  *         never changed, also with --force.
  */
 void refuse_same_file(std::string const& input, std::string const& output);

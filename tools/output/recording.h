@@ -18,7 +18,7 @@ namespace Tools {
  *     output.add(tag, payload);
  *     output.finish();
  *
- * All throws Kit::InputError "path: reason" when the system refuses.
+ * All throws Kit::Error "path: reason" when the system refuses.
  */
 class RecordingOutput {
 public:

@@ -7,8 +7,8 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <stdexcept>
 
+#include "kit/base/error.h"
 #include "tools/plot/dot_image.h"
 #include "tools/plot/text.h"
 
@@ -89,7 +89,7 @@ void PlotCanvas::check(cairo_surface_t* of) const {
     cairo_status_t status = cairo_surface_status(of);
     if (status == CAIRO_STATUS_SUCCESS) status = cairo_status(context_.get());
     if (status == CAIRO_STATUS_SUCCESS) return;
-    throw std::runtime_error(std::string("cannot draw: ") + cairo_status_to_string(status));
+    throw Kit::Error(std::string("cannot draw: ") + cairo_status_to_string(status));
 }
 
 void PlotCanvas::set_colour(Colour colour, double alpha) {

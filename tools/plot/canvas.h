@@ -47,7 +47,7 @@ struct Dot {
 /**
  * A picture in the making, which draws with cairo. Lengths are in units that a line of small text
  * is 12 of; width() and height() say how many there are. In an SVG texts stay texts. One thread at
- * a time. Throws std::runtime_error with cairo's reason when that fails.
+ * a time. Throws Kit::Error with cairo's reason when that fails.
  */
 class PlotCanvas {
 public:

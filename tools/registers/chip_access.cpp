@@ -23,7 +23,7 @@ std::optional<int> command_byte(std::string const& text) {
 [[noreturn]] void fail(MappedRegister const& whole, char const* what,
                        std::system_error const& error) {
     const std::string place = whole.name.empty() ? "" : " (" + address_text(whole.address) + ")";
-    throw Kit::InputError(whole.label() + place + " " + what + ": " + error.what());
+    throw Kit::Error(whole.label() + place + " " + what + ": " + error.what());
 }
 
 Selected select_address(RegisterMap const& map, std::string const& text) {

@@ -70,7 +70,7 @@ void verify(ChipAccess const& chip, Setting const& setting, size_t left) {
     std::string problem = bits.name + ": wrote " + hex_text(setting.value, digits) +
                           ", read back " + hex_text(found, digits);
     if (left > 0) problem += "; what follows was not written";
-    throw Kit::InputError(problem);
+    throw Kit::Error(problem);
 }
 
 ExitStatus run(Options const& options) {

@@ -5,11 +5,11 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include "config/configuration.h"
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 #include "tools/cli/directory_of.h"
 #include "tools/cli/message_text.h"
@@ -22,7 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string system_reason(std::string const& name, std::string const& what) {
-    return printable(name) + ": " + what + std::strerror(errno);
+    return printable(name) + ": " + what + Kit::errno_text(errno);
 }
 
 /** The file behind `path`, as far as there is one. */
@@ -31,8 +31,8 @@ std::string follow_links(std::string const& path) {
     if (!fs::is_symlink(path, error)) return path;
     const std::string target = fs::canonical(path, error).string();
     if (!error) return target;
-    throw Kit::InputError(printable(path) +
-                          ": a symbolic link that leads nowhere: " + error.message());
+    throw Kit::InputError(printable(path) + ": a symbolic link that leads nowhere: " +
+                          Kit::errno_text(error.value()));
 }
 
 struct stat look_at(std::string const& path, std::string const& name) {
@@ -128,7 +128,7 @@ SettingsFile::SettingsFile(std::string const& path)
       content_(path, is_there_ ? read_text_file(real_path_, name_) : "") {}
 
 void SettingsFile::save() const {
-    if (is_there_ && access(real_path_.c_str(), W_OK) != 0) fail(std::strerror(errno));
+    if (is_there_ && access(real_path_.c_str(), W_OK) != 0) fail(Kit::errno_text(errno));
     constexpr mode_t kModeOfANewFile = 0644;
     Replacement replacement(real_path_, name_);
     replacement.write(content_.text());

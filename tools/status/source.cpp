@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 
+#include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
 #include "kit/stream/unix_address.h"
 #include "tools/cli/message_text.h"
@@ -34,7 +34,7 @@ public:
           patience_(patience),
           deadline_(Clock::now() + patience),
           fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
-        if (fd_ < 0) fail(std::strerror(errno));
+        if (fd_ < 0) fail(Kit::errno_text(errno));
     }
     ~StatusConnection() {
         if (fd_ >= 0) close(fd_);
@@ -48,10 +48,10 @@ public:
             const int error = errno;
             const bool is_nobody_there = error == ENOENT || error == ECONNREFUSED;
             if (is_nobody_there) {
-                fail(std::string(std::strerror(error)) + "; is the service running?");
+                fail(Kit::errno_text(error) + "; is the service running?");
             }
             // EAGAIN: more are waiting there than the service has taken.
-            if (error != EAGAIN && error != EINTR) fail(std::strerror(error));
+            if (error != EAGAIN && error != EINTR) fail(Kit::errno_text(error));
             wait(0);
         }
     }
@@ -67,7 +67,7 @@ public:
             } else if (errno == EAGAIN || errno == EINTR) {
                 wait(POLLIN);
             } else {
-                fail(std::strerror(errno));
+                fail(Kit::errno_text(errno));
             }
             if (document.size() > kLargestDocument) fail("the status is larger than 16 MiB");
         }

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "tests/support/private_paths.h"
 
 namespace {
@@ -25,7 +25,7 @@ protected:
     static std::string refusal(std::string const& directory) {
         try {
             Kit::make_runtime_directory(directory);
-        } catch (Kit::InputError const& error) {
+        } catch (Kit::Error const& error) {
             return error.what();
         }
         return "";

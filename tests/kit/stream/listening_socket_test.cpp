@@ -12,7 +12,7 @@
 #include <memory>
 #include <thread>
 
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "kit/stream/unix_address.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/private_paths.h"
@@ -35,7 +35,7 @@ protected:
     static std::string failure_at(std::string const& path) {
         try {
             const ListeningSocket socket(path);
-        } catch (Kit::InputError const& error) {
+        } catch (Kit::Error const& error) {
             return error.what();
         }
         return "none";
@@ -283,7 +283,7 @@ TEST_F(ListeningSocketTest, OfManyServicesThatStartAndStopAtOnceOneHasThePathAtA
                 if (++holders != 1) overlap = true;
                 ++taken;
                 --holders;
-            } catch (Kit::InputError const& error) {
+            } catch (Kit::Error const& error) {
                 ASSERT_THAT(error.what(), testing::EndsWith("already in use by a running service"));
             }
         }

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <thread>
 
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "kit/stream/unix_address.h"
 #include "tests/kit/stream/relay_fixture.h"
 
@@ -108,7 +108,7 @@ TEST_F(RelayWithoutDescriptorsTest, NoRelayIsMade) {
     try {
         const Kit::Relay second(Kit::RelayOptions{"/tmp/second.sock"});
         FAIL() << "it was made";
-    } catch (Kit::InputError const& error) {
+    } catch (Kit::Error const& error) {
         EXPECT_THAT(error.what(), testing::StartsWith("/tmp/second.sock: "));
         EXPECT_THAT(error.what(), testing::EndsWith("Too many open files"));
     }

@@ -2,8 +2,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <system_error>
-
+#include "kit/base/error.h"
 #include "socket/radar_socket.h"
 #include "socket/socket_buffer.h"
 #include "tests/kit/stream/relay_fixture.h"
@@ -211,7 +210,7 @@ TEST_F(RelaySourceTest, ADescriptorThatIsNotOpenIsAnError) {
     try {
         relay->relay_from(-1);
         FAIL() << "it was taken";
-    } catch (std::system_error const& error) {
+    } catch (Kit::Error const& error) {
         EXPECT_STREQ(error.what(), "Failed to relay from descriptor -1: Bad file descriptor");
     }
 }

@@ -6,7 +6,7 @@
 #include <csignal>
 #include <thread>
 
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "tests/kit/stream/relay_fixture.h"
 
 namespace {
@@ -159,7 +159,7 @@ TEST_F(RelayTest, ASecondRelayAtThePathIsRefused) {
     try {
         const Kit::Relay second(Kit::RelayOptions{kPath});
         FAIL() << "there are two";
-    } catch (Kit::InputError const& error) {
+    } catch (Kit::Error const& error) {
         EXPECT_STREQ(error.what(), "/tmp/radar.sock: already in use by a running service");
     }
 }

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/recording_bytes.h"
 
@@ -51,7 +51,7 @@ TEST_F(RecordingOutputTest, WithoutFinishThereIsNoFile) {
 
 TEST_F(RecordingOutputTest, AFileThatIsThereIsReplacedOnlyByForce) {
     test_support::write_file(kPath, "old");
-    EXPECT_THROW(RecordingOutput(kPath, false, header), Kit::InputError);
+    EXPECT_THROW(RecordingOutput(kPath, false, header), Kit::Error);
     RecordingOutput(kPath, true, header).finish();
     EXPECT_EQ(read_file(kPath), test_support::header(0));
 }
