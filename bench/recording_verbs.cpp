@@ -25,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/encoding/frame_magic.h"
 #include "kit/recording/format.h"
 #include "radar_objects/radar_objects.pb.h"
 #include "tools/program.h"
@@ -78,8 +79,8 @@ Recording make_recording(size_t size, int targets) {
     recording.bytes = Kit::encode_header(header);
     for (int i = 0; recording.bytes.size() < size; ++i) {
         const std::string payload = make_frame(i, targets).SerializeAsString();
-        Kit::append_word(recording.bytes, Kit::kRecordTag | 7);
-        Kit::append_word(recording.bytes, static_cast<uint32_t>(payload.size()));
+        recording.bytes +=
+            Kit::encode_record_header(Kit::kRecordTag | 7, static_cast<uint32_t>(payload.size()));
         recording.payloads.emplace_back(recording.bytes.size(), payload.size());
         recording.bytes += payload;
     }

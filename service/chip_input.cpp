@@ -7,6 +7,7 @@
 
 #include "kit/base/input_error.h"
 #include "kit/demo_chip/frame.h"
+#include "kit/encoding/frame_magic.h"
 #include "kit/recording/format.h"
 
 namespace Service {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kit/base/words.h"
 #include "kit/demo_chip/frame.h"
 #include "kit/demo_chip/registers.h"
 
@@ -12,12 +13,6 @@ namespace {
 namespace Chip = Kit::DemoChip;
 
 constexpr uint32_t kFixedRegisters = 4;
-
-void append_word(std::string& record, uint32_t word) {
-    for (int shift = 0; shift < 32; shift += 8) {
-        record.push_back(static_cast<char>((word >> shift) & 0xFF));
-    }
-}
 
 uint32_t frame_register(uint32_t count, bool cut, FrameConditions const& conditions) {
     return Chip::insert(Chip::kTargetCount, count) |
@@ -37,14 +32,14 @@ std::string raw_record(RO::RadarObjects const& frame, uint32_t sequence,
 
     std::string record;
     record.reserve(sizeof(uint32_t) * (2 + registers));
-    append_word(record, kRawRecordTag);
-    append_word(record, registers * static_cast<uint32_t>(sizeof(uint32_t)));
-    append_word(record, sequence);
-    append_word(record, static_cast<uint32_t>(frame.timestamp() & 0xFFFFFFFF));
-    append_word(record, static_cast<uint32_t>(frame.timestamp() >> 32));
-    append_word(record, frame_register(targets, frame.targets_size() > count, conditions));
+    Kit::append_word(record, kRawRecordTag);
+    Kit::append_word(record, registers * static_cast<uint32_t>(sizeof(uint32_t)));
+    Kit::append_word(record, sequence);
+    Kit::append_word64(record, frame.timestamp());
+    Kit::append_word(record, frame_register(targets, frame.targets_size() > count, conditions));
     for (int i = 0; i < count; ++i) {
-        for (const uint32_t word : Chip::pack_target(frame.targets(i))) append_word(record, word);
+        for (const uint32_t word : Chip::pack_target(frame.targets(i)))
+            Kit::append_word(record, word);
     }
     return record;
 }

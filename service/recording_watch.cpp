@@ -13,6 +13,8 @@
 
 #include "kit/base/errno_text.h"
 #include "kit/base/error.h"
+#include "kit/base/words.h"
+#include "kit/recording/format.h"
 #include "log/ilog.h"
 #include "service/log_tap.h"
 #include "service/recording_name.h"
@@ -24,17 +26,14 @@ namespace {
 constexpr uint32_t kWatched = IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_ONLYDIR;
 constexpr int kWatchAgainMilliseconds = 1000;
 
-/** Where a recorded file counts its frames. Part of the file format, which never changes. */
-constexpr off_t kFrameCounterOffset = 36;
-
 Kit::FileDescriptor open_to_read(std::string const& path) {
     return Kit::FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
 }
 
 uint32_t read_frame_counter(Kit::FileDescriptor const& file) {
-    uint32_t counter = 0;
-    const ssize_t size = pread(file.get(), &counter, sizeof(counter), kFrameCounterOffset);
-    return size == ssize_t{sizeof(counter)} ? counter : 0;
+    std::array<char, 4> counter;
+    const ssize_t size = pread(file.get(), counter.data(), counter.size(), Kit::kFrameCountOffset);
+    return size == ssize_t{counter.size()} ? Kit::read_word({counter.data(), counter.size()}) : 0;
 }
 
 bool report(std::string const& what) {

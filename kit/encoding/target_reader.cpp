@@ -1,9 +1,7 @@
 #include "kit/encoding/target_reader.h"
 
-#include <cstring>
-
+#include "kit/base/words.h"
 #include "kit/encoding/wire_walk.h"
-#include "kit/recording/format.h"
 
 namespace Kit {
 
@@ -16,13 +14,6 @@ constexpr unsigned char kRdotTag = 3 << 3 | 5;
 constexpr unsigned char kThetaTag = 4 << 3 | 5;
 constexpr unsigned char kOptionsTag = 5 << 3 | 0;
 constexpr unsigned char kSnrTag = 6 << 3 | 5;
-
-float read_float(char const* bytes) {
-    const uint32_t bits = read_word({bytes, 4});
-    float value = 0;
-    std::memcpy(&value, &bits, sizeof(value));
-    return value;
-}
 
 /** The float that the field of a tag is; null when it is another field. */
 float* float_of(TargetValues& values, uint32_t tag) {
@@ -49,7 +40,7 @@ bool read_field(WireWalk& walk, TargetValues& values) {
     if (float* const value = float_of(values, tag)) {
         char const* const bytes = walk.place();
         if (!walk.skip(4)) return false;
-        *value = read_float(bytes);
+        *value = read_float({bytes, sizeof(float)});
         return true;
     }
     if (tag != kOptionsTag) return walk.skip_field(tag, kDeepest - 1);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
+#include "kit/encoding/frame_magic.h"
 #include "kit/recording/format.h"
 
 namespace Kit {

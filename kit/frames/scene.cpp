@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "kit/base/input_error.h"
+#include "kit/encoding/frame_magic.h"
 #include "kit/frames/portable_math.h"
 #include "kit/recording/format.h"
 

@@ -9,6 +9,7 @@
 
 #include "kit/base/block_reader.h"
 #include "kit/base/input_error.h"
+#include "kit/base/words.h"
 #include "kit/frames/detection_log.h"
 #include "kit/frames/recording_source.h"
 #include "kit/frames/scene.h"

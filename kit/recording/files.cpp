@@ -13,6 +13,7 @@
 #include "kit/base/block_reader.h"
 #include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
+#include "kit/base/words.h"
 
 namespace Kit {
 

@@ -19,8 +19,6 @@ constexpr uint32_t kRecordTag = 0xFEED0000;
 constexpr size_t kRecordHeaderSize = 8;
 /** A record whose length says more is taken for damage. */
 constexpr uint32_t kLargestPayload = 16 * 1024 * 1024;
-/** First field of every frame. */
-constexpr uint32_t kFrameMagic = 29061378;
 
 /** The header that every recorded file begins with. */
 struct RecordingHeader {
@@ -37,23 +35,17 @@ struct RecordingHeader {
     uint32_t frame_count = 0;
 };
 
-/** The 4 bytes at the front of `bytes`, least significant first. */
-inline uint32_t read_word(std::string_view bytes) {
-    const auto byte = [&](size_t i) -> uint32_t { return static_cast<unsigned char>(bytes[i]); };
-    return byte(0) | byte(1) << 8 | byte(2) << 16 | byte(3) << 24;
-}
-
 /** A magic or a tag as people write it: "0xFEED0007". */
 std::string hexadecimal(uint32_t word);
-
-/** Appends the 4 bytes of `word`, least significant first. */
-void append_word(std::string& bytes, uint32_t word);
 
 /** The header in the first 40 bytes of `bytes`, whatever it says. */
 RecordingHeader read_header(std::string_view bytes);
 
 /** The 40 bytes of a header: read_header() gives back what it says, bit for bit. */
 std::string encode_header(RecordingHeader const& header);
+
+/** The 8 bytes in front of a record's payload of `size` bytes. */
+std::string encode_record_header(uint32_t tag, uint32_t size);
 
 /** Whether `bytes`, 8 or more, begin as a recorded file does. */
 bool begins_recording(std::string_view bytes);

@@ -3,6 +3,9 @@
 #include <optional>
 #include <utility>
 
+#include "kit/base/words.h"
+#include "kit/encoding/frame_magic.h"
+
 namespace Kit {
 
 namespace {
@@ -89,7 +92,7 @@ RecordingScanner::Item RecordingScanner::take_record() {
     }
     const uint32_t found = read_word(head);
     if (!is_record_tag(found) || (records_of_tag_ != 0 && found != tag_)) return refuse_tag(head);
-    const uint32_t length = read_word(head.substr(4));
+    const uint32_t length = read_word(head, 4);
     if (length > kLargestPayload) {
         return lose(FindingKind::kTooLong, "record with a payload of " + decimal(length) +
                                                " bytes, more than " + decimal(kLargestPayload));

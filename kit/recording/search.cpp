@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "kit/base/words.h"
+#include "kit/encoding/frame_magic.h"
 #include "kit/encoding/frame_survey.h"
 #include "kit/recording/format.h"
 
@@ -12,9 +14,6 @@ namespace {
 
 /** How much is looked through at a time: little, because all of it may be looked at again. */
 constexpr size_t kSearchWindow = 4096;
-
-/** The first field of every frame as recorders write it. */
-constexpr std::string_view kFrameStart = "\x08\x82\xE2\xED\x0D";
 
 /**
  * Candidates overlap, so that a file made for it could have the same bytes looked at again and
@@ -33,16 +32,18 @@ size_t find_byte(std::string_view bytes, unsigned char byte, size_t from) {
 
 /** Where a record or a header may begin in `bytes`, or, if nowhere, the last 7 bytes. */
 size_t find_candidate(std::string_view bytes) {
-    // The last byte of a tag, FE, or of the magic, BA, is what to look for.
+    // The last byte of a tag, or of the magic, is what to search for.
+    constexpr unsigned char kLastOfTag = kRecordTag >> 24;
+    constexpr unsigned char kLastOfMagic = kRecordingMagic >> 24;
     const std::string_view lasts = bytes.substr(0, bytes.size() - 4);
-    size_t of_tag = find_byte(lasts, 0xFE, 3);
-    size_t of_magic = find_byte(lasts, 0xBA, 3);
+    size_t of_tag = find_byte(lasts, kLastOfTag, 3);
+    size_t of_magic = find_byte(lasts, kLastOfMagic, 3);
     while (of_tag < lasts.size() || of_magic < lasts.size()) {
         const size_t place = std::min(of_tag, of_magic) - 3;
-        const uint32_t word = read_word(bytes.substr(place));
+        const uint32_t word = read_word(bytes, place);
         if (is_record_tag(word) || word == kRecordingMagic) return place;
         size_t& next = of_tag < of_magic ? of_tag : of_magic;
-        next = find_byte(lasts, of_tag < of_magic ? 0xFE : 0xBA, next + 1);
+        next = find_byte(lasts, of_tag < of_magic ? kLastOfTag : kLastOfMagic, next + 1);
     }
     return bytes.size() - (kRecordHeaderSize - 1);
 }
@@ -51,13 +52,12 @@ size_t find_candidate(std::string_view bytes) {
 
 bool continues_recording(std::string_view rest, uint32_t tag) {
     if (rest.size() < kRecordHeaderSize) {
-        for (size_t i = 0; i < std::min<size_t>(rest.size(), 4); ++i) {
-            if (static_cast<unsigned char>(rest[i]) != (tag >> 8 * i & 0xFF)) return false;
-        }
-        return true;
+        const auto of_tag = bytes_of_word(tag);
+        const size_t size = std::min(rest.size(), of_tag.size());
+        return rest.substr(0, size) == std::string_view(of_tag.data(), size);
     }
     if (begins_recording(rest)) return true;
-    return read_word(rest) == tag && read_word(rest.substr(4)) <= kLargestPayload;
+    return read_word(rest) == tag && read_word(rest, 4) <= kLargestPayload;
 }
 
 void RecordSearch::begin(std::optional<uint32_t> expected_tag, size_t record_size) {
@@ -121,7 +121,7 @@ bool RecordSearch::ends_with_records(std::string_view bytes, uint32_t expected_t
 /** The size of the credible record at the front of `bytes`, 0 when there is none. */
 size_t RecordSearch::record_at(std::string_view bytes, uint32_t expected_tag) {
     if (bytes.size() < kRecordHeaderSize || read_word(bytes) != expected_tag) return 0;
-    const uint32_t length = read_word(bytes.substr(4));
+    const uint32_t length = read_word(bytes, 4);
     if (length > bytes.size() - kRecordHeaderSize) return 0;
     return is_frame(bytes.substr(kRecordHeaderSize, length)) ? kRecordHeaderSize + length : 0;
 }
@@ -137,7 +137,7 @@ RecordSearch::Result RecordSearch::judge(std::optional<uint32_t> expected_tag) {
         return growing_ ? Result::kNotYet : Result::kEnd;
     }
     const uint32_t found = read_word(head);
-    const uint32_t length = read_word(head.substr(4));
+    const uint32_t length = read_word(head, 4);
     if (!is_record_tag(found) || found != expected_tag.value_or(found) ||
         length > kLargestPayload || length < kFrameStart.size() ||
         head.substr(kRecordHeaderSize, kFrameStart.size()) != kFrameStart) {

@@ -1,12 +1,16 @@
 #include "kit/stream/parser.h"
 
-#include <algorithm>
+#include <array>
+
+#include "kit/base/words.h"
+#include "kit/encoding/frame_magic.h"
 
 namespace Kit {
 
 namespace {
 
-constexpr std::string_view kMagicBytes("\x02\x71\xBB\x01", 4);
+constexpr std::array<char, 4> kMagic = bytes_of_word(kFrameMagic);
+constexpr std::string_view kMagicBytes(kMagic.data(), kMagic.size());
 
 std::string hex(std::string_view bytes) {
     constexpr char kDigits[] = "0123456789abcdef";
@@ -33,7 +37,7 @@ void StreamParser::append(std::string_view more) {
 
 std::optional<std::string> StreamParser::next() {
     if (found_ || !magic_is_right() || pending() < kStreamHeaderSize) return std::nullopt;
-    const uint32_t length = read_le32(bytes_.data() + begin_ + 4);
+    const uint32_t length = read_word(bytes_, begin_ + 4);
     if (!length_is_right(length)) return std::nullopt;
     const size_t size = kStreamHeaderSize + length;
     if (pending() < size) return std::nullopt;

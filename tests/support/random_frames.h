@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <random>
 
+#include "kit/encoding/frame_magic.h"
 #include "radar_objects/radar_objects.pb.h"
 
 namespace test_support {
@@ -24,7 +25,7 @@ private:
 /** A frame as radars produce them, of up to `most` targets, in which many a field is zero. */
 inline RO::RadarObjects random_frame(Random& random, uint32_t most) {
     RO::RadarObjects frame;
-    frame.set_magic(29061378);
+    frame.set_magic(Kit::kFrameMagic);
     frame.set_timestamp(static_cast<uint64_t>(random()) << random.below(33));
     for (uint32_t i = random.below(most + 1); i > 0; --i) {
         RO::TargetData& target = *frame.add_targets();

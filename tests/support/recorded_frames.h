@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/encoding/frame_magic.h"
 #include "tests/support/recording_bytes.h"
 
 namespace tools_test {
@@ -20,7 +21,7 @@ struct Target {
 /** The encoding of a frame. */
 inline std::string frame(uint64_t timestamp, std::vector<Target> const& targets) {
     RO::RadarObjects message;
-    message.set_magic(29061378);
+    message.set_magic(Kit::kFrameMagic);
     message.set_timestamp(timestamp);
     for (Target const& target : targets) {
         RO::TargetData& data = *message.add_targets();

@@ -3,27 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <sstream>
+#include <string_view>
 
+#include "kit/base/words.h"
+#include "kit/encoding/frame_magic.h"
+#include "kit/recording/format.h"
 #include "tests/support/private_paths.h"
 
 namespace service_test {
 
 namespace {
 
-constexpr uint32_t kFrameMagic = 29061378;
-constexpr uint32_t kFileMagic = 0xBADABADA;
-constexpr size_t kFileHeaderSize = 40;
-constexpr size_t kFrameCounterOffset = 36;
-constexpr size_t kRecordHeaderSize = 8;
-
-uint32_t word_at(std::string const& bytes, size_t offset) {
-    uint32_t word = 0;
-    for (size_t i = 0; i < 4; ++i) {
-        word |= uint32_t{static_cast<unsigned char>(bytes[offset + i])} << (8 * i);
-    }
-    return word;
+uint32_t word_at(std::string_view bytes, size_t offset) {
+    return Kit::read_word(bytes, offset);
 }
 
 /** Names end in DDMMYY_HHMMSS_mmm: what sorts as text within one year sorts by time. */
@@ -36,7 +29,7 @@ std::string sort_key(std::string const& name, size_t prefix_size) {
 
 RO::RadarObjects frame_at(uint64_t timestamp_us, int targets) {
     RO::RadarObjects frame;
-    frame.set_magic(kFrameMagic);
+    frame.set_magic(Kit::kFrameMagic);
     frame.set_timestamp(timestamp_us);
     for (int i = 0; i < targets; ++i) {
         RO::TargetData& target = *frame.add_targets();
@@ -82,18 +75,18 @@ std::vector<RO::RadarObjects> Recording::frames() const {
 Recording read_recording(std::string const& path) {
     const std::string bytes = test_support::read_file(path);
     Recording recording;
-    if (bytes.size() < kFileHeaderSize || word_at(bytes, 0) != kFileMagic) {
+    if (bytes.size() < Kit::kRecordingHeaderSize || word_at(bytes, 0) != Kit::kRecordingMagic) {
         ADD_FAILURE() << path << " has no header";
         return recording;
     }
-    recording.frame_counter = word_at(bytes, kFrameCounterOffset);
-    size_t offset = kFileHeaderSize;
-    while (bytes.size() - offset >= kRecordHeaderSize) {
+    recording.frame_counter = word_at(bytes, Kit::kFrameCountOffset);
+    size_t offset = Kit::kRecordingHeaderSize;
+    while (bytes.size() - offset >= Kit::kRecordHeaderSize) {
         const uint32_t length = word_at(bytes, offset + 4);
-        if (bytes.size() - offset - kRecordHeaderSize < length) break;
+        if (bytes.size() - offset - Kit::kRecordHeaderSize < length) break;
         recording.records.emplace_back(word_at(bytes, offset),
-                                       bytes.substr(offset + kRecordHeaderSize, length));
-        offset += kRecordHeaderSize + length;
+                                       bytes.substr(offset + Kit::kRecordHeaderSize, length));
+        offset += Kit::kRecordHeaderSize + length;
     }
     recording.rest = bytes.substr(offset);
     return recording;

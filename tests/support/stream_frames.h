@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 
+#include "kit/encoding/frame_magic.h"
 #include "kit/stream/format.h"
 #include "radar_objects/radar_objects.pb.h"
 
@@ -13,7 +14,7 @@ namespace stream_test {
 /** The encoding of a frame with this timestamp and number of targets. */
 inline std::string payload(uint64_t timestamp, int targets = 2) {
     RO::RadarObjects objects;
-    objects.set_magic(Kit::kStreamMagic);
+    objects.set_magic(Kit::kFrameMagic);
     objects.set_timestamp(timestamp);
     for (int i = 0; i < targets; ++i) objects.add_targets()->set_r(static_cast<float>(i + 1));
     return objects.SerializeAsString();

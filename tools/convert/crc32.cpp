@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-#include "kit/recording/format.h"
+#include "kit/base/words.h"
 
 namespace Tools {
 
@@ -39,7 +39,7 @@ constexpr std::array<Table, kStep> kTables = make_tables();
 void Crc32::add(std::string_view bytes) {
     while (bytes.size() >= kStep) {
         const uint32_t low = state_ ^ Kit::read_word(bytes);
-        const uint32_t high = Kit::read_word(bytes.substr(4));
+        const uint32_t high = Kit::read_word(bytes, 4);
         state_ = 0;
         for (unsigned i = 0; i < 4; ++i) {
             state_ ^= kTables[7 - i][low >> 8 * i & 0xFF] ^ kTables[3 - i][high >> 8 * i & 0xFF];

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "kit/base/words.h"
+
 namespace Tools {
 
 /** Bytes of an MCAP file: integers least significant byte first, and what has a length in front. */
@@ -12,10 +14,10 @@ class McapBytes {
 public:
     using Texts = std::map<std::string, std::string>;
 
-    void add_u8(uint8_t value) { add_number(value, 1); }
-    void add_u16(uint16_t value) { add_number(value, 2); }
-    void add_u32(uint32_t value) { add_number(value, 4); }
-    void add_u64(uint64_t value) { add_number(value, 8); }
+    void add_u8(uint8_t value) { bytes_ += static_cast<char>(value); }
+    void add_u16(uint16_t value) { Kit::append_word16(bytes_, value); }
+    void add_u32(uint32_t value) { Kit::append_word(bytes_, value); }
+    void add_u64(uint64_t value) { Kit::append_word64(bytes_, value); }
 
     void add(std::string_view more) { bytes_ += more; }
 
@@ -40,10 +42,6 @@ public:
     void clear() { bytes_.clear(); }
 
 private:
-    void add_number(uint64_t value, int width) {
-        for (int i = 0; i < width; ++i) bytes_ += static_cast<char>(value >> 8 * i & 0xFF);
-    }
-
     std::string bytes_;
 };
 

@@ -1,5 +1,6 @@
 #include "tools/output/recording.h"
 
+#include "kit/base/words.h"
 #include "kit/recording/name.h"
 
 namespace Tools {
@@ -21,10 +22,7 @@ RecordingOutput::RecordingOutput(std::string const& path, bool force, Kit::Recor
 }
 
 void RecordingOutput::add(uint32_t tag, std::string_view payload) {
-    std::string head;
-    Kit::append_word(head, tag);
-    Kit::append_word(head, static_cast<uint32_t>(payload.size()));
-    file_.write(head);
+    file_.write(Kit::encode_record_header(tag, static_cast<uint32_t>(payload.size())));
     file_.write(payload);
     ++count_;
 }

@@ -13,10 +13,6 @@ TEST(StreamFormatTest, AFrameIsMagicLengthAndPayloadLittleEndian) {
               "\x02\x71\xBB\x01\x05\x00\x00\x00\x08\x82\xE2\xED\x0D"s);
 }
 
-TEST(StreamFormatTest, IntegersAreReadLeastSignificantByteFirst) {
-    EXPECT_EQ(Kit::read_le32("\xF1\x02\x03\x84"), 0x840302F1U);
-}
-
 TEST(StreamFormatTest, AFrameIsAStreamFrame) {
     EXPECT_TRUE(Kit::is_stream_frame(stream_test::frame(1)));
 }

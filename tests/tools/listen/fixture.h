@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "kit/stream/format.h"
+#include "kit/encoding/frame_magic.h"
 #include "kit/stream/relay.h"
 #include "radar_objects/radar_objects.pb.h"
 #include "tests/support/private_paths.h"
@@ -44,7 +44,7 @@ protected:
     /** Publishes a frame with one target at `range`. */
     void publish(uint64_t timestamp, float range = 2.5F, float speed = -0.75F) const {
         RO::RadarObjects frame;
-        frame.set_magic(Kit::kStreamMagic);
+        frame.set_magic(Kit::kFrameMagic);
         frame.set_timestamp(timestamp);
         frame.add_targets()->set_r(range);
         frame.mutable_targets(0)->set_rdot(speed);

@@ -5,6 +5,7 @@
 
 #include <csignal>
 
+#include "kit/encoding/frame_magic.h"
 #include "kit/stream/listening_socket.h"
 #include "tests/tools/listen/fixture.h"
 
@@ -202,7 +203,7 @@ protected:
 
     static std::string frame() {
         RO::RadarObjects objects;
-        objects.set_magic(Kit::kStreamMagic);
+        objects.set_magic(Kit::kFrameMagic);
         objects.set_timestamp(1001);
         return Kit::stream_frame(objects.SerializeAsString());
     }
