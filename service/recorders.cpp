@@ -37,7 +37,7 @@ constexpr std::chrono::milliseconds kLastPatience(2000);
 constexpr uint64_t kMostQueuedFrames = 8192;
 constexpr uint64_t kFramesBetweenLooks = 256;
 
-std::string directory_of(int location) {
+std::string directory_at(int location) {
     return location == 1 ? "/var/spool/storage/SD_DISK" : "/tmp";
 }
 
@@ -91,7 +91,7 @@ void Recorders::find_places(Settings const& settings) {
         recorders_[kind].place = std::move(place);
         recorders_[kind].enabled = settings.value(key, absent) == 1;
     };
-    const auto directory = [&](char const* key) { return directory_of(settings.value(key, 0)); };
+    const auto directory = [&](char const* key) { return directory_at(settings.value(key, 0)); };
     set(kObjects, "objects", {directory("FileWriterLocation"), "radar"}, "FileWriterEnabled", 1);
     set(kRaw, "raw", {directory("DataFileWriterLocation"), "raw"}, "DataFileWriterEnabled", 0);
     set(kDiagnostics, "diagnostics", {kDiagnosticsDirectory, "radar"},

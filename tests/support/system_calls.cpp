@@ -66,6 +66,11 @@ ssize_t real_writev(int fd, iovec const* pieces, int count) {
     return real(fd, pieces, count);
 }
 
+ssize_t real_pwrite(int fd, void const* bytes, size_t size, off64_t offset) {
+    static auto* const real = next<ssize_t(int, void const*, size_t, off64_t)>("pwrite64");
+    return real(fd, bytes, size, offset);
+}
+
 off64_t real_lseek(int fd, off64_t offset, int whence) {
     static auto* const real = next<off64_t(int, off64_t, int)>("lseek64");
     return real(fd, offset, whence);
@@ -168,6 +173,11 @@ ssize_t writev(int fd, iovec const* pieces, int count) {
     return real_writev(fd, pieces, count);
 }
 
+ssize_t pwrite(int fd, void const* bytes, size_t size, off_t offset) {
+    PETRELRADAR_DOUBLE(pwrite, fd, bytes, size, offset);
+    return real_pwrite(fd, bytes, size, offset);
+}
+
 off64_t lseek64(int fd, off64_t offset, int whence) noexcept {
     PETRELRADAR_DOUBLE(lseek, fd, offset, whence);
     return real_lseek(fd, offset, whence);
@@ -183,9 +193,28 @@ int rename(char const* from, char const* to) noexcept {
     return real_rename(from, to);
 }
 
+int renameat2(int from_directory, char const* from, int to_directory, char const* to,
+              unsigned flags) noexcept {
+    PETRELRADAR_DOUBLE(renameat2, from, to, flags);
+    static auto* const real = next<int(int, char const*, int, char const*, unsigned)>("renameat2");
+    return real(from_directory, from, to_directory, to, flags);
+}
+
 int unlink(char const* path) noexcept {
     PETRELRADAR_DOUBLE(unlink, path);
     return real_unlink(path);
+}
+
+int fchown(int fd, uid_t user, gid_t group) noexcept {
+    PETRELRADAR_DOUBLE(fchown, fd, user, group);
+    static auto* const real = next<int(int, uid_t, gid_t)>("fchown");
+    return real(fd, user, group);
+}
+
+int fchmod(int fd, mode_t mode) noexcept {
+    PETRELRADAR_DOUBLE(fchmod, fd, mode);
+    static auto* const real = next<int(int, mode_t)>("fchmod");
+    return real(fd, mode);
 }
 
 int stat(char const* path, struct stat* status) noexcept {

@@ -52,7 +52,7 @@ TEST_P(VerbWithOutputTest, AFileThatIsThereStays) {
     const Outcome outcome = run(command(GetParam(), kPath));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "petrelradar " + GetParam().name + ": " + obstacle_ +
-                               ": is there; --force replaces it\n");
+                               ": already exists (use --force to overwrite)\n");
     EXPECT_EQ(read_file(obstacle_), "dear");
 }
 

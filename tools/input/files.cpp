@@ -8,8 +8,8 @@
 #include <tuple>
 #include <utility>
 
+#include "kit/base/directory_of.h"
 #include "kit/base/input_error.h"
-#include "tools/cli/directory_of.h"
 #include "tools/cli/message_text.h"
 
 namespace Tools {
@@ -59,7 +59,7 @@ SourceFiles::SourceFiles(std::string const& path, std::string const& recorder, b
     : found_(Kit::list_recordings(path)), following_(follow) {
     std::error_code ignored;
     directory_given_ = fs::is_directory(path, ignored);
-    directory_ = directory_given_ ? path : directory_of(path);
+    directory_ = directory_given_ ? path : Kit::directory_of(path);
     if (directory_given_) choose_recorder(path, recorder);
     for (Kit::RecordingFile const& file : found_) {
         size_ += file.size;

@@ -34,8 +34,9 @@ public:
      * path names the whole old file or the whole new one. Before that, the library's own
      * Radar::Configuration has to find in it exactly the values that are meant.
      *
-     * @throws Kit::InputError with the path and the reason, for instance that somebody else has
-     *         changed the file meanwhile; then it is as it was.
+     * @throws Kit::Error with the path and the reason, for instance that somebody else has changed
+     *         the file meanwhile; then it is as it was, unless the message says that it was
+     *         written, but not flushed to storage.
      */
     void save() const;
 

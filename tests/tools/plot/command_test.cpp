@@ -70,7 +70,8 @@ TEST_F(PlotTest, AFileThatIsThereIsNotReplaced) {
     test_support::write_file("/tmp/p.svg", "precious");
     const Outcome outcome = plot({"-o", "/tmp/p.svg"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err, "petrelradar plot: /tmp/p.svg: is there; --force replaces it\n");
+    EXPECT_EQ(outcome.err,
+              "petrelradar plot: /tmp/p.svg: already exists (use --force to overwrite)\n");
     EXPECT_EQ(test_support::read_file("/tmp/p.svg"), "precious");
 }
 

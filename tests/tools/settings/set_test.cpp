@@ -118,22 +118,18 @@ protected:
 };
 
 TEST_F(SettingsFailureTest, ACardThatIsFull) {
-    calls_.write = [](int fd, void const* bytes, size_t size) {
-        if (fd <= 2) return test_support::real_write(fd, bytes, size);
-        errno = ENOSPC;
-        return ssize_t{-1};
-    };
-    expect_failure("cannot be written: No space left on device");
+    calls_.pwrite = fails_with(ENOSPC);
+    expect_failure("No space left on device");
 }
 
 TEST_F(SettingsFailureTest, AFlushThatFails) {
     calls_.fsync = fails_with(EIO);
-    expect_failure("cannot be written: Input/output error");
+    expect_failure("Input/output error");
 }
 
 TEST_F(SettingsFailureTest, ARenameThatFails) {
     calls_.rename = fails_with(EBUSY);
-    expect_failure("cannot be replaced: Device or resource busy");
+    expect_failure("Device or resource busy");
 }
 
 TEST_F(SettingsFailureTest, ATextThatDoesNotReadBack) {
@@ -154,8 +150,8 @@ TEST_F(SettingsFailureTest, AChangeBySomebodyElseMeanwhile) {
 }
 
 TEST_F(SettingsFailureTest, AWriteInPiecesIsStillWhole) {
-    calls_.write = [](int fd, void const* bytes, size_t size) {
-        return test_support::real_write(fd, bytes, std::min<size_t>(size, 3));
+    calls_.pwrite = [](int fd, void const* bytes, size_t size, off64_t offset) {
+        return test_support::real_pwrite(fd, bytes, std::min<size_t>(size, 3), offset);
     };
     EXPECT_EQ(run_on(kFile, {"set", "TargetLimit=6"}).status, 0);
     EXPECT_EQ(read_file(kFile), "[Radar]\nTargetLimit=6\n");
@@ -163,8 +159,7 @@ TEST_F(SettingsFailureTest, AWriteInPiecesIsStillWhole) {
 
 TEST_F(SettingsFailureTest, ADirectoryThatIsMissing) {
     EXPECT_EQ(run_on("/tmp/no/radar.conf", {"set", "TargetLimit=6"}).err,
-              "petrelradar settings set: /tmp/no/radar.conf: no file can be made in its "
-              "directory: No such file or directory\n");
+              "petrelradar settings set: /tmp/no/radar.conf: No such file or directory\n");
 }
 
 TEST_F(SettingsFailureTest, TheLibraryLogsNothingOfItsOwn) {
