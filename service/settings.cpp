@@ -1,15 +1,14 @@
 #include "service/settings.h"
 
-#include <glib.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <memory>
 
 #include "config/configuration.h"
 #include "kit/base/errno_text.h"
+#include "kit/base/glib_pointers.h"
 #include "kit/base/input_error.h"
 
 namespace Service {
@@ -36,18 +35,10 @@ constexpr std::array<char const*, 13> kRecorderKeys = {
     "DiagnosticFileWriterEnabled",
 };
 
-struct KeyFileDeleter {
-    void operator()(GKeyFile* file) const { g_key_file_free(file); }
-};
-struct KeysDeleter {
-    void operator()(gchar** keys) const { g_strfreev(keys); }
-};
-
 /** Throws with GLib's message when `error` is set. */
 void refuse_if(GError* error, std::string const& file) {
     if (error == nullptr) return;
-    std::string message = error->message;
-    g_error_free(error);
+    std::string message = Kit::GLibErrorPointer(error)->message;
     std::replace(message.begin(), message.end(), '\n', ' ');
     throw Kit::InputError(file + ": " + message);
 }
@@ -64,15 +55,14 @@ void check_kind(std::string const& file) {
 /** Looks at the whole file before the settings store does, which leaves out what it cannot read. */
 void check_file(std::string const& file) {
     check_kind(file);
-    const std::unique_ptr<GKeyFile, KeyFileDeleter> keys(g_key_file_new());
+    const Kit::KeyFilePointer keys(g_key_file_new());
     GError* error = nullptr;
     g_key_file_load_from_file(keys.get(), file.c_str(), G_KEY_FILE_NONE, &error);
     refuse_if(error, file);
     if (g_key_file_has_group(keys.get(), kGroup) == FALSE) return;
 
     gsize count = 0;
-    const std::unique_ptr<gchar*, KeysDeleter> names(
-        g_key_file_get_keys(keys.get(), kGroup, &count, &error));
+    const Kit::TextListPointer names(g_key_file_get_keys(keys.get(), kGroup, &count, &error));
     refuse_if(error, file);
     for (gsize i = 0; i < count; ++i) {
         g_key_file_get_integer(keys.get(), kGroup, names.get()[i], &error);

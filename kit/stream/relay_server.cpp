@@ -12,8 +12,8 @@
 
 #include "kit/base/errno_text.h"
 #include "kit/base/error.h"
+#include "kit/base/signals_blocked.h"
 #include "kit/stream/format.h"
-#include "kit/stream/signals_blocked.h"
 #include "log/ilog.h"
 
 namespace Kit {

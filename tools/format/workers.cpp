@@ -1,34 +1,15 @@
 #include "tools/format/workers.h"
 
-#include <csignal>
 #include <system_error>
 #include <utility>
 
+#include "kit/base/signals_blocked.h"
+
 namespace Tools {
-
-namespace {
-
-/** While the object lives, threads are started that leave signals to the others. */
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_BLOCK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(SignalsBlocked const&) = delete;
-    SignalsBlocked& operator=(SignalsBlocked const&) = delete;
-
-private:
-    sigset_t before_ = {};
-};
-
-}  // namespace
 
 FormWorkers::FormWorkers(unsigned threads, MakeForm const& make_form, Write write)
     : write_(std::move(write)), collecting_(std::make_shared<Job>()) {
-    const SignalsBlocked blocked;
+    const Kit::SignalsBlocked blocked;
     for (unsigned i = 0; i < threads; ++i) {
         forms_.push_back(make_form());
         try {

@@ -1,13 +1,12 @@
 #include "tools/settings/text.h"
 
-#include <glib.h>
-
 #include <algorithm>
 #include <map>
 #include <memory>
 #include <set>
 #include <utility>
 
+#include "kit/base/glib_pointers.h"
 #include "kit/base/input_error.h"
 #include "tools/cli/message_text.h"
 
@@ -18,21 +17,9 @@ namespace {
 constexpr char kGroup[] = "Radar";
 constexpr char kBlanks[] = " \t\f\v\r\n";
 
-struct KeyFileDeleter {
-    void operator()(GKeyFile* file) const { g_key_file_free(file); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, KeyFileDeleter>;
-
-struct KeyListDeleter {
-    void operator()(gchar** keys) const { g_strfreev(keys); }
-};
-using KeyList = std::unique_ptr<gchar*, KeyListDeleter>;
-
 /** GLib's text for an error, in one line; frees the error. */
 std::string take_message(GError* error) {
-    const std::string message = printable(error->message);
-    g_error_free(error);
-    return message;
+    return printable(Kit::GLibErrorPointer(error)->message);
 }
 
 /** Without blanks at either end. */
@@ -123,14 +110,14 @@ void SettingsText::take_line(std::string_view text, bool is_in_radar_group) {
 void SettingsText::take_values() {
     table_.clear();
     what_is_wrong_.clear();
-    const KeyFile file(g_key_file_new());
+    const Kit::KeyFilePointer file(g_key_file_new());
     const std::string whole = text();
     GError* error = nullptr;
     g_key_file_load_from_data(file.get(), whole.data(), whole.size(), G_KEY_FILE_NONE, &error);
     if (error != nullptr) throw Kit::InputError(printable(name_) + ": " + take_message(error));
     if (g_key_file_has_group(file.get(), kGroup) == FALSE) return;
 
-    const KeyList keys(g_key_file_get_keys(file.get(), kGroup, nullptr, nullptr));
+    const Kit::TextListPointer keys(g_key_file_get_keys(file.get(), kGroup, nullptr, nullptr));
     for (gchar** key = keys.get(); *key != nullptr; ++key) {
         const int number = g_key_file_get_integer(file.get(), kGroup, *key, &error);
         if (error != nullptr) {
