@@ -15,9 +15,9 @@
 #include "kit/base/error.h"
 #include "kit/base/words.h"
 #include "kit/recording/format.h"
+#include "kit/recording/name.h"
 #include "log/ilog.h"
 #include "service/log_tap.h"
-#include "service/recording_name.h"
 
 namespace Service {
 
@@ -49,7 +49,7 @@ bool flush_directory(std::string const& path) {
 }
 
 bool flush(Kit::FileDescriptor const& file, std::string const& path, std::string const& directory) {
-    const std::string name = path.substr(0, path.size() - kCompletedSuffix.size());
+    const std::string name = path.substr(0, path.size() - Kit::kCompletedSuffix.size());
     const bool lost = LogTap::instance().take_failed_flush(name);
     if (fsync(file.get()) != 0) return report("Failed to fsync " + path);
     return flush_directory(directory) && !lost;
@@ -94,7 +94,8 @@ RecordedFiles RecordingWatch::files(size_t index) const {
     if (files.current.empty()) return files;
     Kit::FileDescriptor current = open_to_read(files.current);
     // It may have been completed without that being noticed yet.
-    if (!current.valid()) current = open_to_read(files.current + std::string(kCompletedSuffix));
+    if (!current.valid())
+        current = open_to_read(files.current + std::string(Kit::kCompletedSuffix));
     if (current.valid()) files.frames += read_frame_counter(current);
     return files;
 }
@@ -140,9 +141,9 @@ void RecordingWatch::handle(int watch, uint32_t mask, std::string const& name) {
             catch_up(place);
             continue;
         }
-        if (place.watch != watch || !is_recording_name(name, place.where.prefix)) continue;
+        if (place.watch != watch || !Kit::is_recording_name(name, place.where.prefix)) continue;
         const std::string path = place.where.directory + "/" + name;
-        const bool completed = is_completed_name(name);
+        const bool completed = Kit::is_completed_name(name);
         if ((mask & IN_CREATE) != 0 && !completed) set_current(place, path);
         if ((mask & IN_DELETE) != 0 && place.files.current == path) set_current(place, "");
         if ((mask & IN_MOVED_TO) != 0 && completed) complete(place, path);
@@ -172,7 +173,8 @@ void RecordingWatch::complete(Place& place, std::string const& path) {
     if (!flushed && !deleted) ++place.files.flush_failures;
     if (file.valid()) place.files.frames += read_frame_counter(file);
     place.files.last_completed = path;
-    if (place.files.current + std::string(kCompletedSuffix) == path) place.files.current.clear();
+    if (place.files.current + std::string(Kit::kCompletedSuffix) == path)
+        place.files.current.clear();
 }
 
 /** Notices a directory that was made anew, or that another medium was mounted on. */
@@ -194,9 +196,9 @@ void RecordingWatch::catch_up(Place& place) {
     std::string unfinished;
     for (auto const& entry : std::filesystem::directory_iterator(place.where.directory, none)) {
         const std::string name = entry.path().filename();
-        if (!is_recording_name(name, place.where.prefix)) continue;
+        if (!Kit::is_recording_name(name, place.where.prefix)) continue;
         if (is_before(modified(entry.path()), place.newest)) continue;
-        if (!is_completed_name(name)) {
+        if (!Kit::is_completed_name(name)) {
             unfinished = entry.path();
         } else if (entry.path() != place.files.last_completed) {
             missed.push_back(entry.path());

@@ -26,12 +26,12 @@ bool lacks_end(FindingKind kind) {
 
 /** The path of a file that the recorder may have completed since it was listed. */
 std::string current_path(std::string const& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(path, ignored) ? path : path + ".data";
+    std::error_code ignored;  // what cannot be examined cannot be opened, which is reported
+    return std::filesystem::exists(path, ignored) ? path : path + std::string(kCompletedSuffix);
 }
 
 bool is_directory(std::string const& path) {
-    std::error_code ignored;
+    std::error_code ignored;  // as above
     return std::filesystem::is_directory(path, ignored);
 }
 

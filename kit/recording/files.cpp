@@ -21,10 +21,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** What kind of file is at `path`, and how large it is; nothing of that when there is none. */
+/** Kind and size of the file at `path`; no kind where it cannot be examined. */
 struct stat status_of(std::string const& path) {
     struct stat status = {};
-    if (stat(path.c_str(), &status) != 0) status = {};
+    if (stat(path.c_str(), &status) != 0) status = {};  // to open it fails, too, with the reason
     return status;
 }
 
@@ -40,8 +40,9 @@ void examine_first_bytes(std::string_view bytes, RecordingFile& file) {
 
 /** The regular file at `path`, if it is a recorded file; if it has just been completed, as that. */
 std::optional<RecordingFile> find_recording(std::string path) {
-    std::error_code ignored;
-    if (!fs::exists(path, ignored) && fs::exists(path + ".data", ignored)) path += ".data";
+    std::error_code ignored;  // what cannot be examined is not at that path
+    const std::string completed = path + std::string(kCompletedSuffix);
+    if (!fs::exists(path, ignored) && fs::exists(completed, ignored)) path = completed;
     if (!S_ISREG(status_of(path).st_mode)) return std::nullopt;
     RecordingFile file = examine_recording(path);
     if (!file.name && !file.header) return std::nullopt;

@@ -4,11 +4,12 @@
 #include <cstdio>
 #include <ctime>
 
+#include "kit/base/text_parts.h"
+
 namespace Kit {
 
 namespace {
 
-constexpr std::string_view kCompleted = ".data";
 /** How a recorder's name ends, with a 0 for every digit. */
 constexpr std::string_view kNameEnd = "_000000_000000_000";
 
@@ -16,49 +17,22 @@ bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/** Takes fixed parts off the front of a name. */
-class Parts {
-public:
-    explicit Parts(std::string_view text) : rest(text) {}
+/** Years since 2000: two digits, three from 2100 on, a minus and one or two before 2000. */
+bool parse_year(TextParts& parts, int& year) {
+    const size_t size = parts.rest().find('_');
+    if (size == std::string_view::npos || size < 2 || size > 3) return false;
+    const bool is_before = parts.character('-');
+    if (!parts.number(is_before ? size - 1 : size, 0, 999, year)) return false;
+    year = is_before ? 2000 - year : 2000 + year;
+    return true;
+}
 
-    bool underscore() {
-        if (rest.empty() || rest.front() != '_') return false;
-        rest.remove_prefix(1);
-        return true;
-    }
-
-    /** A number of `digits` digits that is `low` to `high`. */
-    bool number(size_t digits, int low, int high, int& value) {
-        if (rest.size() < digits) return false;
-        value = 0;
-        for (const char c : rest.substr(0, digits)) {
-            if (!is_digit(c)) return false;
-            value = 10 * value + (c - '0');
-        }
-        rest.remove_prefix(digits);
-        return value >= low && value <= high;
-    }
-
-    /** Years since 2000: two digits, three from 2100 on, a minus and one or two before 2000. */
-    bool year(int& value) {
-        const size_t end = rest.find('_');
-        if (end == std::string_view::npos || end < 2 || end > 3) return false;
-        const bool before = rest.front() == '-';
-        if (before) rest.remove_prefix(1);
-        if (!number(before ? end - 1 : end, 0, 999, value)) return false;
-        value = before ? 2000 - value : 2000 + value;
-        return true;
-    }
-
-    std::string_view rest;
-};
-
-bool parse_time(Parts& parts, RecordingName& name) {
-    return parts.underscore() && parts.number(2, 1, 31, name.day) &&
-           parts.number(2, 1, 12, name.month) && parts.year(name.year) && parts.underscore() &&
-           parts.number(2, 0, 23, name.hour) && parts.number(2, 0, 59, name.minute) &&
-           parts.number(2, 0, 60, name.second) && parts.underscore() &&
-           parts.number(3, 0, 999, name.millisecond);
+bool parse_time(TextParts& parts, RecordingName& name) {
+    return parts.character('_') && parts.number(2, 1, 31, name.day) &&
+           parts.number(2, 1, 12, name.month) && parse_year(parts, name.year) &&
+           parts.character('_') && parts.number(2, 0, 23, name.hour) &&
+           parts.number(2, 0, 59, name.minute) && parts.number(2, 0, 60, name.second) &&
+           parts.character('_') && parts.number(3, 0, 999, name.millisecond);
 }
 
 /** Whether `text` can be the end of a name that a recorder gave. */
@@ -87,18 +61,27 @@ std::tm time_in(RecordingName const& name) {
 
 std::optional<RecordingName> parse_recording_name(std::string_view file_name) {
     RecordingName name;
-    name.complete = file_name.size() >= kCompleted.size() &&
-                    file_name.substr(file_name.size() - kCompleted.size()) == kCompleted;
-    if (name.complete) file_name.remove_suffix(kCompleted.size());
+    name.complete = is_completed_name(file_name);
+    if (name.complete) file_name.remove_suffix(kCompletedSuffix.size());
     for (size_t place = file_name.find('_'); place != std::string_view::npos;
          place = file_name.find('_', place + 1)) {
-        Parts parts(file_name.substr(place));
-        if (!parse_time(parts, name) || !can_be_surplus(parts.rest)) continue;
+        TextParts parts(file_name.substr(place));
+        if (!parse_time(parts, name) || !can_be_surplus(parts.rest())) continue;
         name.prefix = file_name.substr(0, place);
-        name.surplus = parts.rest;
+        name.surplus = parts.rest();
         return name;
     }
     return std::nullopt;
+}
+
+bool is_completed_name(std::string_view file_name) {
+    return file_name.size() > kCompletedSuffix.size() &&
+           file_name.substr(file_name.size() - kCompletedSuffix.size()) == kCompletedSuffix;
+}
+
+bool is_recording_name(std::string_view file_name, std::string_view prefix) {
+    const std::optional<RecordingName> name = parse_recording_name(file_name);
+    return name && name->prefix == prefix;
 }
 
 std::string text_of(RecordingName const& name) {
@@ -110,7 +93,7 @@ std::string text_of(RecordingName const& name) {
     std::snprintf(time.data(), time.size(), "%02d%02d%02d_%03d", name.hour, name.minute,
                   name.second, name.millisecond);
     text += time.data() + name.surplus;
-    return name.complete ? text.append(kCompleted) : text;
+    return name.complete ? text.append(kCompletedSuffix) : text;
 }
 
 RecordingName name_of_time(std::string const& prefix, int64_t seconds, int millisecond) {

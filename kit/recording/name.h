@@ -7,9 +7,12 @@
 
 namespace Kit {
 
+/** The end of a complete file's name. Stands on storage media and never changes. */
+constexpr std::string_view kCompletedSuffix = ".data";
+
 /**
  * The name that a recorder gives to a file: prefix_DDMMYY_HHMMSS_mmm, the local time at which the
- * file was begun, and ".data" behind it once the file is complete.
+ * file was begun, and kCompletedSuffix after it once the file is complete.
  */
 struct RecordingName {
     std::string prefix;
@@ -21,17 +24,23 @@ struct RecordingName {
     int second = 0;
     int millisecond = 0;
     /**
-     * What a recorder left of an earlier, longer name, when it changed to a directory with a
-     * shorter path: the end of that name. Mostly empty.
+     * The end of an earlier, longer name, which a recorder keeps when it changes to a directory
+     * with a shorter path. Usually empty.
      */
     std::string surplus;
     bool complete = false;
 };
 
-/** Takes a file's name, without its directory, apart; none when no recorder gives such a name. */
+/** Whether a file of this name is complete, so that no recorder writes it any more. */
+bool is_completed_name(std::string_view file_name);
+
+/** Whether the recorder with this prefix gives such a name, to a complete file or another. */
+bool is_recording_name(std::string_view file_name, std::string_view prefix);
+
+/** Parses a file's name, without its directory; none when no recorder gives such a name. */
 std::optional<RecordingName> parse_recording_name(std::string_view file_name);
 
-/** The name as a recorder writes it, without a directory. parse_recording_name() takes it back. */
+/** The name as a recorder writes it, without a directory. parse_recording_name() reverses it. */
 std::string text_of(RecordingName const& name);
 
 /**

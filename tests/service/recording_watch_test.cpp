@@ -11,7 +11,6 @@
 #include "filewriter/data_file_writer.h"
 #include "kit/base/error.h"
 #include "service/log_tap.h"
-#include "service/recording_name.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/system_calls.h"
@@ -209,25 +208,6 @@ TEST_F(RecordingWatchTest, AnotherMediumInPlaceOfTheDirectoryIsNoticed) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     EXPECT_EQ(watch_->files(0).flushed, 1U);
-}
-
-TEST(RecordingNameTest, ANameHasPrefixDateTimeAndMilliseconds) {
-    EXPECT_TRUE(Service::is_recording_name("radar_150525_093007_042", "radar"));
-    EXPECT_TRUE(Service::is_recording_name("radar_150525_093007_042.data", "radar"));
-}
-
-TEST(RecordingNameTest, OtherNamesAreToldApart) {
-    for (char const* const name :
-         {"", "radar", "radar_", "radar_150525_093007_04", "radar_150525-093007_042",
-          "radar_15a525_093007_042", "raw_150525_093007_042", "xradar_150525_093007_042"}) {
-        EXPECT_FALSE(Service::is_recording_name(name, "radar")) << name;
-    }
-}
-
-TEST(RecordingNameTest, ACompletedFileEndsInData) {
-    EXPECT_TRUE(Service::is_completed_name("radar_150525_093007_042.data"));
-    EXPECT_FALSE(Service::is_completed_name("radar_150525_093007_042"));
-    EXPECT_FALSE(Service::is_completed_name(".data"));
 }
 
 }  // namespace

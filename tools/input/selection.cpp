@@ -2,11 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <ctime>
 #include <string_view>
 
+#include "kit/base/text_parts.h"
 #include "tools/cli/usage_error.h"
 
 namespace Tools {
@@ -18,47 +18,15 @@ constexpr uint64_t kSecond = 1000000;
 /** Whole numbers from here on are us; as seconds they would be later than the year 5000. */
 constexpr uint64_t kFirstMicroseconds = 100000000000;
 
-/** Takes parts off the front of a text. */
-class Parts {
-public:
-    explicit Parts(std::string_view text) : rest(text) {}
-
-    bool character(char c) {
-        if (rest.empty() || rest.front() != c) return false;
-        rest.remove_prefix(1);
-        return true;
+/** What follows a point, in us of a second; digits beyond are lost. */
+bool parse_fraction(Kit::TextParts& parts, uint64_t& us) {
+    us = 0;
+    const std::string_view digits = parts.digits();
+    for (size_t i = 0; i < 6; ++i) {
+        us = 10 * us + (i < digits.size() ? static_cast<uint64_t>(digits[i] - '0') : 0);
     }
-
-    /** A number of exactly `digits` digits that is `low` to `high`. */
-    bool number(size_t digits, int low, int high, int& value) {
-        const std::string_view text = rest.substr(0, digits);
-        if (text.size() < digits || text.find_first_not_of("0123456789") != text.npos) return false;
-        std::from_chars(text.data(), text.data() + digits, value);
-        rest.remove_prefix(digits);
-        return value >= low && value <= high;
-    }
-
-    /** Digits; false when there is none or the number does not fit. */
-    bool whole(uint64_t& value) {
-        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
-        if (error != std::errc()) return false;
-        rest.remove_prefix(static_cast<size_t>(end - rest.data()));
-        return true;
-    }
-
-    /** What follows a point, in us of a second; digits beyond are lost. */
-    bool fraction(uint64_t& us) {
-        us = 0;
-        const size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
-        for (size_t i = 0; i < 6; ++i) {
-            us = 10 * us + (i < digits ? static_cast<uint64_t>(rest[i] - '0') : 0);
-        }
-        rest.remove_prefix(digits);
-        return digits > 0;
-    }
-
-    std::string_view rest;
-};
+    return !digits.empty();
+}
 
 /** us of a unit; 0 when it is none. */
 uint64_t unit_size(std::string_view unit) {
@@ -71,12 +39,12 @@ uint64_t unit_size(std::string_view unit) {
 
 /** A length of time with a unit: "1.5s". */
 bool parse_length(std::string_view text, uint64_t& us) {
-    Parts parts(text);
+    Kit::TextParts parts(text);
     uint64_t whole = 0;
     uint64_t millionths = 0;
     if (!parts.whole(whole)) return false;
-    if (parts.character('.') && !parts.fraction(millionths)) return false;
-    const uint64_t unit = unit_size(parts.rest);
+    if (parts.character('.') && !parse_fraction(parts, millionths)) return false;
+    const uint64_t unit = unit_size(parts.rest());
     if (unit == 0 || whole > INT64_MAX / (3600 * kSecond) / 2) return false;
     us = whole * unit + millionths * unit / 1000000;
     return true;
@@ -84,21 +52,21 @@ bool parse_length(std::string_view text, uint64_t& us) {
 
 /** Seconds with or without a fraction, or us, since 1970. */
 bool parse_number(std::string_view text, uint64_t& us) {
-    Parts parts(text);
+    Kit::TextParts parts(text);
     uint64_t whole = 0;
     uint64_t fraction = 0;
     if (!parts.whole(whole)) return false;
-    if (parts.rest.empty() && whole >= kFirstMicroseconds) {
+    if (parts.rest().empty() && whole >= kFirstMicroseconds) {
         us = whole;
         return true;
     }
     if (whole >= kFirstMicroseconds) return false;
-    if (parts.character('.') && !parts.fraction(fraction)) return false;
+    if (parts.character('.') && !parse_fraction(parts, fraction)) return false;
     us = whole * kSecond + fraction;
-    return parts.rest.empty();
+    return parts.rest().empty();
 }
 
-bool parse_date(Parts& parts, std::tm& date) {
+bool parse_date(Kit::TextParts& parts, std::tm& date) {
     if (!parts.number(4, 1970, 9999, date.tm_year) || !parts.character('-') ||
         !parts.number(2, 1, 12, date.tm_mon) || !parts.character('-') ||
         !parts.number(2, 1, 31, date.tm_mday)) {
@@ -109,21 +77,21 @@ bool parse_date(Parts& parts, std::tm& date) {
     return true;
 }
 
-bool parse_time_of_day(Parts& parts, std::tm& date, uint64_t& us) {
+bool parse_time_of_day(Kit::TextParts& parts, std::tm& date, uint64_t& us) {
     if (!parts.number(2, 0, 23, date.tm_hour) || !parts.character(':') ||
         !parts.number(2, 0, 59, date.tm_min)) {
         return false;
     }
     if (!parts.character(':')) return true;
     if (!parts.number(2, 0, 60, date.tm_sec)) return false;
-    return !parts.character('.') || parts.fraction(us);
+    return !parts.character('.') || parse_fraction(parts, us);
 }
 
 /** What follows a time of day: nothing, Z or how far the zone is ahead. */
-bool parse_zone(Parts& parts, std::optional<int64_t>& seconds_ahead) {
-    if (parts.rest.empty()) return true;
+bool parse_zone(Kit::TextParts& parts, std::optional<int64_t>& seconds_ahead) {
+    if (parts.rest().empty()) return true;
     seconds_ahead = 0;
-    if (parts.character('Z')) return parts.rest.empty();
+    if (parts.character('Z')) return parts.rest().empty();
     const int sign = parts.character('+') ? 1 : parts.character('-') ? -1 : 0;
     int hours = 0;
     int minutes = 0;
@@ -131,7 +99,7 @@ bool parse_zone(Parts& parts, std::optional<int64_t>& seconds_ahead) {
     parts.character(':');
     if (!parts.number(2, 0, 59, minutes)) return false;
     seconds_ahead = sign * (hours * 3600 + minutes * 60);
-    return parts.rest.empty();
+    return parts.rest().empty();
 }
 
 /** Seconds since 1970 UTC; none when there is no such day. */
@@ -144,12 +112,12 @@ std::optional<int64_t> seconds_of(std::tm const& date, bool local) {
 }
 
 bool parse_date_time(std::string_view text, uint64_t& us) {
-    Parts parts(text);
+    Kit::TextParts parts(text);
     std::tm date = {};
     uint64_t fraction = 0;
     std::optional<int64_t> seconds_ahead;
     if (!parse_date(parts, date)) return false;
-    if (!parts.rest.empty()) {
+    if (!parts.rest().empty()) {
         if (!parts.character('T') && !parts.character(' ')) return false;
         if (!parse_time_of_day(parts, date, fraction)) return false;
         if (!parse_zone(parts, seconds_ahead)) return false;
@@ -162,14 +130,14 @@ bool parse_date_time(std::string_view text, uint64_t& us) {
 
 /** Reads "A-B", "A-", "-B" or "A". */
 bool parse_range(std::string_view text, uint64_t& first, uint64_t& last) {
-    Parts parts(text);
+    Kit::TextParts parts(text);
     const bool has_first = parts.whole(first);
     if (!parts.character('-')) {
         last = first;
-        return has_first && parts.rest.empty();
+        return has_first && parts.rest().empty();
     }
-    if (parts.rest.empty()) return has_first;
-    return parts.whole(last) && parts.rest.empty() && first <= last;
+    if (parts.rest().empty()) return has_first;
+    return parts.whole(last) && parts.rest().empty() && first <= last;
 }
 
 std::optional<Moment> parse_if_given(std::string const& option, std::string const& text) {

@@ -120,4 +120,23 @@ TEST(RecordingNameTest, ATimeGivesTheNameOfACompleteFile) {
     EXPECT_EQ(Kit::text_of(Kit::name_of_time("radar", 12, 500)), "radar_0101-30_000012_500.data");
 }
 
+TEST(RecordingNameTest, ANameIsOfTheRecorderWithItsPrefix) {
+    for (char const* const name : {"radar_150525_093007_042", "radar_150525_093007_042.data",
+                                   "radar_0101100_000000_000", "radar_0101-30_000012_500.data"}) {
+        EXPECT_TRUE(Kit::is_recording_name(name, "radar")) << name;
+    }
+    for (char const* const name :
+         {"", "radar", "radar_", "radar_150525_093007_04", "radar_150525-093007_042",
+          "radar_15a525_093007_042", "raw_150525_093007_042", "xradar_150525_093007_042",
+          "radar_x_150525_093007_042"}) {
+        EXPECT_FALSE(Kit::is_recording_name(name, "radar")) << name;
+    }
+}
+
+TEST(RecordingNameTest, ACompletedFileEndsInData) {
+    EXPECT_TRUE(Kit::is_completed_name("radar_150525_093007_042.data"));
+    EXPECT_FALSE(Kit::is_completed_name("radar_150525_093007_042"));
+    EXPECT_FALSE(Kit::is_completed_name(".data"));
+}
+
 }  // namespace
