@@ -18,7 +18,7 @@
 #include "chip/spi_slave.h"
 #include "chip/spidev.h"
 #include "kit/base/input_error.h"
-#include "kit/frames/source.h"
+#include "kit/frames/open.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "kit/base/positive_number.h"
+#include "kit/frames/scene_name.h"
 #include "service/version.h"
 
 namespace Service {
@@ -78,7 +79,7 @@ void read_rates(Texts const& texts, CLI::App const& app, Options& options) {
 
 void check_combination(CLI::App const& app, Options const& options) {
     const bool chip = options.input == "chip";
-    const bool scene = options.input == "scene" || options.input.rfind("scene:", 0) == 0;
+    const bool scene = Kit::names_scene(options.input);
     if (chip && app.count("--rate") > 0) {
         throw UsageError("--rate: the chip has a pace of its own; see --frame-rate");
     }

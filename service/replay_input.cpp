@@ -3,12 +3,13 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <charconv>
 #include <utility>
 
 #include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
+#include "kit/frames/open.h"
 #include "kit/frames/scene.h"
+#include "kit/frames/scene_name.h"
 
 namespace Service {
 
@@ -18,22 +19,6 @@ uint64_t system_time_us() {
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     return static_cast<uint64_t>(
         std::chrono::duration_cast<std::chrono::microseconds>(now).count());
-}
-
-constexpr char kScene[] = "scene";
-constexpr char kSceneWithSeed[] = "scene:";
-
-bool names_scene(std::string const& input) {
-    return input == kScene || input.rfind(kSceneWithSeed, 0) == 0;
-}
-
-uint32_t seed_of(std::string const& scene) {
-    if (scene == kScene) return 1;
-    char const* const end = scene.data() + scene.size();
-    uint32_t seed = 0;
-    const auto read = std::from_chars(scene.data() + sizeof(kSceneWithSeed) - 1, end, seed);
-    if (read.ec == std::errc() && read.ptr == end) return seed;
-    throw Kit::InputError(scene + ": the seed is not a whole number below 2^32");
 }
 
 /** Reading from anything else could wait without end, and the whole service with it. */
@@ -46,19 +31,19 @@ void check_kind(std::string const& path) {
 }
 
 std::unique_ptr<Kit::FrameSource> open_source(Options const& options) {
-    if (!names_scene(options.input)) {
+    if (!Kit::names_scene(options.input)) {
         check_kind(options.input);
         return Kit::open_frame_source(options.input);
     }
     if (!options.frame_rate) return Kit::open_frame_source(options.input);
-    return std::make_unique<Kit::Scene>(seed_of(options.input), *options.frame_rate);
+    return std::make_unique<Kit::Scene>(Kit::scene_seed(options.input), *options.frame_rate);
 }
 
 }  // namespace
 
 ReplayInput::ReplayInput(Options const& options)
     : name_(options.input),
-      is_scene_(names_scene(options.input)),
+      is_scene_(Kit::names_scene(options.input)),
       loop_(options.loop),
       source_(open_source(options)),
       clock_(options.rate, options.skip_gaps ? Kit::kSkipGaps : Kit::kKeepGaps) {

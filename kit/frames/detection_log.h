@@ -32,7 +32,7 @@ public:
 
     /** Opens `path`, "-" being standard input, and reads the first line. @throws InputError */
     explicit DetectionLog(std::string const& path);
-    /** Goes on with an input that is at its front. @throws InputError */
+    /** Takes an input that is at its front. @throws InputError */
     explicit DetectionLog(std::unique_ptr<BlockReader> input);
 
     bool next(RO::RadarObjects& frame) override;

@@ -13,12 +13,12 @@ namespace Kit {
 
 /**
  * The frames of a recording: of one file, or of a directory with the files of one recorder, in
- * order of the time at which they were begun. Files of a directory that hold raw data are passed
- * over with a message in the log, and files that are no recordings without one.
+ * order of the time at which they were begun. Files of a directory that hold raw data are skipped
+ * with a message in the log, and files that are no recordings without one.
  *
- * A file that the recorder has not completed, which its name tells, ends with its last whole
+ * A file that the recorder has not completed, by its name, ends with its last whole
  * record. All other damage is an InputError, "radar_150525_093007_042.data: offset 40: reason";
- * what the header counts is not compared. After an InputError only rewind() and destruction are
+ * the header's count is not compared. After an InputError only rewind() and destruction are
  * meaningful.
  *
  * Owns the file that is open. One thread at a time.
@@ -31,7 +31,7 @@ public:
      * @throws InputError also when a directory holds no recordings or those of several recorders.
      */
     explicit RecordingSource(std::string const& path);
-    /** Goes on with an input that is at its front. */
+    /** Takes an input that is at its front. */
     explicit RecordingSource(std::unique_ptr<BlockReader> input);
 
     bool next(RO::RadarObjects& frame) override;

@@ -22,8 +22,8 @@ public:
     /**
      * @param seed which scene.
      * @param frame_rate in Hz, above 0 and up to 1 000 000; gives the step of the timestamps.
-     * @param max_targets largest number of targets in a frame; also sets how much moves and stands
-     * in the scene, so that a frame has about half as many. With 0 every frame is empty.
+     * @param max_targets largest number of targets in a frame, which also scales the scene: an
+     *        average frame has about half as many. With 0 every frame is empty.
      * @throws InputError when a number is out of range.
      */
     explicit Scene(uint32_t seed, double frame_rate = 30, int max_targets = 64);

@@ -1,14 +1,11 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "radar_objects/radar_objects.pb.h"
 
 namespace Kit {
 
 /**
- * Where frames come from: a synthetic scene, a detection log or a recording. Frames have the magic
+ * A source of frames: a synthetic scene, a detection log or a recording. Frames have the magic
  * of every radar frame, timestamps in microseconds, ranges in m, speeds in m/s (positive is
  * receding), angles in rad (0 is boresight, positive is right), rcs and snr in dB. One thread at a
  * time.
@@ -27,18 +24,12 @@ public:
      */
     virtual bool next(RO::RadarObjects& frame) = 0;
 
-    /** Goes back to before the first frame. @throws InputError when the input cannot be read again.
+    /**
+     * Returns to before the first frame.
+     *
+     * @throws InputError when the input cannot be read again.
      */
     virtual void rewind() = 0;
 };
-
-/**
- * Opens an input by its description: "scene" or "scene:SEED", or the path of a detection log (CSV)
- * or of a recording, told apart by their first bytes, or of a directory with the recordings of one
- * recorder. "-" is standard input, a log or a recording.
- *
- * @throws InputError when it cannot be opened or is neither.
- */
-std::unique_ptr<FrameSource> open_frame_source(std::string const& input);
 
 }  // namespace Kit

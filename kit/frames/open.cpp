@@ -1,7 +1,5 @@
-#include "kit/frames/source.h"
+#include "kit/frames/open.h"
 
-#include <charconv>
-#include <cstdint>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -13,30 +11,15 @@
 #include "kit/frames/detection_log.h"
 #include "kit/frames/recording_source.h"
 #include "kit/frames/scene.h"
+#include "kit/frames/scene_name.h"
 #include "kit/recording/format.h"
 
 namespace Kit {
 
 namespace {
 
-constexpr std::string_view kScene = "scene";
-/** Name of a column of every detection log; mostly the first. */
+/** Name of a column of every detection log; usually the first. */
 constexpr std::string_view kColumn = "frame_index";
-
-bool is_scene(std::string const& input) {
-    return input == kScene || input.compare(0, kScene.size() + 1, "scene:") == 0;
-}
-
-uint32_t seed_of(std::string const& input) {
-    if (input == kScene) return 1;
-    const std::string_view text = std::string_view(input).substr(kScene.size() + 1);
-    uint32_t seed = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        throw InputError(input + ": the seed is not a whole number up to 4294967295");
-    }
-    return seed;
-}
 
 /** Whether the first line, which may not have come yet, names a column of a log. */
 bool begins_log(BlockReader& input) {
@@ -64,8 +47,8 @@ std::unique_ptr<FrameSource> open_file(std::string const& path) {
 }  // namespace
 
 std::unique_ptr<FrameSource> open_frame_source(std::string const& input) {
-    if (is_scene(input)) return std::make_unique<Scene>(seed_of(input));
-    std::error_code ignored;
+    if (names_scene(input)) return std::make_unique<Scene>(scene_seed(input));
+    std::error_code ignored;  // what cannot be examined cannot be opened, which is reported
     if (std::filesystem::is_directory(input, ignored)) {
         return std::make_unique<RecordingSource>(input);
     }
