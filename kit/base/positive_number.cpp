@@ -1,15 +1,17 @@
 #include "kit/base/positive_number.h"
 
+#include <charconv>
 #include <cmath>
-#include <cstdlib>
+#include <system_error>
 
 namespace Kit {
 
-std::optional<double> positive_number(std::string const& text) {
-    char* end = nullptr;
-    const double number = std::strtod(text.c_str(), &end);
-    const bool is_whole = !text.empty() && end == text.c_str() + text.size();
-    return is_whole && std::isfinite(number) && number > 0 ? std::optional(number) : std::nullopt;
+std::optional<double> positive_number(std::string_view text) {
+    char const* const end = text.data() + text.size();
+    double number = 0;
+    const auto read = std::from_chars(text.data(), end, number);
+    const bool is_number = read.ec == std::errc() && read.ptr == end && std::isfinite(number);
+    return is_number && number > 0 ? std::optional(number) : std::nullopt;
 }
 
 }  // namespace Kit
