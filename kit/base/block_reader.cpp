@@ -24,7 +24,7 @@ std::string refusal(struct stat const& status) {
 }
 
 FileDescriptor open_input(std::string const& path) {
-    // Looked at before it is opened: opening some devices waits, or does something.
+    // Checked before it is opened: opening some devices waits, or has side effects.
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) throw InputError(path + ": " + errno_text(errno));
     if (const std::string why = refusal(status); !why.empty()) throw InputError(path + ": " + why);
@@ -47,7 +47,7 @@ FileDescriptor duplicate_standard_input() {
 
 void wait_until_readable(int fd) {
     pollfd wait = {fd, POLLIN, 0};
-    poll(&wait, 1, -1);  // whatever it answers, the next read says what is the matter
+    poll(&wait, 1, -1);  // an error of poll() is one of the next read, too
 }
 
 /**
@@ -86,7 +86,8 @@ void BlockReader::fill(size_t size) {
     }
 }
 
-/** Moves what is left to the front, of a larger buffer if `size` bytes are more than this one. */
+/** Moves the unread bytes to the front, of a larger buffer if `size` bytes are more than this one.
+ */
 void BlockReader::make_room(size_t size) {
     if (buffer_.size() < size) {
         std::vector<char> larger(buffer_size(size));

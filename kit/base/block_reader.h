@@ -14,7 +14,7 @@ namespace Kit {
 
 /**
  * Reads a file, a pipe or standard input from front to back through one buffer, which is as large
- * as the largest piece that was asked for and at least kBlockSize. Owns the descriptor and the
+ * as the largest window that was requested and at least kBlockSize. Owns the descriptor and the
  * buffer. One thread at a time.
  *
  * The end of the input is not remembered: a file that has grown since has more bytes at the next
@@ -22,13 +22,13 @@ namespace Kit {
  */
 class BlockReader {
 public:
-    /** Bytes that are asked of the system at a time, and the smallest buffer. */
+    /** The most bytes of one read, and the size of the smallest buffer. */
     static constexpr size_t kBlockSize = 256 * 1024;
 
     /**
      * Opens `path`; "-" is standard input. Opening a FIFO waits for its writer.
      *
-     * @param block_size bytes to begin with, where less than a block will do.
+     * @param block_size initial size of the buffer in bytes, where less than a block is enough.
      * @throws InputError "path: reason" when it cannot be opened or is a directory or a device.
      */
     explicit BlockReader(std::string const& path, size_t block_size = kBlockSize);
@@ -58,10 +58,13 @@ public:
     /** The path, or "standard input". */
     std::string const& name() const { return path_; }
 
-    /** Goes back to the front. @throws InputError when the input is a pipe. */
+    /** Returns to the front. @throws InputError when the input is a pipe. */
     void rewind();
 
-    /** Has `wait` called with the descriptor before every read of it. It may wait, and throw. */
+    /**
+     * Sets a function that is called with the descriptor before every read, on the reading thread.
+     * It may wait, and throw, which ends the read.
+     */
     void set_wait(std::function<void(int fd)> wait) { before_read_ = std::move(wait); }
 
 private:

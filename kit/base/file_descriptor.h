@@ -9,8 +9,8 @@ namespace Kit {
 
 /**
  * Owns a descriptor of the system and closes it; a negative number is none. Moved, not copied. One
- * thread at a time. Closing leaves `errno` as it is, so that an error can still be told of after
- * the descriptor that it came from has gone.
+ * thread at a time. Closing leaves `errno` as it is, so that an error can still be reported
+ * after the descriptor that it came from was closed.
  */
 class FileDescriptor {
 public:
@@ -29,7 +29,7 @@ public:
     int get() const noexcept { return fd_; }
     bool valid() const noexcept { return fd_ >= 0; }
 
-    /** Gives the descriptor away; this object has none afterwards. */
+    /** Releases the descriptor to the caller; this object has none afterwards. */
     [[nodiscard]] int release() noexcept { return std::exchange(fd_, -1); }
 
     /** Closes the descriptor and owns `fd` in its place. */

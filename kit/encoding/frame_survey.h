@@ -6,7 +6,7 @@
 
 namespace Kit {
 
-/** What a frame's encoding says, told without building the frame. */
+/** Magic, timestamp in us and number of targets of an encoded frame. */
 struct FrameSurvey {
     uint32_t magic = 0;
     uint64_t timestamp = 0;
@@ -14,11 +14,11 @@ struct FrameSurvey {
 };
 
 /**
- * Walks over an encoded frame, without allocating anything. Returns whether it is well-formed,
- * which is exactly when RO::RadarObjects::ParseFromArray() accepts it; then `survey` has what that
- * gives.
+ * Reads an encoded frame without allocating anything. Any thread. Returns whether it is
+ * well-formed, which is exactly when RO::RadarObjects::ParseFromArray() accepts it; then `survey`
+ * has the same values.
  *
- * @param examined when not null, is set to how many bytes were looked at.
+ * @param examined when not null, is set to the number of bytes that were read.
  */
 bool survey_frame(std::string_view encoding, FrameSurvey& survey, size_t* examined = nullptr);
 

@@ -6,7 +6,7 @@
 
 namespace Kit {
 
-/** The fields of a target, as RO::TargetData has them. */
+/** The fields of a target as in RO::TargetData: dB, m, m/s, rad, a flag word, dB. */
 struct TargetValues {
     float rcs = 0;
     float r = 0;
@@ -17,8 +17,9 @@ struct TargetValues {
 };
 
 /**
- * Goes over the targets of an encoded frame that survey_frame() calls well-formed, one at a time,
- * so that a frame of any size costs no memory. Does not own the encoding. One thread at a time.
+ * Iterates over the targets of an encoded frame that survey_frame() calls well-formed, one at a
+ * time, so that a frame of any size takes no memory. Does not own the encoding. One thread at a
+ * time.
  */
 class TargetReader {
 public:
@@ -31,10 +32,10 @@ private:
     std::string_view rest_;
 };
 
-/** What the encoding of a target, taken from a TargetReader, says. */
+/** The fields in the encoding of a target, from a TargetReader. */
 TargetValues read_target(std::string_view target);
 
-/** The encoding of the frame without its targets: what a TargetReader passes over. */
+/** The encoding of the frame without its targets: what a TargetReader skips. */
 std::string frame_without_targets(std::string_view frame);
 
 }  // namespace Kit

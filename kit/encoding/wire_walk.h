@@ -14,7 +14,10 @@ constexpr uint32_t kTargetTag = 3 << 3 | 2;
 /** How deep messages and groups may be nested; protobuf's own limit. */
 constexpr int kDeepest = 100;
 
-/** A position in an encoding. Every operation is false when the encoding is malformed there. */
+/**
+ * A position in an encoding, which is not owned. Every operation moves it forward, and returns
+ * false when the encoding is malformed there. One thread at a time.
+ */
 class WireWalk {
 public:
     explicit WireWalk(std::string_view bytes)
@@ -34,9 +37,9 @@ public:
         return false;
     }
 
-    /** A tag or a length: five bytes at most, of which bits beyond 32 are lost. */
+    /** A tag or a length: five bytes at most, of which bits beyond 32 are dropped. */
     bool short_varint(uint32_t& value) {
-        if (position_ != end_ && static_cast<unsigned char>(*position_) < 0x80) {  // mostly
+        if (position_ != end_ && static_cast<unsigned char>(*position_) < 0x80) {  // usually
             value = static_cast<unsigned char>(*position_++);
             return true;
         }
@@ -49,7 +52,7 @@ public:
         return false;
     }
 
-    /** Moves on over the fields that a target mostly has: a tag of one byte and four bytes. */
+    /** Skips the fields that a target usually has: a tag of one byte and four bytes. */
     void skip_floats() {
         while (end_ - position_ >= 5) {
             const auto tag = static_cast<unsigned char>(*position_);
@@ -64,7 +67,7 @@ public:
         return true;
     }
 
-    /** A length, and the position behind as many bytes, which are given to `inside`. */
+    /** Reads a length and as many bytes, which `inside` then refers to. */
     bool piece(std::string_view& inside) {
         char const* const begin = position_;
         uint32_t size = 0;
@@ -77,7 +80,7 @@ public:
         return true;
     }
 
-    /** The rest of a field whose tag has been read. */
+    /** Skips the rest of a field whose tag was read. */
     bool skip_field(uint32_t tag, int depth) {
         uint64_t value = 0;
         std::string_view inside;

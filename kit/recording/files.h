@@ -10,12 +10,12 @@
 
 namespace Kit {
 
-/** A recorded file, as far as its name and its first bytes tell. */
+/** A recorded file, by its name and its first bytes. */
 struct RecordingFile {
     std::string path;
     /** None when no recorder gave the file its name, as after a repair of the file system. */
     std::optional<RecordingName> name;
-    /** None when the file is shorter or begins otherwise. */
+    /** None when the file is shorter or has other first bytes. */
     std::optional<RecordingHeader> header;
     /** Of the first record; none when there is no record, or raw data. */
     std::optional<uint32_t> tag;
@@ -31,7 +31,7 @@ struct RecordingFile {
     int64_t begin_ms() const;
 };
 
-/** What the file at `path` is, which need not be a recorded one. Does not read from a FIFO. */
+/** Examines the file at `path`, of any kind. Does not read from a FIFO. Any thread. */
 RecordingFile examine_recording(std::string const& path);
 
 /**

@@ -11,13 +11,13 @@ namespace Kit {
 constexpr uint32_t kRecordingMagic = 0xBADABADA;
 constexpr uint32_t kRecordingVersion = 5;
 constexpr size_t kRecordingHeaderSize = 40;
-/** Where the count of frames stands in the header. */
+/** Offset of the count of frames in the header, in bytes. */
 constexpr size_t kFrameCountOffset = 36;
 /** Upper half of every record's tag; the lower half is the recorder's number. */
 constexpr uint32_t kRecordTag = 0xFEED0000;
-/** Tag and length in front of every frame. */
+/** Bytes of the tag and the length before every frame. */
 constexpr size_t kRecordHeaderSize = 8;
-/** A record whose length says more is taken for damage. */
+/** The largest payload of a record, in bytes; a greater length is damage. */
 constexpr uint32_t kLargestPayload = 16 * 1024 * 1024;
 
 /** The header that every recorded file begins with. */
@@ -35,16 +35,16 @@ struct RecordingHeader {
     uint32_t frame_count = 0;
 };
 
-/** A magic or a tag as people write it: "0xFEED0007". */
+/** A magic or a tag as text: "0xFEED0007". */
 std::string hexadecimal(uint32_t word);
 
-/** The header in the first 40 bytes of `bytes`, whatever it says. */
+/** The header in the first 40 bytes of `bytes`, whatever its values. */
 RecordingHeader read_header(std::string_view bytes);
 
-/** The 40 bytes of a header: read_header() gives back what it says, bit for bit. */
+/** The 40 bytes of a header: read_header() reverses it, bit for bit. */
 std::string encode_header(RecordingHeader const& header);
 
-/** The 8 bytes in front of a record's payload of `size` bytes. */
+/** The 8 bytes before a record's payload of `size` bytes. */
 std::string encode_record_header(uint32_t tag, uint32_t size);
 
 /** Whether `bytes`, 8 or more, begin as a recorded file does. */

@@ -19,19 +19,19 @@ struct Record {
     /** Of its tag, in bytes from the front of the file. */
     uint64_t offset = 0;
     uint32_t tag = 0;
-    /** The frame's encoding, which protobuf decodes. Valid until the scan goes on. */
+    /** The frame's encoding, which protobuf decodes. Valid until the next call of next(). */
     std::string_view payload;
     /** The magic, timestamp and number of targets of the frame. */
     FrameSurvey frame;
 };
 
 /**
- * Reads a recorded file from front to back: its header, its records, and findings about all that is
- * not as it has to be. After damage it goes on where RecordSearch finds the next record.
+ * Reads a recorded file from front to back: its header, its records, and findings about every
+ * defect. After damage it resumes where RecordSearch finds the next record.
  *
  * Owns the input. Holds one block of the file or the largest record, at most 17 MiB, whatever the
  * file's size, and for a moment at most half as much again. One thread at a time. A file may grow
- * or be truncated meanwhile; what is there when it is read counts.
+ * or be truncated meanwhile; the bytes that it has when they are read count.
  */
 class RecordingScanner {
 public:
@@ -42,41 +42,41 @@ public:
         /** The end: less than a record is damage. */
         kComplete,
         /**
-         * As far as the recorder has come: less than a record is left for later. After kEnd the
-         * scan can go on when there is more. The header's count of frames is not compared.
+         * As far as the recorder has written: less than a record is read later. After kEnd the scan
+         * resumes when the file has grown. The header's count of frames is not compared.
          */
         kGrowing,
     };
 
     /** Scans `path`, "-" being standard input. @throws InputError when it cannot be opened. */
     explicit RecordingScanner(std::string const& path, Tail tail = Tail::kComplete);
-    /** Scans an input from where it is, which counts as offset 0 if nothing was read before. */
+    /** Scans an input from its current position on, which is usually its front. */
     explicit RecordingScanner(std::unique_ptr<BlockReader> input, Tail tail = Tail::kComplete);
 
     /**
-     * Goes on to the next item, in order of the file.
+     * Moves to the next item, in order of the file.
      *
      * @throws InputError when the input cannot be read.
      */
     Item next();
 
     /**
-     * The recorder has ended the file: from now on less than a record at its end is damage. To be
-     * called after the recorder's last write and after a kEnd, from which the scan goes on.
+     * The recorder has completed the file: from now on less than a record at its end is damage. To
+     * be called after the recorder's last write and after a kEnd, from which the scan resumes.
      */
     void stop_growing();
 
-    /** Goes back to the front. @throws InputError when the input is a pipe. */
+    /** Returns to the front. @throws InputError when the input is a pipe. */
     void rewind();
 
-    /** After kHeader: the header. Later: that of the records that come now. */
+    /** After kHeader: the header. Later: that of the records that follow it. */
     RecordingHeader const& header() const { return current_header_; }
     /** After kRecord: the record. */
     Record const& record() const { return current_record_; }
     /** After kFinding: the finding. */
     Finding const& finding() const { return current_finding_; }
 
-    /** How far the scan has come, in bytes from the front. */
+    /** The current position, in bytes from the front. */
     uint64_t offset() const { return input_->offset(); }
     /** The name of the input, for messages. */
     std::string const& name() const { return input_->name(); }

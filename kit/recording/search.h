@@ -10,11 +10,11 @@
 namespace Kit {
 
 /**
- * Finds where a recording goes on after damage: at the next record that is credible, or the next
- * header that is. Moves the input, which must outlive it. One thread at a time.
+ * Finds where a recording resumes after damage: at the next credible record or header. Moves the
+ * input, which it does not own and which must outlive it. One thread at a time.
  *
  * A record is credible when its tag is the expected one and its payload is a radar's frame. Where
- * no tag is expected, any recorder's will do, but behind the record comes another one of that tag,
+ * no tag is expected, any recorder's counts, but after the record comes another one of that tag,
  * a header or the end.
  */
 class RecordSearch {
@@ -25,24 +25,24 @@ public:
     RecordSearch(BlockReader& input, bool growing) : input_(input), growing_(growing) {}
 
     /**
-     * Begins behind the first byte of damage, at which the input is.
+     * Begins after the first damaged byte, which is the one at the input's position.
      *
      * @param expected_tag the tag of every record, where that is certain.
-     * @param record_size size of the record that is there, by its own account; 0 when it cannot be
-     * right. If the next record stands right behind it, nothing inside is taken for one.
+     * @param record_size size in bytes of the damaged record by its own length field; 0 when that
+     *        cannot be right. If the next record follows directly, nothing inside is taken for one.
      */
     void begin(std::optional<uint32_t> expected_tag, size_t record_size);
 
     /**
-     * Moves the input to the place that was found, or to its end. kNotYet when what is there so far
-     * does not tell; another call goes on.
+     * Moves the input to the record or header that was found, or to its end. kNotYet when a growing
+     * file has too few bytes to decide; another call continues.
      */
     Result run();
 
     /** From now on there will be no more at the end of the input. */
     void stop_growing() { growing_ = false; }
 
-    /** Whether a credible record or header is where the input is; kNotYet as for run(). */
+    /** Whether a credible record or header is at the input's position; kNotYet as for run(). */
     Result judge(std::optional<uint32_t> expected_tag);
 
 private:
@@ -61,8 +61,10 @@ private:
     bool is_frame(std::string_view payload);
 };
 
-/** Whether `rest`, what is behind a record with `tag`, is as it has to be: a record, a header, or
- * nothing. Fewer than 8 bytes are judged by what is there. */
+/**
+ * Whether `rest`, the bytes after a record with `tag`, is empty or begins with such a record or
+ * with a header. Of fewer than 8 bytes those that exist are compared.
+ */
 bool continues_recording(std::string_view rest, uint32_t tag);
 
 }  // namespace Kit

@@ -15,7 +15,7 @@ struct RecorderStatus {
     std::string file;
     /** The file completed last in this run; empty before the first. */
     std::string last_completed;
-    /** Frames handed to the recorder, and those that its files have counted. */
+    /** Frames passed to the recorder, and those that its files have counted. */
     uint64_t frames = 0;
     uint64_t frames_written = 0;
     uint64_t files_completed = 0;
@@ -71,7 +71,7 @@ struct WatchdogStatus {
     uint64_t expirations = 0;
 };
 
-/** What a radar service tells about itself. A plain value; times in us. */
+/** What a radar service reports about itself. A plain value; times in us. */
 struct Status {
     std::string version;
     int64_t pid = 0;
@@ -89,7 +89,7 @@ struct Status {
 
     uint64_t frames = 0;
     uint64_t targets = 0;
-    /** Targets left out because a frame was at its limit. */
+    /** Targets omitted because a frame was at its limit. */
     uint64_t targets_dropped = 0;
     uint64_t last_timestamp_us = 0;
     StreamStatus stream;
@@ -106,7 +106,7 @@ struct Status {
 /**
  * Returns `status` as one JSON document with a newline at its end. Integers of 64 bits are strings
  * of decimal digits, since readers of JSON may keep numbers as doubles. Bytes that are no UTF-8 are
- * replaced. The names are stable: later versions add some and change none.
+ * replaced. Any thread. The names are stable: later versions add some and change none.
  */
 std::string status_document(Status const& status);
 
