@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "tools/input/source_name.h"
+#include "tools/cli/source_name.h"
 
 namespace Tools {
 

@@ -6,13 +6,13 @@
 
 #include "kit/base/input_error.h"
 #include "tools/cli/options.h"
+#include "tools/cli/source_name.h"
 #include "tools/cli/usage_error.h"
 #include "tools/doctor/finding_sum.h"
 #include "tools/doctor/findings.h"
 #include "tools/doctor/recover_report.h"
 #include "tools/doctor/recovery.h"
 #include "tools/input/frame_input.h"
-#include "tools/input/source_name.h"
 #include "tools/screen/progress.h"
 
 namespace Tools {

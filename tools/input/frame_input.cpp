@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "tools/cli/signals.h"
+#include "tools/cli/source_name.h"
 #include "tools/cli/usage_error.h"
 #include "tools/input/recording_input.h"
-#include "tools/input/source_name.h"
 #include "tools/input/stream_input.h"
 
 namespace Tools {

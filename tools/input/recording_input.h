@@ -6,9 +6,9 @@
 #include <string>
 
 #include "kit/recording/scanner.h"
+#include "tools/cli/source_name.h"
 #include "tools/input/files.h"
 #include "tools/input/frame_input.h"
-#include "tools/input/source_name.h"
 
 namespace Tools {
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "kit/stream/client.h"
+#include "tools/cli/source_name.h"
 #include "tools/input/frame_input.h"
-#include "tools/input/source_name.h"
 
 namespace Tools {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tools/input/source_name.h"
+#include "tools/cli/source_name.h"
 #include "tools/inspect/survey.h"
 
 namespace Tools {

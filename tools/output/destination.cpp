@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "tools/cli/source_name.h"
 #include "tools/cli/usage_error.h"
-#include "tools/input/source_name.h"
 #include "tools/output/file.h"
 
 namespace Tools {

@@ -4,7 +4,7 @@
 #include <system_error>
 #include <utility>
 
-#include "tools/input/source_name.h"
+#include "tools/cli/source_name.h"
 
 namespace Tools {
 

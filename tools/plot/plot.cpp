@@ -9,10 +9,10 @@
 
 #include "kit/base/positive_number.h"
 #include "tools/cli/options.h"
+#include "tools/cli/source_name.h"
 #include "tools/cli/usage_error.h"
 #include "tools/input/damage_report.h"
 #include "tools/input/frame_input.h"
-#include "tools/input/source_name.h"
 #include "tools/output/destination.h"
 #include "tools/output/file.h"
 #include "tools/plot/picture.h"

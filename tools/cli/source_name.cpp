@@ -1,4 +1,4 @@
-#include "tools/input/source_name.h"
+#include "tools/cli/source_name.h"
 
 #include "tools/cli/usage_error.h"
 
