@@ -66,34 +66,31 @@ RecordingAssembly::RecordingAssembly(OutputOptions const& output, Messages const
     const OutputFile attempt(output_.path, output_.force);
 }
 
-void RecordingAssembly::add(FrameInput const& input,
-                            std::optional<Kit::RecordingHeader> const& header,
+void RecordingAssembly::add(InputFrame const& frame, FrameOrigin const& origin,
                             DamageReport& report) {
-    InputFrame const& frame = input.frame();
     // A stream has none.
     const uint32_t frame_tag = frame.tag == 0 ? Kit::kRecordTag : frame.tag;
     if (!recording_) {
-        begin(input, header);
+        begin(frame, origin);
         tag_ = frame_tag;
     }
     if (frame_tag != tag_) {
-        throw Kit::InputError(input.file().path + ": offset " + std::to_string(frame.offset) +
+        throw Kit::InputError(origin.file + ": offset " + std::to_string(frame.offset) +
                               ": a record with tag " + Kit::hexadecimal(frame_tag) +
                               ", and those before have " + Kit::hexadecimal(tag_) +
                               ": a recording has one recorder's; recover parts them");
     }
-    if (header) compare(input.file().path, *header, report);
+    if (origin.header) compare(origin.file, *origin.header, report);
     recording_->add(tag_, frame.payload);
 }
 
-void RecordingAssembly::begin(FrameInput const& input,
-                              std::optional<Kit::RecordingHeader> const& header) {
-    if (!header) {
-        begun_with_ = made_up_header(input.frame());
-        messages_.note(input.file().path + ": the frames have no header; the recording's says " +
+void RecordingAssembly::begin(InputFrame const& frame, FrameOrigin const& origin) {
+    if (!origin.header) {
+        begun_with_ = made_up_header(frame);
+        messages_.note(origin.file + ": the frames have no header; the recording's says " +
                        installation_text(begun_with_));
     } else {
-        begun_with_ = moved_to(input.frame(), *header);
+        begun_with_ = moved_to(frame, *origin.header);
     }
     recording_ = std::make_unique<RecordingOutput>(output_.path, output_.force, begun_with_);
 }
@@ -109,11 +106,6 @@ void RecordingAssembly::compare(std::string const& file, Kit::RecordingHeader co
 
 void RecordingAssembly::finish() {
     if (recording_) recording_->finish();
-}
-
-void CurrentHeader::add(FrameInput const& input) {
-    if (input.item() == FrameInput::Item::kFile) header_.reset();
-    if (input.item() == FrameInput::Item::kHeader) header_ = input.header();
 }
 
 }  // namespace Tools

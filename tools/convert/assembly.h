@@ -7,11 +7,18 @@
 #include <string>
 
 #include "tools/input/damage_report.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/frame.h"
 #include "tools/output/destination.h"
 #include "tools/output/recording.h"
 
 namespace Tools {
+
+/** Where a frame comes from. */
+struct FrameOrigin {
+    std::string file;  // as messages name it
+    /** In front of the frame in the file; none where it has none, as in a stream. */
+    std::optional<Kit::RecordingHeader> header;
+};
 
 /**
  * Makes one complete recording of frames that may come from several: their payloads and tags as
@@ -24,15 +31,12 @@ public:
     RecordingAssembly(OutputOptions const& output, Messages const& messages);
 
     /**
-     * Adds the input's frame, which is its current item or was its last one.
+     * Adds a frame. The first one's header becomes the recording's; without one it is made up.
      *
-     * @param header of the frame's recording; none where it has none, as in a stream. The
-     *        recording's header is then made up.
-     * @param report is told when the header says otherwise than the recording's.
+     * @param report takes the loss of a header that says otherwise than the recording's.
      * @throws Kit::InputError when the frame is another recorder's, and what the file throws.
      */
-    void add(FrameInput const& input, std::optional<Kit::RecordingHeader> const& header,
-             DamageReport& report);
+    void add(InputFrame const& frame, FrameOrigin const& origin, DamageReport& report);
 
     /** Completes the recording. Without a frame there is none. */
     void finish();
@@ -40,7 +44,7 @@ public:
     uint64_t frames() const { return recording_ ? recording_->records() : 0; }
 
 private:
-    void begin(FrameInput const& input, std::optional<Kit::RecordingHeader> const& header);
+    void begin(InputFrame const& frame, FrameOrigin const& origin);
     void compare(std::string const& file, Kit::RecordingHeader const& header, DamageReport& report);
 
     OutputOptions output_;
@@ -49,18 +53,6 @@ private:
     Kit::RecordingHeader begun_with_;
     std::set<std::string> told_;  // headers that are lost
     uint32_t tag_ = 0;
-};
-
-/** The header that an input's frames come under, as far as it was read. */
-class CurrentHeader {
-public:
-    /** Takes the input's item. */
-    void add(FrameInput const& input);
-
-    std::optional<Kit::RecordingHeader> const& get() const { return header_; }
-
-private:
-    std::optional<Kit::RecordingHeader> header_;
 };
 
 }  // namespace Tools

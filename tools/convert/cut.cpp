@@ -6,7 +6,7 @@
 #include "kit/base/input_error.h"
 #include "tools/convert/assembly.h"
 #include "tools/input/damage_report.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/open.h"
 #include "tools/output/destination.h"
 #include "tools/screen/progress.h"
 
@@ -15,24 +15,42 @@ namespace Tools {
 namespace {
 
 struct Options {
-    InputOptions input;
+    SourceOptions input;
     OutputOptions output;
+};
+
+/** Copies the frames of an input into a recording. */
+class Part : public InputHandler {
+public:
+    Part(OutputOptions const& output, Messages const& messages, DamageReport& report)
+        : recording_(output, messages), report_(report) {}
+
+    void finish() { recording_.finish(); }
+
+    uint64_t frames() const { return recording_.frames(); }
+
+private:
+    void on_file(Kit::RecordingFile const& file, FileState) override { origin_ = {file.path, {}}; }
+    void on_header(Kit::RecordingHeader const& header) override { origin_.header = header; }
+    void on_frame(InputFrame const& frame) override { recording_.add(frame, origin_, report_); }
+    void on_finding(Kit::Finding const&) override {}  // reported
+    void on_note(std::string const&) override {}      // likewise
+
+    RecordingAssembly recording_;
+    DamageReport& report_;
+    FrameOrigin origin_;
 };
 
 ExitStatus cut(Options const& options, Console& console) {
     refuse_input_as_output(options.input, options.output);
     const auto input = open_frame_input(options.input);
-    RecordingAssembly part(options.output, console.messages);
     ProgressBar bar(ProgressBar::Use::kWherePossible);
     DamageReport report(console.messages, bar);
-    CurrentHeader header;
-    while (report.next(*input)) {
-        header.add(*input);
-        if (input->item() == FrameInput::Item::kFrame) part.add(*input, header.get(), report);
-    }
+    Part part(options.output, console.messages, report);
+    report.read_all(*input, part);
     part.finish();
     const ExitStatus status = report.finish(*input);
-    if (part.frames() == 0 && !input->was_cut_short()) {
+    if (part.frames() == 0 && !input->is_interrupted()) {
         throw Kit::InputError(options.input.source + ": has no frame in this part");
     }
     return status;

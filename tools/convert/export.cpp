@@ -8,7 +8,7 @@
 #include "tools/cli/usage_error.h"
 #include "tools/convert/frame_export.h"
 #include "tools/input/damage_report.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/open.h"
 #include "tools/output/destination.h"
 #include "tools/screen/progress.h"
 
@@ -17,7 +17,7 @@ namespace Tools {
 namespace {
 
 struct Options {
-    InputOptions input;
+    SourceOptions input;
     OutputOptions output;
     std::string format;
 };
@@ -40,10 +40,7 @@ ExitStatus export_frames(Options const& options, Console& console) {
     const auto frames = make_frame_export(format, file);
     ProgressBar bar(ProgressBar::Use::kWherePossible);
     DamageReport report(console.messages, bar);
-    while (report.next(*input)) {
-        if (input->item() == FrameInput::Item::kHeader) frames->add_header(input->header());
-        if (input->item() == FrameInput::Item::kFrame) frames->add_frame(input->frame());
-    }
+    report.read_all(*input, *frames);
     frames->finish();
     file.finish();
     if (!frames->loss().empty()) report.add_loss(file.path() + ": " + frames->loss());

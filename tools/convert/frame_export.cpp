@@ -17,8 +17,8 @@ public:
         printer_.use_threads();
     }
 
-    void add_header(Kit::RecordingHeader const&) override {}
-    void add_frame(InputFrame const& frame) override { printer_.print(frame); }
+    void on_header(Kit::RecordingHeader const&) override {}
+    void on_frame(InputFrame const& frame) override { printer_.print(frame); }
 
     void finish() override {
         printer_.begin();

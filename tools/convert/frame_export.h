@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/input/frame_input.h"
+#include "tools/input/handler.h"
 #include "tools/output/file.h"
 
 namespace Tools {
@@ -16,20 +16,16 @@ std::vector<std::string> export_format_names();
 std::string export_format_of(std::string const& path);
 
 /**
- * A file in which frames of a source are exported. The file outlives it, and is finished by its
- * owner. One thread at a time. Throws what the file throws.
+ * A file in which the frames of an input are exported, and the headers where the format has room
+ * for them. The file outlives it, and is finished by its owner. One thread at a time. Throws what
+ * the file throws.
  */
-class FrameExport {
+class FrameExport : public InputHandler {
 public:
-    FrameExport() = default;
-    virtual ~FrameExport() = default;
-    FrameExport(FrameExport const&) = delete;
-    FrameExport& operator=(FrameExport const&) = delete;
-
-    /** Takes the header of a recording, where the format has room for it. */
-    virtual void add_header(Kit::RecordingHeader const& header) = 0;
-
-    virtual void add_frame(InputFrame const& frame) = 0;
+    // No format has room for these.
+    void on_file(Kit::RecordingFile const&, FileState) final {}
+    void on_finding(Kit::Finding const&) final {}
+    void on_note(std::string const&) final {}
 
     /** Writes what is still to be written. */
     virtual void finish() = 0;

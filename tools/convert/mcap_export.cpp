@@ -4,6 +4,7 @@
 #include <map>
 
 #include "google/protobuf/descriptor.pb.h"
+#include "radar_objects/radar_objects.pb.h"
 #include "tools/cli/time_text.h"
 #include "tools/convert/frame_export.h"
 #include "tools/convert/mcap_writer.h"
@@ -44,7 +45,7 @@ public:
                                      descriptor_set());
     }
 
-    void add_header(Kit::RecordingHeader const& header) override {
+    void on_header(Kit::RecordingHeader const& header) override {
         writer_.add_metadata(kHeaderMetadata,
                              {{"version", std::to_string(header.version)},
                               {"start_s", std::to_string(header.seconds)},
@@ -55,7 +56,7 @@ public:
                               {"sensitivity", std::to_string(header.sensitivity)}});
     }
 
-    void add_frame(InputFrame const& frame) override {
+    void on_frame(InputFrame const& frame) override {
         writer_.add_message(channel_of(frame.tag), static_cast<uint32_t>(frame.number),
                             log_time_of(frame.timestamp), frame.payload);
     }

@@ -35,7 +35,7 @@ class Merge {
 public:
     Merge(Options const& options, Console& console)
         : options_(options), messages_(console.messages) {
-        InputOptions input;
+        SourceOptions input;
         input.recorder = options_.recorder;
         for (std::string const& source : options_.sources) {
             input.source = source;
@@ -55,7 +55,7 @@ public:
         while (MergeSource* const earliest = take_earliest()) {
             if (result_->frames() > 0 && earliest->timestamp() < last_timestamp_) ++steps_back_;
             last_timestamp_ = earliest->timestamp();
-            result_->add(earliest->input(), earliest->header().get(), earliest->report());
+            result_->add(earliest->frame(), earliest->origin(), earliest->report());
             if (options_.once) pass_over_repetitions(*earliest);
             earliest->advance();
         }
@@ -103,7 +103,7 @@ private:
                 source->open();
             }
             if (source->state() != State::kAtFrame) continue;
-            if (!same_frame(source->input().frame(), written.input().frame())) continue;
+            if (!same_frame(source->frame(), written.frame())) continue;
             ++repetitions_;
             source->advance();
         }
@@ -125,7 +125,7 @@ private:
         bool interrupted = false;
         for (auto const& source : sources_) {
             if (source->report().finish() != ExitStatus::kOk) status = ExitStatus::kDamaged;
-            interrupted = interrupted || (source->was_cut_short() && !source->is_endless());
+            interrupted = interrupted || (source->is_interrupted() && !source->is_endless());
         }
         if (repetitions_ > 0) {
             messages_.note("frames that several sources have, written once: " +

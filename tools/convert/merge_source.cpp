@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "tools/cli/source_name.h"
+#include "tools/input/open.h"
 
 namespace Tools {
 
@@ -20,24 +21,24 @@ bool can_be_looked_into(std::string const& text) {
 
 }  // namespace
 
-MergeSource::MergeSource(InputOptions const& options, Messages const& messages, ProgressBar& bar)
+MergeSource::MergeSource(SourceOptions const& options, Messages const& messages, ProgressBar& bar)
     : options_(options), damage_(messages, bar) {
     look();
 }
 
+/** Reads up to the first frame, for its time. What else there is is reported by advance(). */
 void MergeSource::look() {
     if (!can_be_looked_into(options_.source)) return;
     const auto input = open_frame_input(options_);
     total_ = input->bytes_total();
-    while (input->next()) {
-        if (input->item() != FrameInput::Item::kFrame) continue;
-        first_timestamp_ = input->frame().timestamp;
-        return;
+    while (current_state_ == State::kWaiting && input->next(*this)) {
     }
+    if (current_state_ == State::kAtFrame) first_timestamp_ = frame_.timestamp;
+    current_state_ = State::kWaiting;
 }
 
 uint64_t MergeSource::timestamp() const {
-    return current_state_ == State::kAtFrame ? opened_->frame().timestamp : first_timestamp_;
+    return current_state_ == State::kAtFrame ? frame_.timestamp : first_timestamp_;
 }
 
 void MergeSource::open() {
@@ -47,16 +48,31 @@ void MergeSource::open() {
 }
 
 void MergeSource::advance() {
-    while (damage_.next(*opened_)) {
-        current_header_.add(*opened_);
-        if (opened_->item() != FrameInput::Item::kFrame) continue;
-        current_state_ = State::kAtFrame;
-        return;
+    current_state_ = State::kWaiting;
+    while (damage_.next(*opened_, *this)) {
+        if (current_state_ == State::kAtFrame) return;
     }
     current_state_ = State::kEnded;
     done_ = opened_->bytes_done();
-    cut_short_ = opened_->was_cut_short();
+    interrupted_ = opened_->is_interrupted();
     opened_.reset();
 }
+
+void MergeSource::on_file(Kit::RecordingFile const& file, FileState) {
+    origin_ = {file.path, {}};
+}
+
+void MergeSource::on_header(Kit::RecordingHeader const& header) {
+    origin_.header = header;
+}
+
+void MergeSource::on_frame(InputFrame const& frame) {
+    frame_ = frame;
+    current_state_ = State::kAtFrame;
+}
+
+void MergeSource::on_finding(Kit::Finding const&) {}
+
+void MergeSource::on_note(std::string const&) {}
 
 }  // namespace Tools

@@ -1,10 +1,8 @@
 #include "tools/diff/alignment.h"
 
-#include <optional>
-
 namespace Tools {
 
-void FrameQueue::advance() {
+void FrameLookAhead::advance() {
     if (held_.empty()) {
         read();
     } else {
@@ -12,29 +10,42 @@ void FrameQueue::advance() {
     }
 }
 
-void FrameQueue::read() {
+void FrameLookAhead::read() {
     at_frame_ = false;
-    while (!at_frame_ && report_.next(input_)) {
-        if (input_.item() == FrameInput::Item::kHeader && on_header) on_header(input_.header());
-        at_frame_ = input_.item() == FrameInput::Item::kFrame;
+    while (!at_frame_ && report_.next(input_, *this)) {
     }
 }
 
-InputFrame FrameQueue::front() const {
-    if (held_.empty()) return input_.frame();
+void FrameLookAhead::on_file(Kit::RecordingFile const&, FileState) {}
+
+void FrameLookAhead::on_header(Kit::RecordingHeader const& header) {
+    if (!header_) header_ = header;
+}
+
+void FrameLookAhead::on_frame(InputFrame const& frame) {
+    frame_ = frame;
+    at_frame_ = true;
+}
+
+void FrameLookAhead::on_finding(Kit::Finding const&) {}
+
+void FrameLookAhead::on_note(std::string const&) {}
+
+InputFrame FrameLookAhead::front() const {
+    if (held_.empty()) return frame_;
     InputFrame frame = held_.front().frame;
     frame.payload = held_.front().payload;
     return frame;
 }
 
-std::vector<uint64_t> const& FrameQueue::look_ahead() {
-    while (at_frame_ && held_.size() < kMostHeld && input_.frame().payload.size() <= kLargestHeld) {
-        held_.push_back({input_.frame(), std::string(input_.frame().payload)});
+std::vector<uint64_t> const& FrameLookAhead::look_ahead() {
+    while (at_frame_ && held_.size() < kMostHeld && frame_.payload.size() <= kLargestHeld) {
+        held_.push_back({frame_, std::string(frame_.payload)});
         read();
     }
     times_.clear();
     for (Held const& each : held_) times_.push_back(each.frame.timestamp);
-    if (at_frame_) times_.push_back(input_.frame().timestamp);
+    if (at_frame_) times_.push_back(frame_.timestamp);
     return times_;
 }
 

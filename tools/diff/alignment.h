@@ -1,7 +1,7 @@
 #pragma once
 
 #include <deque>
-#include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,15 +16,15 @@ namespace Tools {
  * The frames of an input, one after the other, with a look at those that come next. Holds up to
  * kMostHeld small frames besides that of the input. Input and report outlive it.
  */
-class FrameQueue {
+class FrameLookAhead : private InputHandler {
 public:
-    FrameQueue(FrameInput& input, DamageReport& report) : input_(input), report_(report) {}
+    FrameLookAhead(FrameInput& input, DamageReport& report) : input_(input), report_(report) {}
 
-    /** Called with each header that the input gives. */
-    std::function<void(Kit::RecordingHeader const&)> on_header;
-
-    /** Goes on to the next frame; at first to the first one. */
+    /** Continues with the next frame; at first with the first one. */
     void advance();
+
+    /** The first header up to the current frame; none when there was none. */
+    std::optional<Kit::RecordingHeader> const& header() const { return header_; }
 
     bool is_at_end() const { return held_.empty() && !at_frame_; }
 
@@ -43,12 +43,20 @@ private:
     static constexpr size_t kMostHeld = 31;
     static constexpr size_t kLargestHeld = 64 * 1024;
 
+    void on_file(Kit::RecordingFile const& file, FileState state) override;
+    void on_header(Kit::RecordingHeader const& header) override;
+    void on_frame(InputFrame const& frame) override;
+    void on_finding(Kit::Finding const& finding) override;
+    void on_note(std::string const& note) override;
+
     void read();
 
     FrameInput& input_;
     DamageReport& report_;
-    std::deque<Held> held_;  // they come before the input's frame
+    std::optional<Kit::RecordingHeader> header_;
+    InputFrame frame_;       // the input's current one
     bool at_frame_ = false;  // whether the input has one
+    std::deque<Held> held_;  // they come before the input's frame
     std::vector<uint64_t> times_;
 };
 
@@ -59,7 +67,7 @@ private:
  */
 class FrameAlignment {
 public:
-    FrameAlignment(FrameQueue& a, FrameQueue& b, Tolerances const& tolerances)
+    FrameAlignment(FrameLookAhead& a, FrameLookAhead& b, Tolerances const& tolerances)
         : a_(a), b_(b), tolerances_(tolerances) {}
 
     enum class Step { kBoth, kOnlyA, kOnlyB, kEnd };
@@ -70,8 +78,8 @@ public:
 private:
     Step step_towards_match();
 
-    FrameQueue& a_;
-    FrameQueue& b_;
+    FrameLookAhead& a_;
+    FrameLookAhead& b_;
     Tolerances const& tolerances_;
 };
 

@@ -5,7 +5,7 @@
 
 #include "kit/encoding/target_reader.h"
 #include "tools/diff/tolerance.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/frame.h"
 
 namespace Tools {
 

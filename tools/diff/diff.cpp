@@ -13,6 +13,7 @@
 #include "tools/diff/alignment.h"
 #include "tools/diff/comparison.h"
 #include "tools/diff/report.h"
+#include "tools/input/open.h"
 #include "tools/screen/progress.h"
 
 namespace Tools {
@@ -35,7 +36,7 @@ std::string number_text(double value) {
 }
 
 std::unique_ptr<FrameInput> open_source(std::string const& source, Options const& options) {
-    InputOptions input;
+    SourceOptions input;
     input.source = source;
     input.recorder = options.recorder;
     return open_frame_input(input);
@@ -47,19 +48,14 @@ Tolerances read_tolerances(Options const& options) {
     return tolerances;
 }
 
-/** A source, with its first header. */
+/** A source. */
 struct Side {
     Side(std::unique_ptr<FrameInput> opened, Messages const& messages, ProgressBar& bar)
-        : input(std::move(opened)), damage(messages, bar), frames(*input, damage) {
-        frames.on_header = [this](Kit::RecordingHeader const& found) {
-            if (!header) header = found;
-        };
-    }
+        : input(std::move(opened)), damage(messages, bar), frames(*input, damage) {}
 
     std::unique_ptr<FrameInput> input;
     DamageReport damage;
-    FrameQueue frames;
-    std::optional<Kit::RecordingHeader> header;
+    FrameLookAhead frames;
 };
 
 /** A comparison under way. */
@@ -89,11 +85,11 @@ public:
         compare_headers();
         FrameAlignment alignment(a_.frames, b_.frames, tolerances_);
         // What comes behind Ctrl-C in one of them is not missing in the other.
-        for (auto step = alignment.next(); step != FrameAlignment::Step::kEnd && !is_cut_short();
+        for (auto step = alignment.next(); step != FrameAlignment::Step::kEnd && !is_interrupted();
              step = alignment.next()) {
             take(step);
         }
-        sum_.interrupted = is_cut_short();
+        sum_.interrupted = is_interrupted();
         report_->finish(sum_);
         return judge();
     }
@@ -101,7 +97,7 @@ public:
 private:
     using Step = FrameAlignment::Step;
 
-    bool is_cut_short() const { return a_.input->was_cut_short() || b_.input->was_cut_short(); }
+    bool is_interrupted() const { return a_.input->is_interrupted() || b_.input->is_interrupted(); }
 
     void take(Step step) {
         if (step == Step::kOnlyA) {
@@ -126,10 +122,12 @@ private:
     }
 
     void compare_headers() {
-        if (!a_.header || !b_.header) return;
-        compare_header("height", a_.header->height, b_.header->height);
-        compare_header("tilt", a_.header->tilt, b_.header->tilt);
-        compare_header("sensitivity", a_.header->sensitivity, b_.header->sensitivity);
+        auto const& a = a_.frames.header();
+        auto const& b = b_.frames.header();
+        if (!a || !b) return;
+        compare_header("height", a->height, b->height);
+        compare_header("tilt", a->tilt, b->tilt);
+        compare_header("sensitivity", a->sensitivity, b->sensitivity);
     }
 
     void compare_header(std::string const& field, double value_a, double value_b) {

@@ -8,7 +8,7 @@
 #include "tools/doctor/finding_sum.h"
 #include "tools/doctor/findings.h"
 #include "tools/doctor/report.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/open.h"
 #include "tools/screen/progress.h"
 
 namespace Tools {
@@ -16,40 +16,63 @@ namespace Tools {
 namespace {
 
 struct Options {
-    InputOptions input;
+    SourceOptions input;
     std::string format = "text";
 };
 
+/** An examination under way. */
+class Examination : private InputHandler {
+public:
+    Examination(Options const& options, Console& console)
+        : console_(console),
+          form_(make_doctor_form(options.format, options.input.source, console_.out)),
+          findings_([this](DoctorFinding const& finding) {
+              sum_.add(finding);
+              form_->print(finding);
+          }) {}
+
+    ExitStatus run(FrameInput& input) {
+        form_->begin();
+        while (input.next(*this)) bar_.update(input.bytes_done(), input.bytes_total());
+        findings_.finish();
+        const uint64_t frames = findings_.frame_timing().frames();
+        const bool interrupted = input.is_interrupted() && !input.is_endless();
+        form_->end({findings_.files(), frames, sum_.errors(), sum_.warnings(), sum_.skipped_bytes(),
+                    interrupted});
+        console_.out.flush();
+        bar_.clear();
+        return sum_.tell(console_.messages, frames, interrupted);
+    }
+
+private:
+    void on_file(Kit::RecordingFile const& file, FileState state) override {
+        findings_.on_file(file, state);
+    }
+
+    void on_header(Kit::RecordingHeader const& header) override { findings_.on_header(header); }
+    void on_frame(InputFrame const& frame) override { findings_.on_frame(frame); }
+    void on_finding(Kit::Finding const& finding) override { findings_.on_finding(finding); }
+
+    void on_note(std::string const& note) override {
+        bar_.clear();
+        console_.messages.note(note);
+    }
+
+    Console& console_;
+    ProgressBar bar_{ProgressBar::Use::kNotBesideData};
+    std::unique_ptr<DoctorForm> form_;
+    FindingSum sum_;
+    DoctorFindings findings_;
+};
+
 ExitStatus examine(Options const& options, Console& console) {
-    InputOptions input_options = options.input;
+    SourceOptions input_options = options.input;
     input_options.idle = [&] {
         console.out.flush();
         console.out.check_reader();
     };
     const auto input = open_frame_input(input_options);
-    ProgressBar bar(ProgressBar::Use::kNotBesideData);
-    const auto form = make_doctor_form(options.format, options.input.source, console.out);
-    FindingSum sum;
-    DoctorFindings findings([&](DoctorFinding const& finding) {
-        sum.add(finding);
-        form->print(finding);
-    });
-    form->begin();
-    while (input->next()) {
-        bar.update(input->bytes_done(), input->bytes_total());
-        if (input->item() == FrameInput::Item::kNote) {
-            bar.clear();
-            console.messages.note(input->note());
-        }
-        findings.add(*input);
-    }
-    findings.finish();
-    const bool interrupted = input->was_cut_short() && !input->is_endless();
-    form->end({findings.files(), findings.frame_timing().frames(), sum.errors(), sum.warnings(),
-               sum.skipped_bytes(), interrupted});
-    console.out.flush();
-    bar.clear();
-    return sum.tell(console.messages, findings.frame_timing().frames(), interrupted);
+    return Examination(options, console).run(*input);
 }
 
 Run declare(CLI::App& parser) {

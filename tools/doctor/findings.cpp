@@ -35,45 +35,28 @@ bool can_be_zeroed(FindingKind kind) {
 
 }  // namespace
 
-void DoctorFindings::add(FrameInput const& input) {
-    switch (input.item()) {
-        case FrameInput::Item::kFile:
-            settle(false);
-            begin_file(input);
-            break;
-        case FrameInput::Item::kHeader:
-            settle(true);
-            add_header(input.header());
-            break;
-        case FrameInput::Item::kFrame:
-            settle(true);
-            add_frame(input.frame());
-            break;
-        case FrameInput::Item::kFinding:
-            add_finding(input.finding());
-            break;
-        case FrameInput::Item::kNote:
-            break;
-    }
-}
-
 void DoctorFindings::finish() {
     settle(false);
     tell_gaps();
 }
 
-void DoctorFindings::begin_file(FrameInput const& input) {
-    file_ = input.file();
+void DoctorFindings::on_file(Kit::RecordingFile const& file, FileState state) {
+    settle(false);
+    file_ = file;
     header_seen_ = false;
     ++file_count_;
-    if (input.state() == FileState::kUnfinished) {
+    if (state == FileState::kUnfinished) {
         report("unfinished", file_.size, "its recorder has not completed it, and writes no more");
     }
 }
 
+void DoctorFindings::on_header(Kit::RecordingHeader const& header) {
+    settle(true);
+    if (!std::exchange(header_seen_, true) && file_.name) check_name(header);
+}
+
 /** The time in a name is local, and of the zone nothing is known but what zones there can be. */
-void DoctorFindings::add_header(Kit::RecordingHeader const& header) {
-    if (std::exchange(header_seen_, true) || !file_.name) return;
+void DoctorFindings::check_name(Kit::RecordingHeader const& header) {
     constexpr int64_t kHour = 3600;
     const int64_t ahead = Kit::begin_as_utc(*file_.name) - header.seconds;
     if (ahead % (kHour / 4) == 0 && ahead >= -12 * kHour && ahead <= 14 * kHour) return;
@@ -82,7 +65,8 @@ void DoctorFindings::add_header(Kit::RecordingHeader const& header) {
                ", which the header says, in any time zone");
 }
 
-void DoctorFindings::add_frame(InputFrame const& frame) {
+void DoctorFindings::on_frame(InputFrame const& frame) {
+    settle(true);
     if (timing_.frames() > 0 && frame.timestamp < last_timestamp_) {
         report("time-back", frame.offset,
                "the time goes back by " + length_of(last_timestamp_ - frame.timestamp) +
@@ -104,7 +88,7 @@ void DoctorFindings::check_repetition(InputFrame const& frame) {
            "frame " + std::to_string(frame.number) + " is the one before once more");
 }
 
-void DoctorFindings::add_finding(Kit::Finding const& finding) {
+void DoctorFindings::on_finding(Kit::Finding const& finding) {
     switch (finding.kind) {
         case FindingKind::kSkipped:
             if (damage_) damage_->length = finding.length;

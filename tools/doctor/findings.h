@@ -7,7 +7,7 @@
 
 #include "kit/recording/finding.h"
 #include "tools/doctor/finding_code.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/handler.h"
 #include "tools/input/timing.h"
 
 namespace Tools {
@@ -26,15 +26,18 @@ struct DoctorFinding {
  * what a file's name, the order of the frames' times and frames that come twice show. Holds the
  * frame before, or its first 64 KiB. One thread at a time.
  */
-class DoctorFindings {
+class DoctorFindings : public InputHandler {
 public:
     using Tell = std::function<void(DoctorFinding const&)>;
 
     /** @param tell takes each finding, in order of the source; only gaps come at the end. */
     explicit DoctorFindings(Tell tell) : tell_(std::move(tell)) {}
 
-    /** Takes the input's item. */
-    void add(FrameInput const& input);
+    void on_file(Kit::RecordingFile const& file, FileState state) override;
+    void on_header(Kit::RecordingHeader const& header) override;
+    void on_frame(InputFrame const& frame) override;
+    void on_finding(Kit::Finding const& finding) override;
+    void on_note(std::string const&) override {}
 
     /** The source has ended: only now it is known what a gap is. */
     void finish();
@@ -43,11 +46,8 @@ public:
     FrameTiming const& frame_timing() const { return timing_; }
 
 private:
-    void begin_file(FrameInput const& input);
-    void add_header(Kit::RecordingHeader const& header);
-    void add_frame(InputFrame const& frame);
+    void check_name(Kit::RecordingHeader const& header);
     void check_repetition(InputFrame const& frame);
-    void add_finding(Kit::Finding const& finding);
     void settle(bool goes_on);
     DoctorFinding judge(Kit::Finding const& finding, bool goes_on) const;
     void tell_gaps();

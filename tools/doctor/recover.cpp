@@ -12,7 +12,7 @@
 #include "tools/doctor/findings.h"
 #include "tools/doctor/recover_report.h"
 #include "tools/doctor/recovery.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/open.h"
 #include "tools/screen/progress.h"
 
 namespace Tools {
@@ -20,23 +20,11 @@ namespace Tools {
 namespace {
 
 struct Options {
-    InputOptions input;
+    SourceOptions input;
     std::string directory;
     bool force = false;
     std::string format = "text";
 };
-
-/** Notes, and files of which there may be more later. */
-void tell_person(FrameInput const& input, ProgressBar& bar, Messages const& messages) {
-    if (input.item() == FrameInput::Item::kNote) {
-        bar.clear();
-        messages.note(input.note());
-    } else if (input.item() == FrameInput::Item::kFile &&
-               input.state() == FileState::kBeingWritten) {
-        bar.clear();
-        messages.note(input.file().path + ": is being written: what is there so far is kept");
-    }
-}
 
 /** Of a source in which there is nothing to save. */
 [[noreturn]] void fail(std::string const& first_error) {
@@ -44,7 +32,7 @@ void tell_person(FrameInput const& input, ProgressBar& bar, Messages const& mess
 }
 
 /** A recovery under way: what is read goes to the doctor and to what is written. */
-class Work {
+class Work : private InputHandler {
 public:
     Work(Options const& options, Console& console)
         : console_(console),
@@ -54,21 +42,49 @@ public:
                     [this](SavedRecording const& saved) { add(saved); }) {}
 
     ExitStatus run(FrameInput& input) {
-        while (input.next()) {
-            bar_.update(input.bytes_done(), input.bytes_total());
-            tell_person(input, bar_, console_.messages);
-            findings_.add(input);
-            recovery_.add(input);
-        }
+        while (input.next(*this)) bar_.update(input.bytes_done(), input.bytes_total());
         findings_.finish();
         recovery_.finish();
         bar_.clear();
-        if (report_.recordings() == 0 && !input.was_cut_short()) fail(first_error_);
-        report_.finish(input.was_cut_short());
-        return judge(input.was_cut_short());
+        if (report_.recordings() == 0 && !input.is_interrupted()) fail(first_error_);
+        report_.finish(input.is_interrupted());
+        return judge(input.is_interrupted());
     }
 
 private:
+    void on_file(Kit::RecordingFile const& file, FileState state) override {
+        if (state == FileState::kBeingWritten) {
+            note(file.path + ": is being written: what is there so far is kept");
+        }
+        findings_.on_file(file, state);
+        recovery_.on_file(file, state);
+    }
+
+    void on_header(Kit::RecordingHeader const& header) override {
+        findings_.on_header(header);
+        recovery_.on_header(header);
+    }
+
+    void on_frame(InputFrame const& frame) override {
+        findings_.on_frame(frame);
+        recovery_.on_frame(frame);
+    }
+
+    void on_finding(Kit::Finding const& finding) override {
+        findings_.on_finding(finding);
+        recovery_.on_finding(finding);
+    }
+
+    void on_note(std::string const& text) override {
+        note(text);
+        recovery_.on_note(text);
+    }
+
+    void note(std::string const& text) {
+        bar_.clear();
+        console_.messages.note(text);
+    }
+
     /** What has been saved is there, and told, whatever goes wrong later. */
     void add(SavedRecording const& saved) {
         report_.add(saved);

@@ -63,29 +63,24 @@ char const* name_of(SavedRecording::Header header) {
 Recovery::Recovery(std::string directory, bool force, Tell tell)
     : directory_(std::move(directory)), force_(force), tell_(std::move(tell)) {}
 
-void Recovery::add(FrameInput const& input) {
-    switch (input.item()) {
-        case FrameInput::Item::kFile:
-            end_part();
-            file_ = input.file();
-            is_first_part_ = true;
-            is_raw_ = false;
-            break;
-        case FrameInput::Item::kHeader:
-            end_part();
-            begin_part(input.header(), SavedRecording::Header::kKept);
-            break;
-        case FrameInput::Item::kFrame:
-            if (!is_begun_) make_up_header(input.frame());
-            add_frame(input.frame());
-            break;
-        case FrameInput::Item::kFinding:
-            if (input.finding().kind == Kit::FindingKind::kRawData) is_raw_ = true;
-            break;
-        case FrameInput::Item::kNote:  // also that one of a directory's files is passed over
-            if (file_.raw) is_raw_ = true;
-            break;
-    }
+void Recovery::on_file(Kit::RecordingFile const& file, FileState) {
+    end_part();
+    file_ = file;
+    is_first_part_ = true;
+    is_raw_ = false;
+}
+
+void Recovery::on_header(Kit::RecordingHeader const& header) {
+    end_part();
+    begin_part(header, SavedRecording::Header::kKept);
+}
+
+void Recovery::on_finding(Kit::Finding const& finding) {
+    if (finding.kind == Kit::FindingKind::kRawData) is_raw_ = true;
+}
+
+void Recovery::on_note(std::string const&) {
+    if (file_.raw) is_raw_ = true;
 }
 
 void Recovery::finish() {
@@ -115,7 +110,8 @@ void Recovery::make_up_header(InputFrame const& first) {
     begin_part(made_up, SavedRecording::Header::kMadeUp);
 }
 
-void Recovery::add_frame(InputFrame const& frame) {
+void Recovery::on_frame(InputFrame const& frame) {
+    if (!is_begun_) make_up_header(frame);
     if (held_ && held_->tag == frame.tag) {
         tag_ = frame.tag;
         put(main_, held_->tag, held_->offset, held_->payload);

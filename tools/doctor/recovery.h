@@ -8,7 +8,7 @@
 #include <string>
 
 #include "kit/recording/files.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/handler.h"
 #include "tools/output/recording.h"
 
 namespace Tools {
@@ -39,8 +39,11 @@ char const* name_of(SavedRecording::Header header);
  * Writes what an input gives as complete recordings: one for each header, with the bytes of the
  * records as they were. Records of another tag than the recording's, which nearly all of its
  * records have, go to a recording in the folder "suspect". Holds one record. One thread at a time.
+ *
+ * What takes an item throws Kit::Error when a recording cannot be written, or would replace a
+ * file that is there, or its own input.
  */
-class Recovery {
+class Recovery : public InputHandler {
 public:
     using Tell = std::function<void(SavedRecording const&)>;
 
@@ -51,15 +54,14 @@ public:
      */
     Recovery(std::string directory, bool force, Tell tell);
 
-    /**
-     * Takes the input's item.
-     *
-     * @throws Kit::Error when a recording cannot be written, or would replace a file that is
-     *         there, or its own input.
-     */
-    void add(FrameInput const& input);
+    void on_file(Kit::RecordingFile const& file, FileState state) override;
+    void on_header(Kit::RecordingHeader const& header) override;
+    void on_frame(InputFrame const& frame) override;
+    void on_finding(Kit::Finding const& finding) override;
+    /** Also that one of a directory's files is passed over. */
+    void on_note(std::string const& note) override;
 
-    /** Completes what has been begun. @throws Kit::Error as add() does. */
+    /** Completes what has been begun. Throws the same. */
     void finish();
 
 private:
@@ -76,7 +78,6 @@ private:
 
     void begin_part(Kit::RecordingHeader const& header, SavedRecording::Header origin);
     void make_up_header(InputFrame const& first);
-    void add_frame(InputFrame const& frame);
     void open(Part& part, bool is_suspect);
     void put(Part& part, uint32_t tag, uint64_t offset, std::string_view payload);
     void put_suspect(Held const& record);

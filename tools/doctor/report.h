@@ -7,7 +7,6 @@
 
 #include "tools/cli/output.h"
 #include "tools/doctor/findings.h"
-#include "tools/input/frame_input.h"
 
 namespace Tools {
 

@@ -5,7 +5,7 @@
 
 #include "tools/format/fields.h"
 #include "tools/format/text_buffer.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/frame.h"
 
 namespace Tools {
 

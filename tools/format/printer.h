@@ -11,7 +11,7 @@
 #include "tools/format/form.h"
 #include "tools/format/text_buffer.h"
 #include "tools/format/workers.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/frame.h"
 
 namespace Tools {
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "kit/encoding/target_reader.h"
+#include "radar_objects/radar_objects.pb.h"
 #include "tools/cli/usage_error.h"
 #include "tools/format/form.h"
 

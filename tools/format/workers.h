@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "tools/format/form.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/frame.h"
 
 namespace Tools {
 

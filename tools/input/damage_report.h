@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "kit/recording/finding.h"
 #include "tools/cli/exit_status.h"
 #include "tools/cli/messages.h"
 #include "tools/input/frame_input.h"
@@ -14,30 +13,34 @@
 namespace Tools {
 
 /**
- * Keeps account of what is the matter with an input: a message on standard error for each place, a
- * sum at the end, and the exit status. The messages and the bar outlive it. One thread at a time.
+ * Reports the damage of an input: a message on standard error for each place, a sum at the end, and
+ * the exit status. The messages and the bar outlive it. One thread at a time.
  *
  *     DamageReport report(console.messages, bar);
- *     while (report.next_frame(*input)) use(input->frame());
+ *     report.read_frames(*input, [&](InputFrame const& frame) { use(frame); });
  *     finish();
  *     return report.finish(*input);
  */
-class DamageReport {
+class DamageReport : private InputHandler {
 public:
-    /** @param bar what is drawn on standard error meanwhile; next_frame() moves it. */
+    /** @param bar shows the progress on standard error; each item moves it. */
     DamageReport(Messages const& messages, ProgressBar& bar) : messages_(messages), bar_(bar) {}
 
     /**
-     * Goes on to the next selected frame, and takes note of what comes before it. Returns false at
-     * the end of the input.
+     * Delivers the input's next item to `handler`, and reports it before if it is damage. Returns
+     * false at the end of the input.
      *
      * @throws Kit::InputError what the input throws, and at the end when the source was no
-     *         recording at all: neither a header nor a frame, but damage.
+     *         recording at all: neither a header nor a frame, but damage. And what the handler
+     *         throws.
      */
-    bool next_frame(FrameInput& input);
+    bool next(FrameInput& input, InputHandler& handler);
 
-    /** For verbs that look at all items: goes on to the next one, and takes note of it. */
-    bool next(FrameInput& input);
+    /** Delivers every item up to the end. Throws what next() throws. */
+    void read_all(FrameInput& input, InputHandler& handler);
+
+    /** For verbs that only frames matter to: calls `use` with every frame. Throws the same. */
+    void read_frames(FrameInput& input, std::function<void(InputFrame const&)> const& use);
 
     /**
      * For one of several inputs: the sum names `source`, and from now on the bar shows the
@@ -48,34 +51,43 @@ public:
         update_ = std::move(update);
     }
 
-    /** Takes note of a loss that the input knows nothing of. `what` is part of a line. */
+    /** Reports a loss that the input knows nothing of. `what` is part of a line. */
     void add_loss(std::string const& what);
 
     /** Whether anything was lost, skipped or damaged so far. */
     bool has_damage() const { return places_ > 0; }
 
-    /** Tells the sum, and that Ctrl-C ended the work early. kDamaged when anything is amiss. */
+    /** Reports the sum, and that Ctrl-C ended the work early. kDamaged after any damage. */
     ExitStatus finish(FrameInput const& input);
 
-    /** The same where it is for the person to end the work. */
+    /** The same where it is for the user to end the work. */
     ExitStatus finish();
 
 private:
-    void note(FrameInput const& input);
-    void use(std::string const& file, Kit::Finding const& finding);
-    void tell_pending();
+    class Both;
+    class Frames;
+
+    void on_file(Kit::RecordingFile const& file, FileState state) override;
+    void on_header(Kit::RecordingHeader const& header) override;
+    void on_frame(InputFrame const& frame) override;
+    void on_finding(Kit::Finding const& finding) override;
+    void on_note(std::string const& note) override;
+
+    void update_bar(FrameInput const& input);
+    void report_pending();
     void check_content(FrameInput const& input);
 
     Messages const& messages_;
     ProgressBar& bar_;
     std::string source_;  // what the lines of the sum begin with
     std::function<void(ProgressBar&)> update_;
+    std::string file_;     // the path of the current one
     std::string pending_;  // a message that the number of skipped bytes may complete
     std::string first_;    // the first message about damage
     bool has_content_ = false;
     uint64_t frames_ = 0;
     uint64_t places_ = 0;
-    uint64_t untold_ = 0;
+    uint64_t unreported_ = 0;
     uint64_t skipped_ = 0;
 };
 

@@ -1,85 +1,70 @@
 #include "tools/input/frame_input.h"
 
-#include <CLI/CLI.hpp>
-#include <utility>
-
 #include "tools/cli/signals.h"
-#include "tools/cli/source_name.h"
-#include "tools/cli/usage_error.h"
-#include "tools/input/recording_input.h"
-#include "tools/input/stream_input.h"
 
 namespace Tools {
 
-namespace {
+/** Numbers the frames, and passes on those that are selected and every other item. */
+class FrameInput::SelectedItems final : public InputHandler {
+public:
+    SelectedItems(FrameInput& input, InputHandler& handler) : input_(input), handler_(handler) {}
 
-/** The selection, which knows the last frame's time if it needs it. */
-Selection make_selection(InputOptions const& options, SourceName const& source) {
-    Selection selection(options.selection);
-    if (!selection.needs_last_timestamp()) return selection;
-    if (source.kind != SourceName::Kind::kPath) {
-        throw UsageError("a time before the last frame needs a file or a directory, not " +
-                         source.text);
+    /** Whether the last item was passed on. */
+    bool has_passed() const { return passed_; }
+
+private:
+    void on_file(Kit::RecordingFile const& file, FileState state) override {
+        passed_ = true;
+        handler_.on_file(file, state);
     }
-    if (options.follow && selection.ends_by_last_timestamp()) {
-        throw UsageError("--end " + options.selection.end + " makes no sense with --follow");
+
+    void on_header(Kit::RecordingHeader const& header) override {
+        passed_ = true;
+        handler_.on_header(header);
     }
-    selection.set_last_timestamp(find_last_timestamp(source, options));
-    return selection;
-}
 
-}  // namespace
+    void on_frame(InputFrame const& frame) override {
+        const uint64_t number = input_.frame_count_++;
+        const auto verdict = input_.selection_.judge(number, frame.timestamp);
+        input_.over_ = verdict == Selection::Verdict::kOver;
+        if (verdict != Selection::Verdict::kSelected) return;
+        passed_ = true;
+        InputFrame numbered = frame;
+        numbered.number = number;
+        handler_.on_frame(numbered);
+    }
 
-void add_source_options(CLI::App& parser, InputOptions& options) {
-    parser
-        .add_option("SOURCE", options.source,
-                    "A file, a directory of one recorder's files, - for standard input, or "
-                    "unix:PATH, a live stream")
-        ->required();
-    parser
-        .add_option("--recorder", options.recorder,
-                    "Of a directory with files of several recorders, read those with this tag "
-                    "(0xFEED0007) or this prefix (radar)")
-        ->type_name("NAME");
-}
+    void on_finding(Kit::Finding const& finding) override {
+        passed_ = true;
+        handler_.on_finding(finding);
+    }
 
-bool FrameInput::next() {
-    if (over_ || cut_short) return false;
-    for (;;) {
-        is_decoded = false;
+    void on_note(std::string const& note) override {
+        passed_ = true;
+        handler_.on_note(note);
+    }
+
+    FrameInput& input_;
+    InputHandler& handler_;
+    bool passed_ = false;
+};
+
+bool FrameInput::next(InputHandler& handler) {
+    SelectedItems items(*this, handler);
+    while (!over_ && !interrupted_) {
         if (was_interrupted()) {
-            cut_short = true;
+            interrupt();
             return false;
         }
-        if (!read()) return false;
-        if (current_item != Item::kFrame || is_selected()) return true;
-        if (over_) return false;
+        if (!read(items)) return false;
+        if (items.has_passed()) return true;
     }
+    return false;
 }
 
-bool FrameInput::is_selected() {
-    current_frame.number = frame_count_++;
-    const auto verdict = selection_.judge(current_frame.number, current_frame.timestamp);
-    over_ = verdict == Selection::Verdict::kOver;
-    return verdict == Selection::Verdict::kSelected;
-}
-
-RO::RadarObjects const& FrameInput::objects() {
-    if (!is_decoded) {
-        decoded.ParseFromArray(current_frame.payload.data(),
-                               static_cast<int>(current_frame.payload.size()));
-        is_decoded = true;
+void read_all(FrameInput& input, InputHandler& handler) {
+    while (input.next(handler)) {
     }
-    return decoded;
-}
-
-std::unique_ptr<FrameInput> open_frame_input(InputOptions const& options) {
-    const SourceName source = parse_source_name(options.source);
-    Selection selection = make_selection(options, source);
-    if (source.kind == SourceName::Kind::kLiveStream) {
-        return std::make_unique<StreamInput>(source, options, std::move(selection));
-    }
-    return std::make_unique<RecordingInput>(source, options, std::move(selection));
 }
 
 }  // namespace Tools

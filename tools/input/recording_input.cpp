@@ -56,7 +56,7 @@ std::string reason_of(Kit::InputError const& error, std::string const& path) {
 
 }  // namespace
 
-RecordingInput::RecordingInput(SourceName const& source, InputOptions const& options,
+RecordingInput::RecordingInput(SourceName const& source, SourceOptions const& options,
                                Selection selection)
     : FrameInput(std::move(selection)), idle_(options.idle) {
     if (source.kind == SourceName::Kind::kStandardInput) {
@@ -64,39 +64,41 @@ RecordingInput::RecordingInput(SourceName const& source, InputOptions const& opt
         return;
     }
     files_.emplace(source.path, options.recorder, options.follow);
-    left_out_to_tell_ = files_->left_out() > 0;
+    report_skipped_files_ = files_->left_out() > 0;
 }
 
 uint64_t RecordingInput::bytes_done() const {
     return bytes_before_ + (scanner_ ? scanner_->offset() : 0);
 }
 
-bool RecordingInput::read() {
-    if (std::exchange(left_out_to_tell_, false)) {
-        return tell("files of other recorders, left out: " + std::to_string(files_->left_out()));
+bool RecordingInput::read(InputHandler& items) {
+    if (std::exchange(report_skipped_files_, false)) {
+        items.on_note("files of other recorders, left out: " + std::to_string(files_->left_out()));
+        return true;
     }
     try {
         for (;;) {
-            if (!to_tell_.empty()) {
-                Kit::Finding finding = std::move(to_tell_.front());
-                to_tell_.pop_front();
-                return tell(std::move(finding));
+            if (!pending_.empty()) {
+                const Kit::Finding finding = std::move(pending_.front());
+                pending_.pop_front();
+                items.on_finding(finding);
+                return true;
             }
-            if (!scanner_) return open_next_file();
-            if (use(scan())) return true;
+            if (!scanner_) return open_next_file(items);
+            if (use(scan(), items)) return true;
         }
     } catch (WaitInterrupted const&) {
-        cut_short = true;
+        interrupt();
         return false;
     }
 }
 
-bool RecordingInput::open_next_file() {
+bool RecordingInput::open_next_file(InputHandler& items) {
     if (!files_) {
         if (!std::exchange(standard_input_to_come_, false)) return false;
-        current_file.path = "standard input";
+        file_.path = "standard input";
         scanner_ = open_scanner("-", true);
-        current_item = Item::kFile;
+        items.on_file(file_, FileState::kUnknown);
         return true;
     }
     std::optional<Kit::RecordingFile> file = files_->next();
@@ -105,25 +107,25 @@ bool RecordingInput::open_next_file() {
         wait();
         file = files_->next();
     }
-    open_file(std::move(*file));
+    open_file(std::move(*file), items);
     return true;
 }
 
-void RecordingInput::open_file(Kit::RecordingFile file) {
+void RecordingInput::open_file(Kit::RecordingFile file, InputHandler& items) {
     file.path = current_path(file.path);
     file.name = Kit::parse_recording_name(Kit::file_name_of(file.path));
-    current_item = Item::kFile;
-    current_file = std::move(file);
-    current_state = find_file_state(current_file);
+    file_ = std::move(file);
+    const FileState state = find_file_state(file_);
     // The last one may be written by a recorder that had nothing to write for a long time.
-    growing_ = current_state == FileState::kBeingWritten ||
-               (files_->follows() && current_state != FileState::kComplete && !files_->has_newer());
+    growing_ = state == FileState::kBeingWritten ||
+               (files_->follows() && state != FileState::kComplete && !files_->has_newer());
     try {
-        scanner_ = open_scanner(current_file.path, !is_regular(current_file.path));
+        scanner_ = open_scanner(file_.path, !is_regular(file_.path));
     } catch (Kit::InputError const& error) {
         if (!files_->is_directory()) throw;
-        to_tell_.push_back({FindingKind::kUnreadable, 0, 0, reason_of(error, current_file.path)});
+        pending_.push_back({FindingKind::kUnreadable, 0, 0, reason_of(error, file_.path)});
     }
+    items.on_file(file_, state);
 }
 
 std::unique_ptr<RecordingScanner> RecordingInput::open_scanner(std::string const& path,
@@ -150,48 +152,49 @@ RecordingInput::Scanned RecordingInput::scan() {
     }
 }
 
-/** Makes an item of what was scanned; false when it gives none. */
-bool RecordingInput::use(Scanned scanned) {
+/** Delivers what was scanned; false when that is no item. */
+bool RecordingInput::use(Scanned scanned, InputHandler& items) {
     if (scanned == Scanned::kFinding && suspect()) return false;
-    if (!suspects_.empty()) return use_behind_suspects(scanned);
+    if (!suspects_.empty()) return use_after_suspects(scanned, items);
     switch (scanned) {
         case Scanned::kHeader:
-            current_header = scanner_->header();
-            current_item = Item::kHeader;
+            items.on_header(scanner_->header());
             return true;
         case Scanned::kRecord:
-            return use_record();
+            use_record(items);
+            return true;
         case Scanned::kFinding:
-            return tell(scanner_->finding());
+            items.on_finding(scanner_->finding());
+            return true;
         case Scanned::kEnd:
+            use_end();
             break;
     }
-    return use_end();
+    return false;
 }
 
-bool RecordingInput::use_record() {
+void RecordingInput::use_record(InputHandler& items) {
     Kit::Record const& record = scanner_->record();
     frame_seen_ = true;
-    current_item = Item::kFrame;
-    current_frame.magic = record.frame.magic;
-    current_frame.timestamp = record.frame.timestamp;
-    current_frame.target_count = record.frame.targets;
-    current_frame.payload = record.payload;
-    current_frame.offset = record.offset;
-    current_frame.tag = record.tag;
-    return true;
+    InputFrame frame;
+    frame.magic = record.frame.magic;
+    frame.timestamp = record.frame.timestamp;
+    frame.target_count = record.frame.targets;
+    frame.payload = record.payload;
+    frame.offset = record.offset;
+    frame.tag = record.tag;
+    items.on_frame(frame);
 }
 
-/** The scan has come to the end of what is there of the file. */
-bool RecordingInput::use_end() {
-    if (read_problem_.empty() && file_goes_on()) return false;
+/** The scan has come to the end of what the file holds so far. */
+void RecordingInput::use_end() {
+    if (read_problem_.empty() && file_goes_on()) return;
     const uint64_t offset = scanner_->offset();
     bytes_before_ += offset;
     scanner_.reset();
     if (!read_problem_.empty()) {
-        to_tell_.push_back({FindingKind::kUnreadable, offset, 0, std::exchange(read_problem_, "")});
+        pending_.push_back({FindingKind::kUnreadable, offset, 0, std::exchange(read_problem_, "")});
     }
-    return false;
 }
 
 /** Waits when the recorder has not ended the file yet. Whether the scan is to go on. */
@@ -199,7 +202,7 @@ bool RecordingInput::file_goes_on() {
     if (!growing_ || !is_endless()) return false;
     std::error_code ignored;
     // Renamed or removed, or left behind: what is there now is all.
-    const bool has_ended = !std::filesystem::exists(current_file.path, ignored) ||
+    const bool has_ended = !std::filesystem::exists(file_.path, ignored) ||
                            (++ticks_ % kTicksPerLook == 0 && files_->has_newer());
     if (has_ended) {
         growing_ = false;
@@ -222,29 +225,18 @@ bool RecordingInput::suspect() {
 }
 
 /** Only when a record follows there is no doubt that the file does not hold raw data. */
-bool RecordingInput::use_behind_suspects(Scanned scanned) {
+bool RecordingInput::use_after_suspects(Scanned scanned, InputHandler& items) {
     if (scanned == Scanned::kEnd && read_problem_.empty()) {
         suspects_.clear();
         growing_ = false;
         use_end();
-        return tell(current_file.path +
-                    ": passed over: no record behind the header, raw data or damage");
+        items.on_note(file_.path +
+                      ": passed over: no record behind the header, raw data or damage");
+        return true;
     }
-    to_tell_ = std::exchange(suspects_, {});
+    pending_ = std::exchange(suspects_, {});
     scanned_ahead_ = scanned;
     return false;
-}
-
-bool RecordingInput::tell(Kit::Finding finding) {
-    current_finding = std::move(finding);
-    current_item = Item::kFinding;
-    return true;
-}
-
-bool RecordingInput::tell(std::string note) {
-    current_note = std::move(note);
-    current_item = Item::kNote;
-    return true;
 }
 
 void RecordingInput::wait() const {
@@ -253,7 +245,7 @@ void RecordingInput::wait() const {
     poll(nullptr, 0, kTickMs);
 }
 
-uint64_t find_last_timestamp(SourceName const& source, InputOptions const& options) {
+uint64_t find_last_timestamp(SourceName const& source, SourceOptions const& options) {
     std::error_code ignored;
     if (std::filesystem::is_fifo(source.path, ignored)) {
         throw UsageError("a time before the last frame needs a file or a directory, not the pipe " +

@@ -15,14 +15,15 @@ constexpr std::chrono::milliseconds kTick{50};
 
 }  // namespace
 
-StreamInput::StreamInput(SourceName const& source, InputOptions const& options, Selection selection)
+StreamInput::StreamInput(SourceName const& source, SourceOptions const& options,
+                         Selection selection)
     : FrameInput(std::move(selection)), idle_(options.idle), client_(source.path) {
-    current_file.path = source.text;
+    file_.path = source.text;
 }
 
-bool StreamInput::read() {
+bool StreamInput::read(InputHandler& items) {
     if (!std::exchange(begun_, true)) {
-        current_item = Item::kFile;
+        items.on_file(file_, FileState::kUnknown);
         return true;
     }
     if (ended_) return false;
@@ -31,28 +32,35 @@ bool StreamInput::read() {
     while (result == Result::kTimeout) {
         if (idle_) idle_();
         if (was_interrupted()) {
-            cut_short = true;
+            interrupt();
             return false;
         }
         result = client_.next(stream_frame_, kTick);
     }
-    return use(result);
+    return use(result, items);
 }
 
-bool StreamInput::use(Result result) {
+bool StreamInput::use(Result result, InputHandler& items) {
     switch (result) {
         case Result::kFrame:
-            return use_frame();
+            use_frame(items);
+            return true;
         case Result::kUndecodable:
-            return tell(Kit::FindingKind::kUndecodable);
+            report(Kit::FindingKind::kUndecodable, items);
+            return true;
         case Result::kCut:
             ended_ = true;
-            return tell(Kit::FindingKind::kCutShort);
+            report(Kit::FindingKind::kCutShort, items);
+            return true;
         case Result::kFailed:
             ended_ = true;
-            return tell(Kit::FindingKind::kUnreadable);
+            report(Kit::FindingKind::kUnreadable, items);
+            return true;
         case Result::kForeign:
-            return refuse_foreign_bytes();
+            refuse_foreign_bytes();
+            ended_ = true;
+            report(Kit::FindingKind::kWrongTag, items);
+            return true;
         case Result::kTimeout:
         case Result::kEnd:
             break;
@@ -60,30 +68,26 @@ bool StreamInput::use(Result result) {
     return false;
 }
 
-bool StreamInput::use_frame() {
+void StreamInput::use_frame(InputHandler& items) {
     ++frames_;
     RO::RadarObjects const& objects = stream_frame_.objects;
-    current_item = Item::kFrame;
-    current_frame.magic = objects.magic();
-    current_frame.timestamp = objects.timestamp();
-    current_frame.target_count = static_cast<uint32_t>(objects.targets_size());
-    current_frame.payload = stream_frame_.payload;
-    current_frame.offset = client_.bytes() - stream_frame_.payload.size() - Kit::kStreamHeaderSize;
-    return true;
+    InputFrame frame;
+    frame.magic = objects.magic();
+    frame.timestamp = objects.timestamp();
+    frame.target_count = static_cast<uint32_t>(objects.targets_size());
+    frame.payload = stream_frame_.payload;
+    frame.offset = client_.bytes() - stream_frame_.payload.size() - Kit::kStreamHeaderSize;
+    items.on_frame(frame);
 }
 
-bool StreamInput::tell(Kit::FindingKind kind) {
-    current_item = Item::kFinding;
-    current_finding = {kind, client_.bytes(), 0, client_.problem()};
-    return true;
+void StreamInput::report(Kit::FindingKind kind, InputHandler& items) const {
+    items.on_finding({kind, client_.bytes(), 0, client_.problem()});
 }
 
-bool StreamInput::refuse_foreign_bytes() {
-    if (frames_ == 0) {
-        throw Kit::InputError(current_file.path + ": no target stream: " + client_.problem());
-    }
-    ended_ = true;
-    return tell(Kit::FindingKind::kWrongTag);
+/** What never sent a frame is no target stream. */
+void StreamInput::refuse_foreign_bytes() const {
+    if (frames_ > 0) return;
+    throw Kit::InputError(file_.path + ": no target stream: " + client_.problem());
 }
 
 }  // namespace Tools

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
+
 #include "kit/stream/client.h"
 #include "tools/cli/source_name.h"
 #include "tools/input/frame_input.h"
+#include "tools/input/source_options.h"
 
 namespace Tools {
 
@@ -10,7 +14,7 @@ namespace Tools {
 class StreamInput : public FrameInput {
 public:
     /** Connects. @throws Kit::InputError */
-    StreamInput(SourceName const& source, InputOptions const& options, Selection selection);
+    StreamInput(SourceName const& source, SourceOptions const& options, Selection selection);
 
     bool is_endless() const override { return true; }
     uint64_t bytes_done() const override { return client_.bytes(); }
@@ -19,12 +23,13 @@ public:
 private:
     using Result = Kit::StreamClient::Result;
 
-    bool read() override;
-    bool use(Result result);
-    bool use_frame();
-    bool tell(Kit::FindingKind kind);
-    bool refuse_foreign_bytes();
+    bool read(InputHandler& items) override;
+    bool use(Result result, InputHandler& items);
+    void use_frame(InputHandler& items);
+    void report(Kit::FindingKind kind, InputHandler& items) const;
+    void refuse_foreign_bytes() const;
 
+    Kit::RecordingFile file_;
     std::function<void()> idle_;
     Kit::StreamClient client_;
     Kit::StreamFrame stream_frame_;

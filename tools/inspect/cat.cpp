@@ -9,7 +9,7 @@
 #include "tools/format/fields.h"
 #include "tools/format/printer.h"
 #include "tools/input/damage_report.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/open.h"
 #include "tools/screen/progress.h"
 
 namespace Tools {
@@ -17,7 +17,7 @@ namespace Tools {
 namespace {
 
 struct Options {
-    InputOptions input;
+    SourceOptions input;
     std::string format = "text";
     std::string fields;
 };
@@ -27,7 +27,7 @@ ExitStatus print_frames(Options const& options, Console& console) {
         options.fields.empty() ? std::vector<FrameField>() : parse_fields(options.fields);
     FramePrinter printer(frame_format(options.format), console.out, fields);
     if (!options.input.follow) printer.use_threads();
-    InputOptions input_options = options.input;
+    SourceOptions input_options = options.input;
     input_options.idle = [&] {
         printer.hand_over();
         console.out.flush();
@@ -36,7 +36,7 @@ ExitStatus print_frames(Options const& options, Console& console) {
     const auto input = open_frame_input(input_options);
     ProgressBar bar(ProgressBar::Use::kNotBesideData);
     DamageReport report(console.messages, bar);
-    while (report.next_frame(*input)) printer.print(input->frame());
+    report.read_frames(*input, [&](InputFrame const& frame) { printer.print(frame); });
     printer.begin();
     printer.hand_over();
     console.out.flush();

@@ -6,7 +6,7 @@
 
 #include "tools/cli/options.h"
 #include "tools/input/damage_report.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/open.h"
 #include "tools/inspect/info_text.h"
 #include "tools/screen/progress.h"
 
@@ -15,7 +15,7 @@ namespace Tools {
 namespace {
 
 struct Options {
-    InputOptions input;
+    SourceOptions input;
     std::string format = "text";
 };
 
@@ -24,11 +24,11 @@ ExitStatus print_info(Options const& options, Console& console) {
     const auto input = open_frame_input(options.input);
     ProgressBar bar(ProgressBar::Use::kWherePossible);
     DamageReport report(console.messages, bar);
-    SourceSurvey survey;
-    while (report.next(*input)) survey.add(*input);
-    survey.finish(*input);
+    SourceSurvey survey(*input);
+    report.read_all(*input, survey);
+    survey.finish();
     const ExitStatus status = report.finish(*input);
-    console.out.write(options.format == "json" ? info_json(source, survey, input->was_cut_short())
+    console.out.write(options.format == "json" ? info_json(source, survey, input->is_interrupted())
                                                : info_text(source, survey));
     return status;
 }

@@ -6,44 +6,25 @@ namespace Tools {
 
 using Kit::FindingKind;
 
-void SourceSurvey::add(FrameInput const& input) {
-    switch (input.item()) {
-        case FrameInput::Item::kFile:
-            begin_file(input);
-            break;
-        case FrameInput::Item::kHeader:
-            add_header(input.header());
-            break;
-        case FrameInput::Item::kFrame:
-            add_frame(input);
-            break;
-        case FrameInput::Item::kFinding:
-            add_finding(input.finding());
-            break;
-        case FrameInput::Item::kNote:
-            break;
-    }
-}
-
-void SourceSurvey::begin_file(FrameInput const& input) {
-    end_file(input);
+void SourceSurvey::on_file(Kit::RecordingFile const& file, FileState state) {
+    end_file();
     FileSurvey survey;
-    survey.file = input.file();
-    survey.state = input.state();
+    survey.file = file;
+    survey.state = state;
     surveys_.push_back(std::move(survey));
 }
 
-void SourceSurvey::end_file(FrameInput const& input) {
-    if (!surveys_.empty()) surveys_.back().bytes = input.bytes_done() - file_begin_;
-    file_begin_ = input.bytes_done();
+void SourceSurvey::end_file() {
+    if (!surveys_.empty()) surveys_.back().bytes = input_.bytes_done() - file_begin_;
+    file_begin_ = input_.bytes_done();
 }
 
-void SourceSurvey::finish(FrameInput const& input) {
-    end_file(input);
-    byte_count_ = input.bytes_done();
+void SourceSurvey::finish() {
+    end_file();
+    byte_count_ = input_.bytes_done();
 }
 
-void SourceSurvey::add_header(Kit::RecordingHeader const& header) {
+void SourceSurvey::on_header(Kit::RecordingHeader const& header) {
     FileSurvey& file = surveys_.back();
     if (!file.header) file.header = header;
     ++file.headers;
@@ -53,8 +34,7 @@ void SourceSurvey::add_header(Kit::RecordingHeader const& header) {
     }
 }
 
-void SourceSurvey::add_frame(FrameInput const& input) {
-    InputFrame const& frame = input.frame();
+void SourceSurvey::on_frame(InputFrame const& frame) {
     FileSurvey& file = surveys_.back();
     ++file.records;
     file.cut_offset.reset();  // what looked like one was a wrong length
@@ -70,7 +50,7 @@ void SourceSurvey::add_frame(FrameInput const& input) {
     frame_timing_.add(frame, file.file.path);
 }
 
-void SourceSurvey::add_finding(Kit::Finding const& finding) {
+void SourceSurvey::on_finding(Kit::Finding const& finding) {
     FileSurvey& file = surveys_.back();
     if (finding.kind == FindingKind::kSkipped) {
         file.skipped_bytes += finding.length;

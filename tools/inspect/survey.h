@@ -33,13 +33,19 @@ struct FileSurvey {
  * Collects what there is to know of a source while it is read. Holds a few hundred bytes for each
  * file, and nothing for a frame. One thread at a time.
  */
-class SourceSurvey {
+class SourceSurvey : public InputHandler {
 public:
-    /** Takes the input's item. */
-    void add(FrameInput const& input);
+    /** @param input the source's, whose items it takes; outlives it. */
+    explicit SourceSurvey(FrameInput const& input) : input_(input) {}
 
-    /** Takes note of the input's end. */
-    void finish(FrameInput const& input);
+    void on_file(Kit::RecordingFile const& file, FileState state) override;
+    void on_header(Kit::RecordingHeader const& header) override;
+    void on_frame(InputFrame const& frame) override;
+    void on_finding(Kit::Finding const& finding) override;
+    void on_note(std::string const&) override {}
+
+    /** The input has ended. */
+    void finish();
 
     std::vector<FileSurvey> const& files() const { return surveys_; }
     FrameTiming const& timing() const { return frame_timing_; }
@@ -54,12 +60,9 @@ public:
     uint64_t skipped_bytes() const;
 
 private:
-    void begin_file(FrameInput const& input);
-    void end_file(FrameInput const& input);
-    void add_header(Kit::RecordingHeader const& header);
-    void add_frame(FrameInput const& input);
-    void add_finding(Kit::Finding const& finding);
+    void end_file();
 
+    FrameInput const& input_;
     std::vector<FileSurvey> surveys_;
     FrameTiming frame_timing_;
     std::map<uint32_t, uint64_t> tag_counts_;

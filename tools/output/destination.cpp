@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "kit/recording/files.h"
 #include "tools/cli/source_name.h"
 #include "tools/cli/usage_error.h"
 #include "tools/output/file.h"
@@ -23,7 +24,7 @@ void add_output_options(CLI::App& parser, OutputOptions& options, std::string co
     parser.add_flag("--force", options.force, "Replace the file if it is there");
 }
 
-void refuse_input_as_output(InputOptions const& input, OutputOptions const& output) {
+void refuse_input_as_output(SourceOptions const& input, OutputOptions const& output) {
     if (output.path == "-") {
         throw UsageError("-o takes the name of a file; cat prints on standard output");
     }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tools/input/frame_input.h"
+#include "tools/input/source_options.h"
 
 namespace CLI {
 class App;
@@ -25,6 +25,6 @@ void add_output_options(CLI::App& parser, OutputOptions& options, std::string co
  * @throws Kit::Error when the output is the input's file or one of those in its directory;
  *         UsageError when it is "-".
  */
-void refuse_input_as_output(InputOptions const& input, OutputOptions const& output);
+void refuse_input_as_output(SourceOptions const& input, OutputOptions const& output);
 
 }  // namespace Tools

@@ -59,7 +59,7 @@ Player::Player(PlayOptions options, Console& console)
       clock_(options_.rate, options_.skips_gaps ? Kit::kSkipGaps : Kit::kKeepGaps),
       source_(
           [this] {
-              InputOptions input = options_.input;
+              SourceOptions input = options_.input;
               input.idle = [this] {
                   look_after_person();
                   if (std::count(keys_.begin(), keys_.end(), 'q') > 0) throw PlayEnded();

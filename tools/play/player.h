@@ -17,7 +17,7 @@ namespace Tools {
 
 /** How a recording is played. */
 struct PlayOptions {
-    InputOptions input;
+    SourceOptions input;
     std::string socket;
     std::optional<double> rate = 1.0;  // none: as fast as possible
     bool loop = false;

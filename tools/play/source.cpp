@@ -1,10 +1,12 @@
 #include "tools/play/source.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
 #include "tools/cli/source_name.h"
+#include "tools/input/open.h"
 
 namespace Tools {
 
@@ -21,7 +23,7 @@ bool is_stored(std::string const& source) {
 
 }  // namespace
 
-PlaySource::PlaySource(InputOptions options, Messages const& messages)
+PlaySource::PlaySource(SourceOptions options, Messages const& messages)
     : options_(std::move(options)),
       report_(messages, bar_),
       rewindable_(is_stored(options_.source)),
@@ -37,16 +39,31 @@ void PlaySource::open() {
 
 bool PlaySource::next() {
     at_frame_ = false;
-    while (items_ < items_told_ ? input_->next() : report_.next(*input_)) {
+    while (!at_frame_ && next_item()) {
         ++items_;
-        if (items_ > items_told_) items_told_ = items_;
-        if (input_->item() != FrameInput::Item::kFrame) continue;
-        at_frame_ = true;
-        if (!std::exchange(frame_seen_, true)) first_ = frame().timestamp;
-        return true;
+        items_told_ = std::max(items_, items_told_);
     }
-    return false;
+    return at_frame_;
 }
+
+/** What the report knows already is not reported again. */
+bool PlaySource::next_item() {
+    return items_ < items_told_ ? input_->next(*this) : report_.next(*input_, *this);
+}
+
+void PlaySource::on_file(Kit::RecordingFile const&, FileState) {}
+
+void PlaySource::on_header(Kit::RecordingHeader const&) {}
+
+void PlaySource::on_frame(InputFrame const& frame) {
+    frame_ = frame;
+    at_frame_ = true;
+    if (!std::exchange(frame_seen_, true)) first_ = frame.timestamp;
+}
+
+void PlaySource::on_finding(Kit::Finding const&) {}
+
+void PlaySource::on_note(std::string const&) {}
 
 bool PlaySource::rewind() {
     open();

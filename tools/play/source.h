@@ -5,6 +5,7 @@
 
 #include "tools/input/damage_report.h"
 #include "tools/input/frame_input.h"
+#include "tools/input/source_options.h"
 #include "tools/screen/progress.h"
 
 namespace Tools {
@@ -14,10 +15,10 @@ namespace Tools {
  * often the place is passed. The messages outlive it. One thread at a time. Throws what FrameInput
  * throws.
  */
-class PlaySource {
+class PlaySource : private InputHandler {
 public:
     /** Opens the source. */
-    PlaySource(InputOptions options, Messages const& messages);
+    PlaySource(SourceOptions options, Messages const& messages);
 
     /** Whether the source can be read more than once: a file or a directory. */
     bool can_rewind() const { return rewindable_; }
@@ -26,7 +27,7 @@ public:
     /** Goes on to the next frame; false at the end. */
     bool next();
     /** The frame, until one of these operations. */
-    InputFrame const& frame() const { return input_->frame(); }
+    InputFrame const& frame() const { return frame_; }
     bool has_frame() const { return at_frame_; }
 
     /** Goes to the first frame; false when there is none. Only where can_rewind(). */
@@ -46,12 +47,20 @@ public:
     ExitStatus finish() { return report_.finish(); }
 
 private:
-    void open();
+    void on_file(Kit::RecordingFile const& file, FileState state) override;
+    void on_header(Kit::RecordingHeader const& header) override;
+    void on_frame(InputFrame const& frame) override;
+    void on_finding(Kit::Finding const& finding) override;
+    void on_note(std::string const& note) override;
 
-    InputOptions options_;
+    void open();
+    bool next_item();
+
+    SourceOptions options_;
     ProgressBar bar_{ProgressBar::Use::kNever};
     DamageReport report_;
     std::unique_ptr<FrameInput> input_;
+    InputFrame frame_;
     bool rewindable_;
     bool live_;
     bool at_frame_ = false;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/input/frame_input.h"
+#include "tools/input/frame.h"
 #include "tools/plot/points.h"
 
 namespace Tools {

@@ -12,7 +12,7 @@
 #include "tools/cli/source_name.h"
 #include "tools/cli/usage_error.h"
 #include "tools/input/damage_report.h"
-#include "tools/input/frame_input.h"
+#include "tools/input/open.h"
 #include "tools/output/destination.h"
 #include "tools/output/file.h"
 #include "tools/plot/picture.h"
@@ -28,7 +28,7 @@ constexpr int kLeastSide = 240;
 constexpr long long kMostPixels = 2000000;
 
 struct Options {
-    InputOptions input;
+    SourceOptions input;
     OutputOptions output;
     std::string view = "plan";
     std::string size = "1200x800";
@@ -62,7 +62,7 @@ bool parse_size(std::string const& text, int& width, int& height) {
 }
 
 /** What the picture calls the recording. */
-std::string name_of(InputOptions const& input) {
+std::string name_of(SourceOptions const& input) {
     const SourceName source = parse_source_name(input.source);
     if (source.kind != SourceName::Kind::kPath) return source.text;
     std::string path = source.path;
@@ -94,7 +94,7 @@ ExitStatus plot(Options const& options, Console& console) {
     ProgressBar bar(ProgressBar::Use::kWherePossible);
     DamageReport report(console.messages, bar);
     PlotData data(view_of(options.view), options.limits);
-    while (report.next_frame(*input)) data.add(input->frame());
+    report.read_frames(*input, [&](InputFrame const& frame) { data.add(frame); });
     tell_left_out(data, report, console.messages);
     const std::string name = name_of(options.input);
     PlotCanvas canvas(format, width, height, plot_title(data.view(), printable_text(name)));
