@@ -5,7 +5,7 @@
 #include <iterator>
 
 #include "tools/cli/options.h"
-#include "tools/program.h"
+#include "tools/command_line.h"
 
 namespace Tools {
 

@@ -2,31 +2,32 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <utility>
 
 #include "tools/cli/options.h"
-#include "tools/verbs.h"
 
 namespace Tools {
 
 namespace {
 
-ExitStatus print_completion(std::string const& shell, Console& console) {
-    const Command program = command_tree(all_verbs());
+ExitStatus print_completion(Command const& program, std::string const& shell, Console& console) {
     if (shell == "bash") console.out.write(bash_completion(program));
     if (shell == "zsh") console.out.write(zsh_completion(program));
     if (shell == "fish") console.out.write(fish_completion(program));
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(CLI::App& parser, std::function<std::vector<Verb>()> const& verbs) {
     const auto shell = std::make_shared<std::string>();
     add_choice(parser, "SHELL", *shell, {"bash", "zsh", "fish"}, "The shell")->required();
-    return [shell](Console& console) { return print_completion(*shell, console); };
+    return [shell, verbs](Console& console) {
+        return print_completion(command_tree(verbs()), *shell, console);
+    };
 }
 
 }  // namespace
 
-Verb completion_verb() {
+Verb completion_verb(std::function<std::vector<Verb>()> verbs) {
     return {"completion",
             "Print what makes a shell complete this program's command line",
             {{"completion bash > ~/.local/share/bash-completion/completions/petrelradar",
@@ -35,7 +36,7 @@ Verb completion_verb() {
               "for zsh, where ~/.zfunc is in its fpath before compinit runs"},
              {"completion fish > ~/.config/fish/completions/petrelradar.fish", "for fish"}},
             "An installed program brings these files along.",
-            declare};
+            [verbs = std::move(verbs)](CLI::App& parser) { return declare(parser, verbs); }};
 }
 
 }  // namespace Tools

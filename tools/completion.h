@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "tools/cli/verb.h"
 #include "tools/command_tree.h"
@@ -18,7 +20,7 @@ std::string zsh_completion(Command const& program);
 /** For fish 3 or newer. */
 std::string fish_completion(Command const& program);
 
-/** Prints such a script. */
-Verb completion_verb();
+/** `completion`: prints such a script for the program of these verbs, of which it is one itself. */
+Verb completion_verb(std::function<std::vector<Verb>()> verbs);
 
 }  // namespace Tools

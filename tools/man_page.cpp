@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "tools/program.h"
+#include "tools/command_line.h"
 
 namespace Tools {
 

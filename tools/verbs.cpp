@@ -22,7 +22,7 @@ std::vector<Verb> all_verbs() {
     return {
         // clang-format off
         cat_verb(),
-        completion_verb(),
+        completion_verb(all_verbs),
         cut_verb(),
         diff_verb(),
         doctor_verb(),

@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <mutex>
 
-#include "tools/screen/terminal.h"
-
 namespace Tools {
 
 namespace {
@@ -27,9 +25,8 @@ void write_all(std::string const& text) {
 
 }  // namespace
 
-Messages::Messages(std::string const& verb)
-    : prefix_("petrelradar" + (verb.empty() ? "" : " " + verb) + ": "),
-      coloured_(takes_colour(STDERR_FILENO)) {}
+Messages::Messages(std::string const& verb, bool coloured)
+    : prefix_("petrelradar" + (verb.empty() ? "" : " " + verb) + ": "), coloured_(coloured) {}
 
 void Messages::note(std::string const& text) const {
     say("", text);

@@ -6,13 +6,16 @@ namespace Tools {
 
 /**
  * Messages for people, on standard error: whole lines that begin with the program's name and verb.
- * Coloured when standard error is a terminal. A message that cannot be written is lost, since there
+ * A message that cannot be written is lost, since there
  * is nowhere left to say so. One thread at a time.
  */
 class Messages {
 public:
-    /** @param verb the verb that speaks; empty for the program itself. */
-    explicit Messages(std::string const& verb);
+    /**
+     * @param verb the verb that speaks; empty for the program itself.
+     * @param coloured whether warnings and errors are coloured.
+     */
+    Messages(std::string const& verb, bool coloured);
 
     /** Something happened that is no problem. */
     void note(std::string const& text) const;
