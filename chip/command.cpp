@@ -18,22 +18,6 @@ constexpr std::chrono::seconds kGrace(5);
 
 }  // namespace
 
-sigset_t watched_signals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD})
-        sigaddset(&signals, signal);
-    return signals;
-}
-
-bool sent_by_program(int code) {
-    return code != SI_KERNEL;
-}
-
-int exit_status(int wait_status) {
-    return WIFSIGNALED(wait_status) ? 128 + WTERMSIG(wait_status) : WEXITSTATUS(wait_status);
-}
-
 Command::Command(std::vector<std::string> const& arguments, sigset_t const& original,
                  std::vector<int> const& close_fds) {
     const pid_t parent = getpid();

@@ -9,13 +9,6 @@
 
 namespace Chip {
 
-/** Exit status of a command that was found but cannot be run, and of one that was not found. */
-constexpr int kCannotRun = 126;
-constexpr int kNotFound = 127;
-
-/** The signals that end a program, which are passed on to the command, and SIGCHLD. */
-sigset_t watched_signals();
-
 /**
  * A command that runs beside this program, with a keeper process between the two. However this
  * program ends, the keeper sees to it that the command and all that it started end as well: with
@@ -52,11 +45,5 @@ private:
     pid_t keeper_ = -1;
     std::optional<int> status_;
 };
-
-/**
- * Whether a signal was sent by a program. A terminal sends its own to the whole foreground group,
- * so that the command has had those already.
- */
-bool sent_by_program(int code);
 
 }  // namespace Chip

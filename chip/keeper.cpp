@@ -14,7 +14,6 @@
 #include <optional>
 #include <set>
 
-#include "chip/command.h"
 #include "kit/base/errno_text.h"
 
 namespace Chip {
@@ -138,6 +137,22 @@ void end_descendants(pid_t command, std::chrono::milliseconds grace) {
 }
 
 }  // namespace
+
+sigset_t watched_signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD})
+        sigaddset(&signals, signal);
+    return signals;
+}
+
+bool sent_by_program(int code) {
+    return code != SI_KERNEL;
+}
+
+int exit_status(int wait_status) {
+    return WIFSIGNALED(wait_status) ? 128 + WTERMSIG(wait_status) : WEXITSTATUS(wait_status);
+}
 
 int keep(std::vector<std::string> const& arguments, sigset_t const& original, pid_t parent,
          std::chrono::milliseconds grace) noexcept {

@@ -9,6 +9,19 @@
 
 namespace Chip {
 
+/** Exit status of a command that was found but cannot be run, and of one that was not found. */
+constexpr int kCannotRun = 126;
+constexpr int kNotFound = 127;
+
+/** The signals that end a program, which are passed on to the command, and SIGCHLD. */
+sigset_t watched_signals();
+
+/**
+ * Whether a signal was sent by a program. A terminal sends its own to the whole foreground group,
+ * so that the command has had those already.
+ */
+bool sent_by_program(int code);
+
 /** The exit status that a shell gives for what waitpid() answered. */
 int exit_status(int wait_status);
 

@@ -12,6 +12,7 @@
 #include "chip/command_line.h"
 #include "chip/device_server.h"
 #include "chip/frame_feed.h"
+#include "chip/keeper.h"
 #include "chip/private_device.h"
 #include "chip/radar_chip.h"
 #include "chip/simulator.h"

@@ -9,6 +9,8 @@
 #include "kit/base/errno_text.h"
 #include "kit/base/error.h"
 
+#include "chip/keeper.h"
+
 namespace Chip {
 
 namespace {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "chip/keeper.h"
 #include "tests/support/chip_process.h"
 #include "tests/support/private_paths.h"
 

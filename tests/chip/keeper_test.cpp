@@ -9,8 +9,6 @@
 #include <csignal>
 #include <string>
 
-#include "chip/command.h"
-
 namespace {
 
 class KeeperTest : public testing::Test {
