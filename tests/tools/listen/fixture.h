@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "kit/encoding/frame_magic.h"
+#include "kit/stream/format.h"
 #include "kit/stream/relay.h"
 #include "radar_objects/radar_objects.pb.h"
 #include "tests/support/private_paths.h"
