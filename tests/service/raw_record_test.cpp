@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "kit/base/words.h"
 #include "kit/demo_chip/frame.h"
 #include "tests/support/recordings.h"
 
@@ -13,11 +14,7 @@ using Service::FrameConditions;
 
 /** The word of 4 bytes at place `index` of the record. */
 uint32_t word(std::string const& record, size_t index) {
-    uint32_t value = 0;
-    for (size_t i = 0; i < 4; ++i) {
-        value |= uint32_t{static_cast<unsigned char>(record.at(4 * index + i))} << (8 * i);
-    }
-    return value;
+    return Kit::read_word(record, 4 * index);
 }
 
 std::string record_of(int targets, FrameConditions const& conditions = {}) {

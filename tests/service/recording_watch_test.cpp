@@ -10,6 +10,7 @@
 
 #include "filewriter/data_file_writer.h"
 #include "kit/base/error.h"
+#include "kit/recording/format.h"
 #include "service/log_tap.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/private_paths.h"
@@ -45,9 +46,9 @@ protected:
     }
 
     static void complete(std::string const& name, uint32_t frames = 0) {
-        std::string header(40, '\0');
-        header.replace(36, 4, reinterpret_cast<char const*>(&frames), 4);
-        write_file(name, header);
+        Kit::RecordingHeader header;
+        header.frame_count = frames;
+        write_file(name, Kit::encode_header(header));
         fs::rename(name, name + ".data");
     }
 
