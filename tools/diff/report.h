@@ -26,7 +26,7 @@ struct DiffSum {
 /** The sum in a line for people, without its end. */
 std::string text_of(DiffSum const& sum, std::string const& a, std::string const& b);
 
-/** Prints differences as they come. docs/export.md describes the forms. One thread at a time. */
+/** Prints differences as they come. docs/export.md describes the formats. One thread at a time. */
 class DiffReport : public DifferenceSink {
 public:
     virtual void header_differs(std::string const& field, std::string const& a,

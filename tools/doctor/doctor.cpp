@@ -25,20 +25,20 @@ class Examination : private InputHandler {
 public:
     Examination(Options const& options, Console& console)
         : console_(console),
-          form_(make_doctor_form(options.format, options.input.source, console_.out)),
+          formatter_(make_doctor_formatter(options.format, options.input.source, console_.out)),
           findings_([this](DoctorFinding const& finding) {
               sum_.add(finding);
-              form_->print(finding);
+              formatter_->print(finding);
           }) {}
 
     ExitStatus run(FrameInput& input) {
-        form_->begin();
+        formatter_->begin();
         while (input.next(*this)) bar_.update(input.bytes_done(), input.bytes_total());
         findings_.finish();
         const uint64_t frames = findings_.frame_timing().frames();
         const bool interrupted = input.is_interrupted() && !input.is_endless();
-        form_->end({findings_.files(), frames, sum_.errors(), sum_.warnings(), sum_.skipped_bytes(),
-                    interrupted});
+        formatter_->end({findings_.files(), frames, sum_.errors(), sum_.warnings(),
+                         sum_.skipped_bytes(), interrupted});
         console_.out.flush();
         bar_.clear();
         return sum_.tell(console_.messages, frames, interrupted);
@@ -60,7 +60,7 @@ private:
 
     Console& console_;
     ProgressBar bar_{ProgressBar::Use::kNotBesideData};
-    std::unique_ptr<DoctorForm> form_;
+    std::unique_ptr<DoctorFormatter> formatter_;
     FindingSum sum_;
     DoctorFindings findings_;
 };

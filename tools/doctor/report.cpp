@@ -32,9 +32,9 @@ std::string json_of(DoctorFinding const& finding) {
 }
 
 /** A finding a line, and what to do about each kind at the end. */
-class TextForm : public DoctorForm {
+class DoctorText : public DoctorFormatter {
 public:
-    explicit TextForm(Output& out) : out_(out), coloured_(takes_colour(out_.fd())) {}
+    explicit DoctorText(Output& out) : out_(out), coloured_(takes_colour(out_.fd())) {}
 
     void print(DoctorFinding const& finding) override {
         told_.insert(finding.code.name);
@@ -71,9 +71,9 @@ private:
 };
 
 /** One object a finding, on a line of its own. */
-class NdjsonForm : public DoctorForm {
+class DoctorNdjson : public DoctorFormatter {
 public:
-    explicit NdjsonForm(Output& out) : out_(out) {}
+    explicit DoctorNdjson(Output& out) : out_(out) {}
 
     void print(DoctorFinding const& finding) override { out_.write(json_of(finding) + "\n"); }
 
@@ -82,9 +82,9 @@ private:
 };
 
 /** One object, of which nothing is kept but what is still to be printed. */
-class JsonForm : public DoctorForm {
+class DoctorJson : public DoctorFormatter {
 public:
-    JsonForm(std::string source, Output& out) : source_(std::move(source)), out_(out) {}
+    DoctorJson(std::string source, Output& out) : source_(std::move(source)), out_(out) {}
 
     void begin() override {
         out_.write("{\n  \"source\": " + dumped(source_) + ",\n  \"findings\": [");
@@ -118,11 +118,11 @@ private:
 
 }  // namespace
 
-std::unique_ptr<DoctorForm> make_doctor_form(std::string const& format, std::string const& source,
-                                             Output& out) {
-    if (format == "json") return std::make_unique<JsonForm>(source, out);
-    if (format == "ndjson") return std::make_unique<NdjsonForm>(out);
-    return std::make_unique<TextForm>(out);
+std::unique_ptr<DoctorFormatter> make_doctor_formatter(std::string const& format,
+                                                       std::string const& source, Output& out) {
+    if (format == "json") return std::make_unique<DoctorJson>(source, out);
+    if (format == "ndjson") return std::make_unique<DoctorNdjson>(out);
+    return std::make_unique<DoctorText>(out);
 }
 
 }  // namespace Tools

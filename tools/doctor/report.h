@@ -11,11 +11,11 @@
 namespace Tools {
 
 /** How the findings of a source are printed, each as it comes. One thread at a time. */
-class DoctorForm {
+class DoctorFormatter {
 public:
-    virtual ~DoctorForm() = default;
-    DoctorForm(DoctorForm const&) = delete;
-    DoctorForm& operator=(DoctorForm const&) = delete;
+    virtual ~DoctorFormatter() = default;
+    DoctorFormatter(DoctorFormatter const&) = delete;
+    DoctorFormatter& operator=(DoctorFormatter const&) = delete;
 
     /** What is printed in front of the findings. */
     virtual void begin() {}
@@ -33,11 +33,11 @@ public:
     virtual void end(Sum const&) {}
 
 protected:
-    DoctorForm() = default;
+    DoctorFormatter() = default;
 };
 
-/** The form called `format`: "text", "json" or "ndjson". The output outlives it. */
-std::unique_ptr<DoctorForm> make_doctor_form(std::string const& format, std::string const& source,
-                                             Output& out);
+/** The formatter of `format`: "text", "json" or "ndjson". The output outlives it. */
+std::unique_ptr<DoctorFormatter> make_doctor_formatter(std::string const& format,
+                                                       std::string const& source, Output& out);
 
 }  // namespace Tools

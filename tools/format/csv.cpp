@@ -6,7 +6,7 @@
 
 #include "kit/encoding/target_reader.h"
 #include "tools/format/float_cache.h"
-#include "tools/format/form.h"
+#include "tools/format/formatter.h"
 
 namespace Tools {
 
@@ -34,9 +34,9 @@ char* write_flags(char* into, uint32_t value) {
     return into + 1;
 }
 
-class CsvForm : public FrameForm {
+class CsvFormatter : public FrameFormatter {
 public:
-    explicit CsvForm(std::vector<FrameField> columns)
+    explicit CsvFormatter(std::vector<FrameField> columns)
         : columns_(std::move(columns)),
           first_of_target_(std::find_if(columns_.begin(), columns_.end(), is_of_target)),
           begin_of_row_(columns_.size() * kValueRoom) {}
@@ -128,8 +128,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<FrameForm> make_csv_form(std::vector<FrameField> fields) {
-    return std::make_unique<CsvForm>(fields.empty() ? detection_log_columns() : std::move(fields));
+std::unique_ptr<FrameFormatter> make_csv_formatter(std::vector<FrameField> fields) {
+    return std::make_unique<CsvFormatter>(fields.empty() ? detection_log_columns()
+                                                         : std::move(fields));
 }
 
 }  // namespace Tools

@@ -5,13 +5,13 @@
 #include <string>
 
 #include "kit/encoding/target_reader.h"
-#include "tools/format/form.h"
+#include "tools/format/formatter.h"
 
 namespace Tools {
 
 namespace {
 
-class LineForm : public FrameForm {
+class LineFormatter : public FrameFormatter {
 public:
     void begin(TextBuffer&) override {}
 
@@ -46,8 +46,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<FrameForm> make_line_form() {
-    return std::make_unique<LineForm>();
+std::unique_ptr<FrameFormatter> make_line_formatter() {
+    return std::make_unique<LineFormatter>();
 }
 
 }  // namespace Tools

@@ -6,7 +6,7 @@
 
 #include "kit/encoding/target_reader.h"
 #include "tools/format/float_text.h"
-#include "tools/format/form.h"
+#include "tools/format/formatter.h"
 
 namespace Tools {
 
@@ -59,9 +59,9 @@ char* write_value(char* into, FrameField field, Kit::TargetValues const& values)
     }
 }
 
-class NdjsonForm : public FrameForm {
+class NdjsonFormatter : public FrameFormatter {
 public:
-    explicit NdjsonForm(std::vector<FrameField> const& fields) {
+    explicit NdjsonFormatter(std::vector<FrameField> const& fields) {
         for (const FrameField field : fields) {
             (is_of_target(field) ? of_target_ : of_frame_).push_back(field);
         }
@@ -108,9 +108,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<FrameForm> make_ndjson_form(std::vector<FrameField> const& fields) {
-    if (!fields.empty()) return std::make_unique<NdjsonForm>(fields);
-    return std::make_unique<NdjsonForm>(std::vector<FrameField>{
+std::unique_ptr<FrameFormatter> make_ndjson_formatter(std::vector<FrameField> const& fields) {
+    if (!fields.empty()) return std::make_unique<NdjsonFormatter>(fields);
+    return std::make_unique<NdjsonFormatter>(std::vector<FrameField>{
         FrameField::kMagic, FrameField::kTimestamp, FrameField::kRcs, FrameField::kR,
         FrameField::kRdot, FrameField::kTheta, FrameField::kOptions, FrameField::kSnr});
 }

@@ -11,21 +11,22 @@ namespace Tools {
 
 namespace {
 
-/** One thread reads a recording about as fast as these bring its frames into their form. */
+/** One thread reads a recording about as fast as these format its frames. */
 constexpr unsigned kMostThreads = 8;
 
-std::unique_ptr<FrameForm> make_form(FrameFormat format, std::vector<FrameField> const& fields) {
+std::unique_ptr<FrameFormatter> make_formatter(FrameFormat format,
+                                               std::vector<FrameField> const& fields) {
     switch (format) {
         case FrameFormat::kText:
-            return make_text_form(fields);
+            return make_text_formatter(fields);
         case FrameFormat::kNdjson:
-            return make_ndjson_form(fields);
+            return make_ndjson_formatter(fields);
         case FrameFormat::kCsv:
-            return make_csv_form(fields);
+            return make_csv_formatter(fields);
         case FrameFormat::kLines:
             break;
     }
-    return make_line_form();
+    return make_line_formatter();
 }
 
 }  // namespace
@@ -54,29 +55,29 @@ FramePrinter::FramePrinter(FrameFormat format, TextBuffer::Write write,
     : format_(format),
       fields_(fields),
       write_(std::move(write)),
-      form_(make_form(format_, fields_)),
+      formatter_(make_formatter(format_, fields_)),
       text_(write_) {}
 
 void FramePrinter::use_threads() {
     const unsigned threads = std::min(std::thread::hardware_concurrency(), kMostThreads);
     // Debug texts depend on the frame before.
     if (threads < 2 || format_ == FrameFormat::kText) return;
-    workers_ = std::make_unique<FormWorkers>(
-        threads, [this] { return make_form(format_, fields_); }, write_);
+    workers_ = std::make_unique<FormatWorkers>(
+        threads, [this] { return make_formatter(format_, fields_); }, write_);
     if (!workers_->has_threads()) workers_.reset();
 }
 
 void FramePrinter::begin() {
     if (std::exchange(begun_, true)) return;
-    form_->begin(text_);
+    formatter_->begin(text_);
     text_.hand_over();
 }
 
 void FramePrinter::print(InputFrame const& frame) {
     begin();
-    if (workers_ && FormWorkers::takes(frame.payload.size())) return workers_->append(frame);
+    if (workers_ && FormatWorkers::takes(frame.payload.size())) return workers_->append(frame);
     if (workers_) workers_->finish();
-    form_->append(frame, text_);
+    formatter_->append(frame, text_);
     if (workers_) text_.hand_over();
 }
 

@@ -8,7 +8,7 @@
 #include "radar_objects/radar_objects.pb.h"
 #include "tools/cli/output.h"
 #include "tools/format/fields.h"
-#include "tools/format/form.h"
+#include "tools/format/formatter.h"
 #include "tools/format/text_buffer.h"
 #include "tools/format/workers.h"
 #include "tools/input/frame.h"
@@ -20,7 +20,7 @@ enum class FrameFormat {
     kLines,   // one line a frame, for people
     kText,    // protobuf's debug text
     kNdjson,  // one JSON object a line and frame
-    kCsv      // one line a target, in the form of detection logs
+    kCsv      // one line a target, in the format of detection logs
 };
 
 /** The names of the formats on the command line. */
@@ -63,9 +63,9 @@ private:
     FrameFormat format_;
     std::vector<FrameField> fields_;
     TextBuffer::Write write_;
-    std::unique_ptr<FrameForm> form_;
+    std::unique_ptr<FrameFormatter> formatter_;
     TextBuffer text_;
-    std::unique_ptr<FormWorkers> workers_;
+    std::unique_ptr<FormatWorkers> workers_;
     bool begun_ = false;
     uint64_t index_ = 0;
 };

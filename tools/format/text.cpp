@@ -7,7 +7,7 @@
 #include "kit/encoding/target_reader.h"
 #include "radar_objects/radar_objects.pb.h"
 #include "tools/cli/usage_error.h"
-#include "tools/format/form.h"
+#include "tools/format/formatter.h"
 
 namespace Tools {
 
@@ -36,9 +36,9 @@ std::vector<FieldDescriptor const*> unwanted(Descriptor const& message,
  * Protobuf's own text of a frame, made target by target: the fields of the frame that stand before
  * the targets, the targets, and what protobuf does not know of, which stands behind.
  */
-class TextForm : public FrameForm {
+class DebugTextFormatter : public FrameFormatter {
 public:
-    explicit TextForm(std::vector<FrameField> const& fields)
+    explicit DebugTextFormatter(std::vector<FrameField> const& fields)
         : restricted_(!fields.empty()),
           with_targets_(!restricted_ || std::any_of(fields.begin(), fields.end(), is_of_target)),
           unwanted_of_frame_(unwanted(*RO::RadarObjects::descriptor(), fields)),
@@ -102,11 +102,11 @@ private:
 
 }  // namespace
 
-std::unique_ptr<FrameForm> make_text_form(std::vector<FrameField> const& fields) {
+std::unique_ptr<FrameFormatter> make_text_formatter(std::vector<FrameField> const& fields) {
     if (std::find(fields.begin(), fields.end(), FrameField::kFrameIndex) != fields.end()) {
         throw UsageError("--fields: frame_index is nothing that a text says");
     }
-    return std::make_unique<TextForm>(fields);
+    return std::make_unique<DebugTextFormatter>(fields);
 }
 
 }  // namespace Tools

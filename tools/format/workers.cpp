@@ -7,20 +7,21 @@
 
 namespace Tools {
 
-FormWorkers::FormWorkers(unsigned threads, MakeForm const& make_form, Write write)
+FormatWorkers::FormatWorkers(unsigned threads, MakeFormatter const& make_formatter, Write write)
     : write_(std::move(write)), collecting_(std::make_shared<Job>()) {
     const Kit::SignalsBlocked blocked;
     for (unsigned i = 0; i < threads; ++i) {
-        forms_.push_back(make_form());
+        formatters_.push_back(make_formatter());
         try {
-            threads_running_.emplace_back([this, form = forms_.back().get()] { work(*form); });
+            threads_running_.emplace_back(
+                [this, formatter = formatters_.back().get()] { work(*formatter); });
         } catch (std::system_error const&) {
             return;  // fewer have to do
         }
     }
 }
 
-FormWorkers::~FormWorkers() {
+FormatWorkers::~FormatWorkers() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         stopping_ = true;
@@ -30,18 +31,18 @@ FormWorkers::~FormWorkers() {
     for (std::thread& thread : threads_running_) thread.join();
 }
 
-void FormWorkers::append(InputFrame const& frame) {
+void FormatWorkers::append(InputFrame const& frame) {
     collecting_->frames.push_back(frame);
     collecting_->payloads += frame.payload;
     if (collecting_->payloads.size() >= kJobSize) submit();
 }
 
-void FormWorkers::finish() {
+void FormatWorkers::finish() {
     if (!collecting_->frames.empty()) submit();
     while (!in_order_.empty()) write_oldest();
 }
 
-void FormWorkers::submit() {
+void FormatWorkers::submit() {
     in_order_.push_back(collecting_);
     {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -51,7 +52,7 @@ void FormWorkers::submit() {
     while (in_order_.size() > 2 * threads_running_.size()) write_oldest();
 }
 
-void FormWorkers::write_oldest() {
+void FormatWorkers::write_oldest() {
     const std::shared_ptr<Job> job = in_order_.front();
     {
         std::unique_lock<std::mutex> lock(mutex_);
@@ -63,7 +64,7 @@ void FormWorkers::write_oldest() {
     spare_.push_back(job);
 }
 
-std::shared_ptr<FormWorkers::Job> FormWorkers::make_job() {
+std::shared_ptr<FormatWorkers::Job> FormatWorkers::make_job() {
     if (spare_.empty()) return std::make_shared<Job>();
     std::shared_ptr<Job> job = std::move(spare_.back());
     spare_.pop_back();
@@ -74,11 +75,11 @@ std::shared_ptr<FormWorkers::Job> FormWorkers::make_job() {
     return job;
 }
 
-void FormWorkers::work(FrameForm& form) {
+void FormatWorkers::work(FrameFormatter& formatter) {
     std::shared_ptr<Job> job;
     TextBuffer text([&job](std::string_view piece) { job->text += piece; });
     while ((job = take_job())) {
-        bring_into_form(form, *job, text);
+        format(formatter, *job, text);
         {
             const std::lock_guard<std::mutex> lock(mutex_);
             job->done = true;
@@ -87,7 +88,7 @@ void FormWorkers::work(FrameForm& form) {
     }
 }
 
-std::shared_ptr<FormWorkers::Job> FormWorkers::take_job() {
+std::shared_ptr<FormatWorkers::Job> FormatWorkers::take_job() {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
     if (stopping_) return nullptr;
@@ -96,13 +97,13 @@ std::shared_ptr<FormWorkers::Job> FormWorkers::take_job() {
     return job;
 }
 
-void FormWorkers::bring_into_form(FrameForm& form, Job& job, TextBuffer& text) {
+void FormatWorkers::format(FrameFormatter& formatter, Job& job, TextBuffer& text) {
     try {
         std::string_view rest = job.payloads;
         for (InputFrame& frame : job.frames) {
             frame.payload = rest.substr(0, frame.payload.size());
             rest.remove_prefix(frame.payload.size());
-            form.append(frame, text);
+            formatter.append(frame, text);
         }
         text.hand_over();
     } catch (...) {

@@ -50,12 +50,12 @@ RegisterDump dump_chip(RegisterMap const& map, ChipAccess const& chip, bool forc
 /** One line for people about what was left out, without its end; empty when nothing was. */
 std::string left_out_text(std::vector<LeftOut> const& left_out);
 
-// The two forms of a dump; docs/registers-and-settings.md describes them.
+// The two formats of a dump; docs/registers-and-settings.md describes them.
 std::string dump_as_text(RegisterDump const& dump);
 std::string dump_as_json(RegisterDump const& dump);
 
 /**
- * Takes a dump of either form.
+ * Takes a dump of either format.
  *
  * @throws Kit::InputError "NAME:LINE:COLUMN: reason" when it is none.
  */
