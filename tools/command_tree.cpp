@@ -26,8 +26,8 @@ CommandOption read_option(CLI::Option& option) {
     return result;
 }
 
-Command read_command(CLI::App& parser, std::string const& path) {
-    Command command{parser.get_name(), path, parser.get_description(), {}, {}, {}};
+CommandNode read_command(CLI::App& parser, std::string const& path) {
+    CommandNode command{parser.get_name(), path, parser.get_description(), {}, {}, {}};
     for (CLI::Option* const option : parser.get_options()) {
         auto& list = option->get_positional() ? command.arguments : command.options;
         list.push_back(read_option(*option));
@@ -39,9 +39,9 @@ Command read_command(CLI::App& parser, std::string const& path) {
     return command;
 }
 
-void collect(Command const& command, std::vector<Command const*>& all) {
+void collect(CommandNode const& command, std::vector<CommandNode const*>& all) {
     all.push_back(&command);
-    for (Command const& verb : command.verbs) collect(verb, all);
+    for (CommandNode const& verb : command.verbs) collect(verb, all);
 }
 
 }  // namespace
@@ -52,12 +52,12 @@ bool CommandOption::takes_file() const {
     return std::find(std::begin(kFiles), std::end(kFiles), word) != std::end(kFiles);
 }
 
-Command command_tree(std::vector<Verb> const& verbs) {
+CommandNode command_tree(std::vector<Verb> const& verbs) {
     return read_command(*make_command_line(verbs).parser, "");
 }
 
-std::vector<Command const*> all_commands(Command const& root) {
-    std::vector<Command const*> all;
+std::vector<CommandNode const*> all_commands(CommandNode const& root) {
+    std::vector<CommandNode const*> all;
     collect(root, all);
     return all;
 }

@@ -19,19 +19,19 @@ struct CommandOption {
 };
 
 /** A verb, as its parser takes it. The root is the program itself. */
-struct Command {
+struct CommandNode {
     std::string name;  // without the verbs before it: "read"
     std::string path;  // with them: "regs read"; empty for the program
     std::string summary;
     std::vector<CommandOption> options;
     std::vector<CommandOption> arguments;
-    std::vector<Command> verbs;
+    std::vector<CommandNode> verbs;
 };
 
 /** The program's commands, read off the parser of these verbs. */
-Command command_tree(std::vector<Verb> const& verbs);
+CommandNode command_tree(std::vector<Verb> const& verbs);
 
 /** The command and all below it, each before its own verbs. */
-std::vector<Command const*> all_commands(Command const& root);
+std::vector<CommandNode const*> all_commands(CommandNode const& root);
 
 }  // namespace Tools

@@ -10,7 +10,8 @@ namespace Tools {
 
 namespace {
 
-ExitStatus print_completion(Command const& program, std::string const& shell, Console& console) {
+ExitStatus print_completion(CommandNode const& program, std::string const& shell,
+                            Console& console) {
     if (shell == "bash") console.out.write(bash_completion(program));
     if (shell == "zsh") console.out.write(zsh_completion(program));
     if (shell == "fish") console.out.write(fish_completion(program));

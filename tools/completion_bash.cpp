@@ -6,9 +6,9 @@ namespace Tools {
 namespace {
 
 /** The branches that follow the words in front of the one to complete, verb by verb. */
-std::string verb_branches(std::vector<Command const*> const& commands) {
+std::string verb_branches(std::vector<CommandNode const*> const& commands) {
     std::string text;
-    for (Command const* const command : commands) {
+    for (CommandNode const* const command : commands) {
         if (command->path.empty()) continue;
         const std::string before =
             command->path.substr(0, command->path.size() - command->name.size());
@@ -19,9 +19,9 @@ std::string verb_branches(std::vector<Command const*> const& commands) {
 }
 
 /** The branches that complete what follows an option. */
-std::string value_branches(std::vector<Command const*> const& commands) {
+std::string value_branches(std::vector<CommandNode const*> const& commands) {
     std::string text;
-    for (Command const* const command : commands) {
+    for (CommandNode const* const command : commands) {
         for (CommandOption const& option : command->options) {
             if (option.value.empty()) continue;
             text += "        ";
@@ -41,15 +41,15 @@ std::string value_branches(std::vector<Command const*> const& commands) {
 }
 
 /** The branches that complete everything else. */
-std::string word_branches(std::vector<Command const*> const& commands) {
+std::string word_branches(std::vector<CommandNode const*> const& commands) {
     std::string text;
-    for (Command const* const command : commands) {
+    for (CommandNode const* const command : commands) {
         std::vector<std::string> options;
         for (CommandOption const& option : command->options) {
             options.insert(options.end(), option.names.begin(), option.names.end());
         }
         std::vector<std::string> words;
-        for (Command const& verb : command->verbs) words.push_back(verb.name);
+        for (CommandNode const& verb : command->verbs) words.push_back(verb.name);
         bool files = false;
         for (CommandOption const& argument : command->arguments) {
             words.insert(words.end(), argument.choices.begin(), argument.choices.end());
@@ -64,8 +64,8 @@ std::string word_branches(std::vector<Command const*> const& commands) {
 
 }  // namespace
 
-std::string bash_completion(Command const& program) {
-    const std::vector<Command const*> commands = all_commands(program);
+std::string bash_completion(CommandNode const& program) {
+    const std::vector<CommandNode const*> commands = all_commands(program);
     const std::string name = program.name;
     return "# Completes the command line of " + name + " in bash.\n_" + name +
            "() {\n"

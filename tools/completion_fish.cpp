@@ -4,7 +4,7 @@ namespace Tools {
 
 namespace {
 
-std::string in_quotes(std::string const& text) {
+std::string fish_quoted(std::string const& text) {
     std::string result = "'";
     for (const char c : text) {
         if (c == '\'' || c == '\\') result += '\\';
@@ -14,18 +14,19 @@ std::string in_quotes(std::string const& text) {
 }
 
 /** The function that tells which verb the words in front of the cursor have chosen. */
-std::string verb_function(std::string const& program, std::vector<Command const*> const& commands) {
+std::string verb_function(std::string const& program,
+                          std::vector<CommandNode const*> const& commands) {
     std::string text = "function __" + program +
                        "_at\n"
                        "    set -l words (commandline -opc)\n"
                        "    set -l verb ''\n"
                        "    for word in $words[2..]\n"
                        "        switch \"$verb $word\"\n";
-    for (Command const* const command : commands) {
+    for (CommandNode const* const command : commands) {
         if (command->path.empty()) continue;
         const bool outer = command->path == command->name;
-        text += "            case " + in_quotes((outer ? " " : "") + command->path) +
-                "\n                set verb " + in_quotes(command->path) + "\n";
+        text += "            case " + fish_quoted((outer ? " " : "") + command->path) +
+                "\n                set verb " + fish_quoted(command->path) + "\n";
     }
     return text +
            "        end\n"
@@ -42,25 +43,25 @@ std::string option_line(std::string const& begin, CommandOption const& option) {
     if (!option.choices.empty()) {
         std::string words;
         for (std::string const& word : option.choices) words += (words.empty() ? "" : " ") + word;
-        text += " -x -a " + in_quotes(words);
+        text += " -x -a " + fish_quoted(words);
     } else if (!option.value.empty()) {
         text += option.takes_file() ? " -r -F" : " -x";
     }
-    return text + " -d " + in_quotes(option.description) + "\n";
+    return text + " -d " + fish_quoted(option.description) + "\n";
 }
 
 }  // namespace
 
-std::string fish_completion(Command const& program) {
-    const std::vector<Command const*> commands = all_commands(program);
+std::string fish_completion(CommandNode const& program) {
+    const std::vector<CommandNode const*> commands = all_commands(program);
     std::string text = "# Completes the command line of " + program.name + " in fish.\n" +
                        verb_function(program.name, commands);
     text += "complete -c " + program.name + " -f\n";
-    for (Command const* const command : commands) {
+    for (CommandNode const* const command : commands) {
         const std::string begin = "complete -c " + program.name + " -n \"__" + program.name +
-                                  "_at " + in_quotes(command->path) + "\"";
-        for (Command const& verb : command->verbs) {
-            text += begin + " -a " + verb.name + " -d " + in_quotes(verb.summary) + "\n";
+                                  "_at " + fish_quoted(command->path) + "\"";
+        for (CommandNode const& verb : command->verbs) {
+            text += begin + " -a " + verb.name + " -d " + fish_quoted(verb.summary) + "\n";
         }
         for (CommandOption const& option : command->options) text += option_line(begin, option);
         for (CommandOption const& argument : command->arguments) {

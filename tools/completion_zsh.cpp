@@ -5,7 +5,7 @@ namespace Tools {
 namespace {
 
 /** A text between single quotes, in which the characters that _arguments reads are not special. */
-std::string in_quotes(std::string const& text) {
+std::string zsh_quoted(std::string const& text) {
     std::string result;
     for (const char c : text) {
         if (c == '\'') {
@@ -18,7 +18,7 @@ std::string in_quotes(std::string const& text) {
     return result;
 }
 
-std::string function_name(std::string const& program, Command const& command) {
+std::string function_name(std::string const& program, CommandNode const& command) {
     std::string name = "_" + program + (command.path.empty() ? "" : "_" + command.path);
     for (char& c : name) {
         if (c == ' ' || c == '-') c = '_';
@@ -34,29 +34,30 @@ std::string action(CommandOption const& option) {
     return "(" + words + ")";
 }
 
-std::string option_specs(Command const& command) {
+std::string option_specs(CommandNode const& command) {
     std::string text;
     for (CommandOption const& option : command.options) {
         for (std::string const& name : option.names) {
-            text += " \\\n        '" + name + "[" + in_quotes(option.description) + "]";
-            if (!option.value.empty()) text += ":" + in_quotes(option.value) + ":" + action(option);
+            text += " \\\n        '" + name + "[" + zsh_quoted(option.description) + "]";
+            if (!option.value.empty())
+                text += ":" + zsh_quoted(option.value) + ":" + action(option);
             text += "'";
         }
     }
     return text;
 }
 
-std::string argument_specs(Command const& command) {
+std::string argument_specs(CommandNode const& command) {
     std::string text;
     for (CommandOption const& argument : command.arguments) {
-        text += " \\\n        '*:" + in_quotes(argument.value) + ":" + action(argument) + "'";
+        text += " \\\n        '*:" + zsh_quoted(argument.value) + ":" + action(argument) + "'";
         break;  // what is true of a verb's first argument is so of the others
     }
     return text;
 }
 
 /** The function of a command that divides into verbs. */
-std::string verbs_function(std::string const& program, Command const& command) {
+std::string verbs_function(std::string const& program, CommandNode const& command) {
     std::string text = function_name(program, command) +
                        "() {\n"
                        "    local context state state_descr line\n"
@@ -67,12 +68,12 @@ std::string verbs_function(std::string const& program, Command const& command) {
                        "    case $state in\n"
                        "        verb)\n"
                        "            local -a verbs=(";
-    for (Command const& verb : command.verbs) {
-        text += "\n                '" + verb.name + ":" + in_quotes(verb.summary) + "'";
+    for (CommandNode const& verb : command.verbs) {
+        text += "\n                '" + verb.name + ":" + zsh_quoted(verb.summary) + "'";
     }
     text +=
         ")\n            _describe verb verbs ;;\n        argument)\n            case $line[1] in\n";
-    for (Command const& verb : command.verbs) {
+    for (CommandNode const& verb : command.verbs) {
         text += "                " + verb.name + ") " + function_name(program, verb) + " ;;\n";
     }
     return text + "            esac ;;\n    esac\n}\n\n";
@@ -80,10 +81,10 @@ std::string verbs_function(std::string const& program, Command const& command) {
 
 }  // namespace
 
-std::string zsh_completion(Command const& program) {
+std::string zsh_completion(CommandNode const& program) {
     std::string text = "#compdef " + program.name + "\n# Completes the command line of " +
                        program.name + " in zsh.\n\n";
-    for (Command const* const command : all_commands(program)) {
+    for (CommandNode const* const command : all_commands(program)) {
         if (command->verbs.empty()) {
             text += function_name(program.name, *command) + "() {\n    _arguments" +
                     option_specs(*command) + argument_specs(*command) + "\n}\n\n";

@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     const std::vector<Tools::Verb> verbs = Tools::all_verbs();
-    const Tools::Command program = Tools::command_tree(verbs);
+    const Tools::CommandNode program = Tools::command_tree(verbs);
     std::map<std::string, std::string> files = Tools::man_pages(program, verbs);
     files[program.name] = Tools::bash_completion(program);
     files["_" + program.name] = Tools::zsh_completion(program);

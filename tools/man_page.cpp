@@ -57,7 +57,7 @@ std::string option_term(CommandOption const& option) {
     return option.value.empty() ? term : term + " " + italic(option.value);
 }
 
-std::string synopsis(std::string const& program, Command const& command) {
+std::string synopsis(std::string const& program, CommandNode const& command) {
     std::string text = bold(program + (command.path.empty() ? "" : " " + command.path)) + " [" +
                        italic("OPTIONS") + "]";
     for (CommandOption const& argument : command.arguments) text += " " + italic(argument.value);
@@ -65,7 +65,7 @@ std::string synopsis(std::string const& program, Command const& command) {
 }
 
 /** What a verb takes, under headings of the macro `heading`. */
-std::string parameters(Command const& command, std::string const& heading) {
+std::string parameters(CommandNode const& command, std::string const& heading) {
     std::string text;
     if (!command.arguments.empty()) text += heading + " ARGUMENTS\n";
     for (CommandOption const& argument : command.arguments) {
@@ -76,7 +76,7 @@ std::string parameters(Command const& command, std::string const& heading) {
         text += entry(option_term(option), option.description);
     }
     if (!command.verbs.empty()) text += heading + " VERBS\n";
-    for (Command const& verb : command.verbs) text += entry(bold(verb.name), verb.summary);
+    for (CommandNode const& verb : command.verbs) text += entry(bold(verb.name), verb.summary);
     return text;
 }
 
@@ -89,7 +89,7 @@ std::string examples(std::string const& program, std::vector<Verb::Example> cons
 }
 
 /** A verb that another one divides into, as a section of that one's page. */
-std::string section(std::string const& program, Command const& command, Verb const& verb) {
+std::string section(std::string const& program, CommandNode const& command, Verb const& verb) {
     return ".SH " + escaped(program + " " + command.path) + "\n" + escaped(command.summary) +
            ".\n.PP\n" + synopsis(program, command) + parameters(command, ".SS") + ".SS DETAILS\n" +
            paragraphs(verb.details) + ".SS EXAMPLES\n" + examples(program, verb.examples);
@@ -103,10 +103,10 @@ std::string exit_status() {
                  "what and how much.");
 }
 
-std::string see_also(Command const& program, std::string const& page) {
+std::string see_also(CommandNode const& program, std::string const& page) {
     std::string text;
     if (page != program.name) text = ".BR " + escaped(program.name) + " (1)";
-    for (Command const& verb : program.verbs) {
+    for (CommandNode const& verb : program.verbs) {
         const std::string name = program.name + "-" + verb.name;
         if (name == page) continue;
         text += (text.empty() ? "" : ",\n") + (".BR " + escaped(name) + " (1)");
@@ -120,7 +120,7 @@ std::string page_begin(std::string const& page, std::string const& summary) {
            escaped(page) + " \\- " + escaped(summary) + "\n";
 }
 
-std::string verb_page(Command const& program, Command const& command, Verb const& verb) {
+std::string verb_page(CommandNode const& program, CommandNode const& command, Verb const& verb) {
     const std::string page = program.name + "-" + command.name;
     std::string text = page_begin(page, command.summary) + ".SH SYNOPSIS\n" +
                        synopsis(program.name, command) + ".SH EXAMPLES\n" +
@@ -134,7 +134,7 @@ std::string verb_page(Command const& program, Command const& command, Verb const
 
 }  // namespace
 
-std::map<std::string, std::string> man_pages(Command const& program,
+std::map<std::string, std::string> man_pages(CommandNode const& program,
                                              std::vector<Verb> const& verbs) {
     std::map<std::string, std::string> pages;
     pages[program.name + ".1"] =

@@ -15,7 +15,7 @@ namespace Tools {
  *
  * @param verbs those that `program` was made from: their examples and details.
  */
-std::map<std::string, std::string> man_pages(Command const& program,
+std::map<std::string, std::string> man_pages(CommandNode const& program,
                                              std::vector<Verb> const& verbs);
 
 }  // namespace Tools

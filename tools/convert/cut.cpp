@@ -20,9 +20,9 @@ struct Options {
 };
 
 /** Copies the frames of an input into a recording. */
-class Part : public InputHandler {
+class PartWriter : public InputHandler {
 public:
-    Part(OutputOptions const& output, Messages const& messages, DamageReport& report)
+    PartWriter(OutputOptions const& output, Messages const& messages, DamageReport& report)
         : recording_(output, messages), report_(report) {}
 
     void finish() { recording_.finish(); }
@@ -46,7 +46,7 @@ ExitStatus cut(Options const& options, Console& console) {
     const auto input = open_frame_input(options.input);
     ProgressBar bar(ProgressBar::Use::kWherePossible);
     DamageReport report(console.messages, bar);
-    Part part(options.output, console.messages, report);
+    PartWriter part(options.output, console.messages, report);
     report.read_all(*input, part);
     part.finish();
     const ExitStatus status = report.finish(*input);

@@ -207,7 +207,7 @@ private:
     std::unique_ptr<ListenView> view_;
     bool is_live_ = false;
     Kit::StreamFrame frame_;
-    StreamStatus status_{"", "connected"};
+    LiveStatus status_{"", "connected"};
     RateMeter rate_;
     Clock::time_point last_frame_ = Clock::now();
     uint64_t targets_ = 0;

@@ -168,7 +168,7 @@ std::vector<RO::TargetData const*> by_range(RO::RadarObjects const& frame) {
     return targets;
 }
 
-void add_status(Picture& picture, StreamStatus const& status, RO::RadarObjects const& frame) {
+void add_status(Picture& picture, LiveStatus const& status, RO::RadarObjects const& frame) {
     picture.add(status.is_well ? kWell : kUnwell, status.source + "  " + status.state);
     picture.add(kBold,
                 "frame " + std::to_string(status.frames) +
@@ -180,9 +180,8 @@ void add_status(Picture& picture, StreamStatus const& status, RO::RadarObjects c
 
 }  // namespace
 
-std::vector<std::string> draw_target_table(StreamStatus const& status,
-                                           RO::RadarObjects const& frame, WindowSize window,
-                                           bool coloured) {
+std::vector<std::string> draw_target_table(LiveStatus const& status, RO::RadarObjects const& frame,
+                                           WindowSize window, bool coloured) {
     Picture picture(window, coloured);
     add_status(picture, status, frame);
     picture.add("", "");

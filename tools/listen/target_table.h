@@ -10,7 +10,7 @@
 namespace Tools {
 
 /** What the lines above the table say of a stream. */
-struct StreamStatus {
+struct LiveStatus {
     std::string source;
     std::string state;      // "live"
     bool is_well = true;    // whether the state is as it should be
@@ -28,8 +28,7 @@ struct StreamStatus {
  * @return lines without their ends; never more lines or, escape sequences aside, more characters in
  *         a line than the window has.
  */
-std::vector<std::string> draw_target_table(StreamStatus const& status,
-                                           RO::RadarObjects const& frame, WindowSize window,
-                                           bool coloured);
+std::vector<std::string> draw_target_table(LiveStatus const& status, RO::RadarObjects const& frame,
+                                           WindowSize window, bool coloured);
 
 }  // namespace Tools

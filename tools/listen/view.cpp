@@ -22,12 +22,12 @@ public:
         console_.out.flush();
     }
 
-    void show(RO::RadarObjects const& frame, StreamStatus const& /*status*/) override {
+    void show(RO::RadarObjects const& frame, LiveStatus const& /*status*/) override {
         printer_.print(frame);
         console_.out.flush();
     }
 
-    void idle(StreamStatus const& /*status*/) override { console_.out.check_reader(); }
+    void idle(LiveStatus const& /*status*/) override { console_.out.check_reader(); }
 
     bool wants_end() override { return false; }
 
@@ -56,12 +56,12 @@ public:
         for (auto const& told : untold_) print(told);
     }
 
-    void show(RO::RadarObjects const& frame, StreamStatus const& status) override {
+    void show(RO::RadarObjects const& frame, LiveStatus const& status) override {
         last_ = frame;
         if (Clock::now() - drawn_ >= kShortestPause) redraw(status);
     }
 
-    void idle(StreamStatus const& status) override {
+    void idle(LiveStatus const& status) override {
         if (wants_suspension()) {
             screen_->leave();
             suspend();
@@ -88,7 +88,7 @@ private:
     static constexpr std::chrono::milliseconds kShortestPause{33};
     static constexpr size_t kMessagesKept = 20;
 
-    void redraw(StreamStatus const& status) {
+    void redraw(LiveStatus const& status) {
         drawn_ = Clock::now();
         screen_->draw(draw_target_table(status, last_, window_size(console_.out.fd()), coloured_));
     }

@@ -18,10 +18,10 @@ public:
     ListenView(ListenView const&) = delete;
     ListenView& operator=(ListenView const&) = delete;
 
-    virtual void show(RO::RadarObjects const& frame, StreamStatus const& status) = 0;
+    virtual void show(RO::RadarObjects const& frame, LiveStatus const& status) = 0;
 
     /** Called again and again while nothing comes. */
-    virtual void idle(StreamStatus const& status) = 0;
+    virtual void idle(LiveStatus const& status) = 0;
 
     /** Whether the person asked for the end in this view. */
     virtual bool wants_end() = 0;

@@ -40,7 +40,7 @@ protected:
         return lines;
     }
 
-    Tools::StreamStatus status;
+    Tools::LiveStatus status;
     RO::RadarObjects frame;
     Tools::WindowSize window{64, 24};
 };
