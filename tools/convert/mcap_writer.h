@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "tools/convert/crc32.h"
 #include "tools/convert/mcap_bytes.h"
 #include "tools/output/file.h"
 
@@ -86,7 +85,7 @@ private:
     size_t largest_chunk() const;
 
     OutputFile& file_;
-    Crc32 crc_;  // of all that was written
+    uint32_t crc_ = 0;  // CRC-32 of what was written since the last one that stands in the file
 
     // The chunk that is collected.
     McapBytes chunk_;

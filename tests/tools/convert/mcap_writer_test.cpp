@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "kit/recording/format.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/shell.h"
 
@@ -55,6 +56,87 @@ protected:
     unsigned messages = 0;
     std::string expected;
 };
+
+/** The CRC-32 of IEEE 802.3, a bit at a time. */
+uint32_t crc32_of(std::string_view bytes) {
+    uint32_t crc = 0xFFFFFFFF;
+    for (const char byte : bytes) {
+        crc ^= static_cast<unsigned char>(byte);
+        for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1) * 0xEDB88320;
+    }
+    return ~crc;
+}
+
+TEST(Crc32Test, OfKnownBytesIsTheKnownOne) {
+    EXPECT_EQ(crc32_of("123456789"), 0xCBF43926u);
+    EXPECT_EQ(crc32_of("The quick brown fox jumps over the lazy dog"), 0x414FA339u);
+}
+
+/** Where the checksums of a finished file stand, with one chunk. */
+class McapChecksumTest : public McapWriterTest {
+protected:
+    static constexpr size_t kMagicSize = 8;
+    static constexpr size_t kRecordHeadSize = 9;
+
+    /** The contents of a file that has these messages in its one chunk. */
+    std::string file_with(std::vector<std::string_view> const& data) {
+        const auto channel = add_channel("/a");
+        for (auto const each : data) writer.add_message(channel, 1, 1, each);
+        finish();
+        return test_support::read_file(kPath);
+    }
+
+    /** The offset of the first record with this opcode. */
+    static size_t find_record(std::string const& bytes, char opcode) {
+        size_t offset = kMagicSize;
+        while (bytes.at(offset) != opcode) offset += kRecordHeadSize + word(bytes, offset + 1);
+        return offset;
+    }
+
+    static uint32_t word(std::string const& bytes, size_t offset) {
+        return Kit::read_word(std::string_view(bytes).substr(offset));
+    }
+
+    static uint32_t crc_between(std::string const& bytes, size_t begin, size_t end) {
+        return crc32_of(std::string_view(bytes).substr(begin, end - begin));
+    }
+};
+
+TEST_F(McapChecksumTest, AChunkHasTheCrcOfItsMessages) {
+    const std::string bytes = file_with({"first", "second"});
+    const size_t chunk = find_record(bytes, 0x06);
+    const size_t begin = chunk + kRecordHeadSize + 40;
+    const size_t end = chunk + kRecordHeadSize + word(bytes, chunk + 1);
+    EXPECT_EQ(word(bytes, chunk + kRecordHeadSize + 24), crc_between(bytes, begin, end));
+}
+
+TEST_F(McapChecksumTest, TheDataEndHasTheCrcOfAllBeforeIt) {
+    const std::string bytes = file_with({"first"});
+    const size_t data_end = find_record(bytes, 0x0F);
+    EXPECT_EQ(word(bytes, data_end + kRecordHeadSize), crc_between(bytes, 0, data_end));
+}
+
+TEST_F(McapChecksumTest, TheFooterHasTheCrcOfAllSinceTheDataEnd) {
+    const std::string bytes = file_with({"first"});
+    const size_t summary = find_record(bytes, 0x0F) + kRecordHeadSize + 4;
+    const size_t crc = bytes.size() - kMagicSize - 4;
+    EXPECT_EQ(word(bytes, crc), crc_between(bytes, summary, crc));
+}
+
+TEST_F(McapChecksumTest, AMessageWithoutDataDoesNotResetTheCrc) {
+    const std::string bytes = file_with({"first", std::string_view()});
+    const size_t data_end = find_record(bytes, 0x0F);
+    EXPECT_EQ(word(bytes, data_end + kRecordHeadSize), crc_between(bytes, 0, data_end));
+}
+
+TEST_F(McapChecksumTest, ALargeMessageIsInTheCrcOfItsChunk) {
+    const std::string large(3 << 20, 'x');
+    const std::string bytes = file_with({large});
+    const size_t chunk = find_record(bytes, 0x06);
+    const size_t begin = chunk + kRecordHeadSize + 40;
+    const size_t end = chunk + kRecordHeadSize + word(bytes, chunk + 1);
+    EXPECT_EQ(word(bytes, chunk + kRecordHeadSize + 24), crc_between(bytes, begin, end));
+}
 
 /** What a reader that is not of this project's making makes of the finished file. */
 class McapReadBackTest : public McapWriterTest {
