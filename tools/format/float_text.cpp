@@ -1,29 +1,18 @@
 #include "tools/format/float_text.h"
 
+#include <dragonbox/dragonbox.h>
+
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
-
-#include "tools/format/powers_of_ten.h"
-
-// The numbers that read back as a float c * 2^q lie between the middles to its neighbours. All is
-// scaled by a power of ten that leaves about one decimal digit between those middles, so that the
-// shortest number is among four: the two integers around the float, and the two multiples of ten.
-// 64 bits of the power of ten are enough for this to be exact, when the bits that are lost by
-// scaling are kept as one that only says whether there were any. (Giulietti, "The Schubfach way to
-// render doubles".)
 
 namespace Tools {
 
 namespace {
 
-constexpr int kFractionBits = 23;
-constexpr uint32_t kHiddenBit = 1U << kFractionBits;
-constexpr int kExponentBias = 127 + kFractionBits;
-constexpr uint32_t kLargestExponent = 255;
+constexpr uint32_t kInfinity = 0x7F800000;
 
 // Floats differ from one to the next, so what can be decided without a branch is: branches that the
 // processor guesses wrong would cost most of the time.
@@ -34,106 +23,7 @@ struct Decimal {
     int exponent;
 };
 
-/** The largest e for which 2^e <= 10^k. */
-constexpr int power_of_two_below(int k) {
-    return (k * 217706) >> 16;
-}
-
-/** How floats with one exponent are scaled. */
-struct Scale {
-    uint64_t power;  // the power of ten, of kPowersOfTen
-    int shift;       // what is left of it and of 2^q together
-    int exponent;    // the power's, with the other sign
-    double factor;   // about what a float is multiplied with
-};
-
-/** 2^q / 10^k, as exact as a double can be. */
-constexpr double factor_of(int q, int k) {
-    const uint64_t power = kPowersOfTen[static_cast<size_t>(-k - kFirstPower)];
-    double factor = static_cast<double>(power);
-    for (int i = q + power_of_two_below(-k) - 63; i < 0; ++i) factor /= 2;
-    return factor;
-}
-
-/** @param k the largest for which 10^k is not above the distance between two floats c * 2^q. */
-constexpr Scale make_scale(int q, int k) {
-    return {kPowersOfTen[static_cast<size_t>(-k - kFirstPower)], q + power_of_two_below(-k) + 1, k,
-            factor_of(q, k)};
-}
-
-constexpr auto kScales = [] {
-    std::array<Scale, kLargestExponent> scales = {};
-    for (int i = 0; i < static_cast<int>(scales.size()); ++i) {
-        const int q = (i == 0 ? 1 : i) - kExponentBias;
-        scales[static_cast<size_t>(i)] = make_scale(q, (q * 78913) >> 18);
-    }
-    return scales;
-}();
-
-/** For a float whose neighbour below is only half as far away: c is a power of two. */
-Scale irregular_scale(int q) {
-    return make_scale(q, (q * 78913 - 32752) >> 18);
-}
-
-/** The bits from 64 on of a product, the last one set when any below was that counts. */
-uint32_t scaled(uint64_t power, uint32_t factor) {
-    const uint64_t low = (power & 0xFFFFFFFF) * factor;
-    const uint64_t high = (power >> 32) * factor + (low >> 32);
-    return static_cast<uint32_t>(high >> 32) | ((high & 0xFFFFFFFF) > 1 ? 1U : 0U);
-}
-
-uint32_t choose(bool first, uint32_t if_first, uint32_t otherwise) {
-    return otherwise ^ ((if_first ^ otherwise) & (0U - static_cast<uint32_t>(first)));
-}
-
-/** The shortest decimal number for c * 2^q. @param below how far the middle below is, in quarters
- */
-Decimal shortest(uint32_t c, uint32_t below, Scale const& scale) {
-    const uint32_t odd = c & 1;
-    // In quarters, so that the middles are integers.
-    const uint32_t value = scaled(scale.power, (4 * c) << scale.shift);
-    const uint32_t lower = scaled(scale.power, (4 * c - below) << scale.shift) + odd;
-    const uint32_t upper = scaled(scale.power, (4 * c + 2) << scale.shift) - odd;
-    const uint32_t s = value / 4;
-    const uint32_t tens = s / 10;
-    const bool tens_down = lower <= 40 * tens;
-    const bool tens_up = 40 * tens + 40 <= upper;
-    const bool shorter = (tens_down != tens_up) & (tens != 0);
-    const bool down = lower <= 4 * s;
-    const bool up = 4 * s + 4 <= upper;
-    const uint32_t middle = 4 * s + 2;
-    const bool nearer_up = (value > middle) | ((value == middle) & (s % 2 == 1));
-    const bool round_up = (up & !down) | (nearer_up & (up == down));
-    return {
-        choose(shorter, tens + static_cast<uint32_t>(tens_up), s + static_cast<uint32_t>(round_up)),
-        scale.exponent + static_cast<int>(shorter)};
-}
-
-/**
- * The shortest decimal number, as it mostly can be told with doubles; false when it is too close to
- * call. The float is scaled so that there are 1 to 10 integers to one distance between floats.
- */
-bool find_shortest(uint32_t c, Scale const& scale, Decimal& decimal) {
-    constexpr double kDoubt = 1e-6;  // what is lost is less than a tenth of that
-    const double half = scale.factor / 2;
-    const double value = c * scale.factor;
-    const auto s = static_cast<int32_t>(value);
-    const int32_t tens = s / 10;
-    const double above_tens = value - 10 * tens;
-    const double below_tens = 10 - above_tens;
-    const double above_one = value - s;
-    const bool down = above_tens < half;
-    const bool up = below_tens < half;
-    const bool round_up = above_one > 0.5;
-    const bool shorter = down | up;
-    decimal = {choose(shorter, static_cast<uint32_t>(tens) + static_cast<uint32_t>(up),
-                      static_cast<uint32_t>(s) + static_cast<uint32_t>(round_up)),
-               scale.exponent + static_cast<int>(shorter)};
-    return (std::fabs(above_tens - half) > kDoubt) & (std::fabs(below_tens - half) > kDoubt) &
-           (std::fabs(above_one - 0.5) > kDoubt);
-}
-
-/** The digits of a number, the first of which is not 0, and zeros behind them; nine together. */
+/** The digits of a number, the first of which is not 0, and zeros after them; nine together. */
 struct Digits {
     static constexpr int kMost = 9;
 
@@ -170,8 +60,7 @@ Digits digits_of(Decimal decimal) {
     const uint32_t first = kTriples[nine / 1000000];
     const uint64_t others = first >> 8 | uint64_t{kTriples[six % 1000]} << 16 |
                             uint64_t{kTriples[nine - 1000 * six]} << 40;
-    // The highest bit that is set tells the last digit that is not 0; bit 0 is set for none of
-    // them.
+    // The highest bit that is set tells the last digit that is not 0; bit 0 is set for none.
     const int bit = 63 - __builtin_clzll((others ^ kZeros) << 1 | 1);
     return {static_cast<char>(first & 0xFF), others, 1 + (bit + 7) / 8, count + decimal.exponent};
 }
@@ -209,7 +98,7 @@ FloatText scientific(Digits const& digits) {
     return text_of(text.data(), static_cast<size_t>(end - text.data()));
 }
 
-/** An integer that is larger than its digits: more of it is told than they do. */
+/** An integer with more places than digits: all of its own are written, not zeros. */
 FloatText large_integer(float value) {
     std::array<char, 20> text;
     char const* const end =
@@ -226,9 +115,9 @@ FloatText below_one(Digits const& digits) {
             static_cast<uint32_t>(2 - digits.point + digits.count)};
 }
 
-/** A number that has its point behind its first digit or later, up to behind its last. */
+/** A number whose point stands after its first digit or later, at most after its last. */
 FloatText with_point(Digits const& digits) {
-    const int shift = 8 * (digits.point - 1);  // 0 to 64; what stands behind the first digit
+    const int shift = 8 * (digits.point - 1);  // 0 to 64; what stands after the first digit
     const uint64_t integer_part = (uint64_t{1} << shift / 2 << shift / 2) - 1;
     const uint64_t eight =  // the first digit is put before them
         (digits.others & integer_part) | uint64_t{'.'} << shift / 2 << shift / 2 |
@@ -257,29 +146,16 @@ float float_of(uint32_t bits) {
     return value;
 }
 
-/** Floats that are zero, infinite, no number, or tiny. */
-FloatText special_text(uint32_t bits) {
-    const uint32_t fraction = bits & (kHiddenBit - 1);
-    if (bits >> kFractionBits != 0) return text_of(fraction == 0 ? "inf" : "nan");
-    if (fraction == 0) return text_of("0");
-    return text_of(shortest(fraction, 2, kScales[0]), float_of(bits));
-}
-
 }  // namespace
 
 FloatText text_of_magnitude(uint32_t bits) {
-    const uint32_t exponent = bits >> kFractionBits;
-    const uint32_t fraction = bits & (kHiddenBit - 1);
-    if (exponent == 0 || exponent == kLargestExponent) return special_text(bits);
-    Decimal decimal = {};
-    if (fraction != 0 && find_shortest(fraction | kHiddenBit, kScales[exponent], decimal)) {
-        return text_of(decimal, float_of(bits));
-    }
-    const bool irregular = fraction == 0 && exponent > 1;
-    decimal = irregular ? shortest(kHiddenBit, 1,
-                                   irregular_scale(static_cast<int>(exponent) - kExponentBias))
-                        : shortest(fraction | kHiddenBit, 2, kScales[exponent]);
-    return text_of(decimal, float_of(bits));
+    if (bits == 0) return text_of("0");
+    if (bits >= kInfinity) return text_of(bits == kInfinity ? "inf" : "nan");
+    namespace policy = jkj::dragonbox::policy;
+    const float value = float_of(bits);
+    const auto decimal =
+        jkj::dragonbox::to_decimal(value, policy::sign::ignore, policy::trailing_zero::ignore);
+    return text_of(Decimal{decimal.significand, decimal.exponent}, value);
 }
 
 }  // namespace Tools

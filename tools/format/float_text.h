@@ -28,8 +28,13 @@ private:
 
 /**
  * The shortest decimal text that reads back as the same float, and of those the nearest: what
- * std::to_chars() writes, in a fraction of its time, which decides how fast a recording becomes a
- * table. An infinity is "inf"; what is no number is "nan".
+ * std::to_chars() writes. An infinity is "inf"; a NaN is "nan".
+ *
+ * Dragonbox finds the digits and these 16 bytes are laid out here, since printing floats decides
+ * how fast a recording becomes CSV: this is 1.4 times as fast as std::to_chars(), and behind
+ * FloatCache up to 23 times (bench/float_text). With std::to_chars() a row would cost 2.4 times as
+ * much, or 1.6 times behind the cache: on one core 17 % of the speed at which protobuf parses it,
+ * where bench/recording_verbs asks for 20 %.
  *
  * @param bits of a float whose sign bit is not set.
  */
