@@ -1,5 +1,7 @@
 #include "chip/command_line.h"
 
+#include <fmt/core.h>
+
 #include <CLI/CLI.hpp>
 
 #include "kit/base/positive_number.h"
@@ -27,8 +29,8 @@ constexpr int kHighestFrameRate = 1000;
 double number_of(std::string const& option, std::string const& text, int highest) {
     const std::optional<double> number = Kit::positive_number(text);
     if (number && *number <= highest) return *number;
-    throw UsageError(option + ": \"" + text + "\" is not a number above 0 and up to " +
-                     std::to_string(highest));
+    throw UsageError(
+        fmt::format("{}: \"{}\" is not a number above 0 and up to {}", option, text, highest));
 }
 
 /** What the command line holds besides, or as text that is yet to be looked at. */
@@ -76,8 +78,8 @@ void check(CLI::App const& app, Texts const& texts, Options& options) {
         options.frame_rate = number_of("--frame-rate", texts.frame_rate, kHighestFrameRate);
     }
     if (options.command_byte < 0 || options.command_byte > 0xFE || options.command_byte % 2 != 0) {
-        throw UsageError("--command-byte: " + std::to_string(options.command_byte) +
-                         " is not an even number from 0 to 254");
+        throw UsageError(fmt::format("--command-byte: {} is not an even number from 0 to 254",
+                                     options.command_byte));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "chip/private_device.h"
 
 #include <fcntl.h>
+#include <fmt/core.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <unistd.h>
@@ -36,7 +37,7 @@ void write_proc(std::string const& path, std::string const& text) {
 
 /** Maps a user or group to itself. */
 std::string identity(unsigned id) {
-    return std::to_string(id) + " " + std::to_string(id) + " 1";
+    return fmt::format("{} {} 1", id, id);
 }
 
 /** Returns whether that took a user namespace. */
@@ -107,8 +108,8 @@ void mount_device(int fuse) {
     std::ofstream(kDevicePath).flush();
     // The rights of the file hold, also for other users.
     const std::string options =
-        "fd=" + std::to_string(fuse) + ",rootmode=100600,user_id=" + std::to_string(geteuid()) +
-        ",group_id=" + std::to_string(getegid()) + ",default_permissions,allow_other";
+        fmt::format("fd={},rootmode=100600,user_id={},group_id={},default_permissions,allow_other",
+                    fuse, geteuid(), getegid());
     mount_at("petrelradar-chip", kDevicePath, "fuse", MS_NOSUID | MS_NODEV, options);
 }
 

@@ -1,6 +1,6 @@
 #include "kit/demo_chip/registers.h"
 
-#include <cstdio>
+#include <fmt/core.h>
 
 namespace Kit::DemoChip {
 
@@ -128,10 +128,8 @@ std::string register_map_text() {
         "# changes the register.\n"
         "# name address shift width access description\n";
     for (MapEntry const& entry : register_map()) {
-        char numbers[64];
-        std::snprintf(numbers, sizeof numbers, " 0x%04x %d %d ",
-                      static_cast<unsigned>(entry.address), entry.shift, entry.width);
-        text += entry.name + numbers + entry.access + " " + entry.description + "\n";
+        text += fmt::format("{} {:#06x} {} {} {} {}\n", entry.name, entry.address, entry.shift,
+                            entry.width, entry.access, entry.description);
     }
     return text;
 }

@@ -1,5 +1,7 @@
 #include "kit/frames/detection_log.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -34,7 +36,7 @@ std::errc parse_tiny(std::string_view text, float& number) {
 }
 
 std::string change(uint64_t from, uint64_t to) {
-    return " from " + std::to_string(from) + " to " + std::to_string(to);
+    return fmt::format(" from {} to {}", from, to);
 }
 
 }  // namespace
@@ -211,8 +213,7 @@ Number DetectionLog::parse(Column column, std::string_view text) const {
 }
 
 void DetectionLog::fail(size_t begin, std::string const& reason) const {
-    throw InputError(input_->name() + ":" + std::to_string(line_number_) + ":" +
-                     std::to_string(begin + 1) + ": " + reason);
+    throw InputError(fmt::format("{}:{}:{}: {}", input_->name(), line_number_, begin + 1, reason));
 }
 
 }  // namespace Kit

@@ -1,5 +1,7 @@
 #include "kit/frames/recording_source.h"
 
+#include <fmt/core.h>
+
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -122,8 +124,8 @@ bool RecordingSource::ends_with(Finding const& finding) {
 }
 
 void RecordingSource::fail(Finding const& finding) const {
-    throw InputError(scanner_->name() + ": offset " + std::to_string(finding.offset) + ": " +
-                     finding.text);
+    throw InputError(
+        fmt::format("{}: offset {}: {}", scanner_->name(), finding.offset, finding.text));
 }
 
 }  // namespace Kit

@@ -1,16 +1,13 @@
 #include "kit/recording/format.h"
 
-#include <cinttypes>
-#include <cstdio>
+#include <fmt/core.h>
 
 #include "kit/base/words.h"
 
 namespace Kit {
 
 std::string hexadecimal(uint32_t word) {
-    char text[11];
-    std::snprintf(text, sizeof(text), "0x%08" PRIX32, word);
-    return text;
+    return fmt::format("0x{:08X}", word);
 }
 
 RecordingHeader read_header(std::string_view bytes) {

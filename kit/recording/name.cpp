@@ -1,7 +1,7 @@
 #include "kit/recording/name.h"
 
-#include <array>
-#include <cstdio>
+#include <fmt/core.h>
+
 #include <ctime>
 
 #include "kit/base/text_parts.h"
@@ -86,14 +86,9 @@ bool is_recording_name(std::string_view file_name, std::string_view prefix) {
 
 std::string text_of(RecordingName const& name) {
     const int year = name.year - 2000;
-    std::array<char, 64> time;
-    std::snprintf(time.data(), time.size(), year < 0 ? "_%02d%02d%d_" : "_%02d%02d%02d_", name.day,
-                  name.month, year);
-    std::string text = name.prefix + time.data();
-    std::snprintf(time.data(), time.size(), "%02d%02d%02d_%03d", name.hour, name.minute,
-                  name.second, name.millisecond);
-    text += time.data() + name.surplus;
-    return name.complete ? text.append(kCompletedSuffix) : text;
+    return fmt::format("{}_{:02}{:02}{:0{}}_{:02}{:02}{:02}_{:03}{}{}", name.prefix, name.day,
+                       name.month, year, year < 0 ? 0 : 2, name.hour, name.minute, name.second,
+                       name.millisecond, name.surplus, name.complete ? kCompletedSuffix : "");
 }
 
 RecordingName name_of_time(std::string const& prefix, int64_t seconds, int millisecond) {

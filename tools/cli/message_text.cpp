@@ -1,5 +1,7 @@
 #include "tools/cli/message_text.h"
 
+#include <fmt/core.h>
+
 namespace Tools {
 
 std::string printable(std::string_view text) {
@@ -16,11 +18,11 @@ std::string printable(std::string_view text) {
 }
 
 std::string in_quotes(std::string_view word) {
-    return "'" + printable(word) + "'";
+    return fmt::format("'{}'", printable(word));
 }
 
 std::string counted(uint64_t count, std::string const& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+    return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
 
 std::string joined(std::vector<std::string> const& words, std::string const& between) {

@@ -1,8 +1,8 @@
 #include "tools/cli/number_text.h"
 
-#include <array>
+#include <fmt/core.h>
+
 #include <charconv>
-#include <cstdio>
 
 namespace Tools {
 
@@ -17,9 +17,7 @@ std::optional<uint64_t> whole_number(std::string_view text) {
 }
 
 std::string hex_text(uint32_t value, int digits) {
-    std::array<char, 16> text;
-    std::snprintf(text.data(), text.size(), "0x%0*x", digits, static_cast<unsigned>(value));
-    return text.data();
+    return fmt::format("0x{:0{}x}", value, digits);
 }
 
 }  // namespace Tools

@@ -1,5 +1,7 @@
 #include "tools/cli/text_line.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <optional>
 #include <utility>
@@ -34,7 +36,7 @@ bool TextLine::is_at_end() const {
 
 std::string_view TextLine::word(char const* what) {
     begin_ = position_;
-    if (position_ == end_) fail(std::string("the ") + what + " is missing");
+    if (position_ == end_) fail(fmt::format("the {} is missing", what));
     while (position_ < end_ && !is_blank(text_[position_])) ++position_;
     const std::string_view found = text_.substr(begin_, position_ - begin_);
     skip_blanks();
@@ -45,8 +47,7 @@ uint32_t TextLine::number(char const* what, uint32_t lowest, uint32_t highest) {
     const std::string_view found = word(what);
     const std::optional<uint64_t> value = whole_number(found);
     if (value && *value >= lowest && *value <= highest) return static_cast<uint32_t>(*value);
-    fail(in_quotes(found) + " is no " + what + ", which is " + std::to_string(lowest) + " to " +
-         std::to_string(highest));
+    fail(fmt::format("{} is no {}, which is {} to {}", in_quotes(found), what, lowest, highest));
 }
 
 std::string_view TextLine::rest() {
@@ -56,7 +57,7 @@ std::string_view TextLine::rest() {
 }
 
 void TextLine::fail(std::string const& reason) const {
-    throw Kit::InputError(place_ + ":" + std::to_string(begin_ + 1) + ": " + reason);
+    throw Kit::InputError(fmt::format("{}:{}: {}", place_, begin_ + 1, reason));
 }
 
 void TextLine::skip_blanks() {
@@ -68,7 +69,7 @@ void for_each_line(std::string const& name, std::string const& text,
     std::string_view left = text;
     for (int number = 1; !left.empty(); ++number) {
         const size_t end = std::min(left.find('\n'), left.size());
-        TextLine line(left.substr(0, end), printable(name) + ":" + std::to_string(number));
+        TextLine line(left.substr(0, end), fmt::format("{}:{}", printable(name), number));
         left.remove_prefix(std::min(end + 1, left.size()));
         if (!line.is_empty()) use(line, number);
     }

@@ -1,7 +1,7 @@
 #include "tools/convert/assembly.h"
 
-#include <array>
-#include <cstdio>
+#include <fmt/core.h>
+
 #include <limits>
 
 #include "kit/base/input_error.h"
@@ -18,10 +18,8 @@ constexpr int32_t kMediumSensitivity = 1;
 
 /** What the headers say of the installation. */
 std::string installation_text(Kit::RecordingHeader const& header) {
-    std::array<char, 128> text;
-    std::snprintf(text.data(), text.size(), "height %.9g, tilt %.9g, sensitivity %d", header.height,
-                  header.tilt, header.sensitivity);
-    return text.data();
+    return fmt::format("height {:.9g}, tilt {:.9g}, sensitivity {}", header.height, header.tilt,
+                       header.sensitivity);
 }
 
 bool same_number(double left, double right) {
@@ -75,10 +73,10 @@ void RecordingAssembly::add(InputFrame const& frame, FrameOrigin const& origin,
         tag_ = frame_tag;
     }
     if (frame_tag != tag_) {
-        throw Kit::InputError(origin.file + ": offset " + std::to_string(frame.offset) +
-                              ": a record with tag " + Kit::hexadecimal(frame_tag) +
-                              ", and those before have " + Kit::hexadecimal(tag_) +
-                              ": a recording has one recorder's; recover parts them");
+        throw Kit::InputError(fmt::format(
+            "{}: offset {}: a record with tag {}, and those before have {}: a recording "
+            "has one recorder's; recover parts them",
+            origin.file, frame.offset, Kit::hexadecimal(frame_tag), Kit::hexadecimal(tag_)));
     }
     if (origin.header) compare(origin.file, *origin.header, report);
     recording_->add(tag_, frame.payload);

@@ -1,5 +1,5 @@
-#include <array>
-#include <cstdio>
+#include <fmt/core.h>
+
 #include <limits>
 #include <map>
 
@@ -27,17 +27,6 @@ std::string descriptor_set() {
     return set.SerializeAsString();
 }
 
-template <typename Value>
-std::string formatted(char const* format, Value value) {
-    std::array<char, 32> text;
-    std::snprintf(text.data(), text.size(), format, value);
-    return text.data();
-}
-
-std::string exact_text(double value) {
-    return formatted("%.17g", value);
-}
-
 class McapExport : public FrameExport {
 public:
     explicit McapExport(OutputFile& file) : writer_(file, "petrelradar " PETRELRADAR_VERSION) {
@@ -51,8 +40,8 @@ public:
                               {"start_s", std::to_string(header.seconds)},
                               {"start", utc_text_of_seconds(header.seconds)},
                               {"daylight_saving", std::to_string(header.daylight_saving)},
-                              {"height", exact_text(header.height)},
-                              {"tilt", exact_text(header.tilt)},
+                              {"height", fmt::format("{:.17g}", header.height)},
+                              {"tilt", fmt::format("{:.17g}", header.tilt)},
                               {"sensitivity", std::to_string(header.sensitivity)}});
     }
 
@@ -69,9 +58,10 @@ public:
 
     std::string loss() const override {
         if (late_frames_ == 0) return "";
-        return "log times are too small for their frames, whose time in ns has more than 64 "
-               "bits: " +
-               std::to_string(late_frames_) + " (the payloads have the true time)";
+        return fmt::format(
+            "log times are too small for their frames, whose time in ns has more than 64 bits: {} "
+            "(the payloads have the true time)",
+            late_frames_);
     }
 
 private:
@@ -79,7 +69,7 @@ private:
         const auto found = channels_.find(tag);
         if (found != channels_.end()) return found->second;
         McapWriter::Texts metadata;
-        if (tag != 0) metadata["tag"] = formatted("0x%08X", static_cast<unsigned>(tag));
+        if (tag != 0) metadata["tag"] = Kit::hexadecimal(tag);
         return channels_[tag] = writer_.add_channel(schema_, kTopic, kEncoding, metadata);
     }
 

@@ -1,5 +1,7 @@
 #include "tools/convert/merge.h"
 
+#include <fmt/core.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
@@ -128,15 +130,16 @@ private:
             interrupted = interrupted || (source->is_interrupted() && !source->is_endless());
         }
         if (repetitions_ > 0) {
-            messages_.note("frames that several sources have, written once: " +
-                           std::to_string(repetitions_) + " left out");
+            messages_.note(fmt::format(
+                "frames that several sources have, written once: {} left out", repetitions_));
         }
         if (steps_back_ > 0) {
-            messages_.note("frames that are earlier than the one before them in their source: " +
-                           std::to_string(steps_back_));
+            messages_.note(
+                fmt::format("frames that are earlier than the one before them in their source: {}",
+                            steps_back_));
         }
         if (interrupted) {
-            messages_.warn("interrupted after " + std::to_string(result_->frames()) + " frames");
+            messages_.warn(fmt::format("interrupted after {} frames", result_->frames()));
             return ExitStatus::kDamaged;
         }
         if (result_->frames() == 0) throw Kit::InputError("the sources have no frame");

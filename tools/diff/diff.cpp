@@ -1,8 +1,8 @@
 #include "tools/diff/diff.h"
 
+#include <fmt/core.h>
+
 #include <CLI/CLI.hpp>
-#include <array>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,12 +28,6 @@ struct Options {
     std::string format = "text";
     bool brief = false;
 };
-
-std::string number_text(double value) {
-    std::array<char, 32> text;
-    std::snprintf(text.data(), text.size(), "%.17g", value);
-    return text.data();
-}
 
 std::unique_ptr<FrameInput> open_source(std::string const& source, Options const& options) {
     SourceOptions input;
@@ -131,8 +125,8 @@ private:
     }
 
     void compare_header(std::string const& field, double value_a, double value_b) {
-        const std::string text_a = number_text(value_a);
-        const std::string text_b = number_text(value_b);
+        const std::string text_a = fmt::format("{:.17g}", value_a);
+        const std::string text_b = fmt::format("{:.17g}", value_b);
         if (text_a == text_b) return;
         ++sum_.header_fields;
         report_->header_differs(field, text_a, text_b);

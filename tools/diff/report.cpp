@@ -1,17 +1,17 @@
 #include "tools/diff/report.h"
 
+#include <fmt/core.h>
+
 #include <nlohmann/json.hpp>
 #include <utility>
+
+#include "tools/cli/message_text.h"
 
 namespace Tools {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string counted_frames(uint64_t count) {
-    return std::to_string(count) + (count == 1 ? " frame" : " frames");
-}
 
 class TextDiffReport : public DiffReport {
 public:
@@ -20,25 +20,24 @@ public:
 
     void header_differs(std::string const& field, std::string const& value_a,
                         std::string const& value_b) override {
-        print("header: " + field + " " + value_a + " and " + value_b);
+        print(fmt::format("header: {} {} and {}", field, value_a, value_b));
     }
     void frame_only_in_a(InputFrame const& frame) override { print_alone(a_, frame); }
     void frame_only_in_b(InputFrame const& frame) override { print_alone(b_, frame); }
     void magic_differs(uint32_t value_a, uint32_t value_b) override {
-        print(place() + "magic " + std::to_string(value_a) + " and " + std::to_string(value_b));
+        print(fmt::format("{}magic {} and {}", place(), value_a, value_b));
     }
     void field_differs(uint64_t index_a, uint64_t index_b, FrameField field,
                        std::string const& value_a, std::string const& value_b) override {
-        const std::string target = index_a == index_b ? "target " + std::to_string(index_a)
-                                                      : "targets " + std::to_string(index_a) +
-                                                            " and " + std::to_string(index_b);
-        print(place() + target + ": " + name_of(field) + " " + value_a + " and " + value_b);
+        print(fmt::format("{}{} {}: {} {} and {}", place(),
+                          index_a == index_b ? "target" : "targets", both(index_a, index_b),
+                          name_of(field), value_a, value_b));
     }
     void target_only_in_a(uint64_t index) override {
-        print(place() + "target " + std::to_string(index) + " only in " + a_);
+        print(fmt::format("{}target {} only in {}", place(), index, a_));
     }
     void target_only_in_b(uint64_t index) override {
-        print(place() + "target " + std::to_string(index) + " only in " + b_);
+        print(fmt::format("{}target {} only in {}", place(), index, b_));
     }
     void finish(DiffSum const& sum) override { out_.write(text_of(sum, a_, b_) + "\n"); }
 
@@ -48,18 +47,17 @@ private:
     }
 
     void print_alone(std::string const& source, InputFrame const& frame) {
-        print("only in " + source + ": frame " + std::to_string(frame.number) + ", timestamp " +
-              std::to_string(frame.timestamp));
+        print(fmt::format("only in {}: frame {}, timestamp {}", source, frame.number,
+                          frame.timestamp));
+    }
+
+    static std::string both(uint64_t a, uint64_t b) {
+        return a == b ? std::to_string(a) : fmt::format("{} and {}", a, b);
     }
 
     std::string place() const {
-        std::string text = "frame " + std::to_string(frame_a.number);
-        if (frame_a.number != frame_b.number) text += " and " + std::to_string(frame_b.number);
-        text += ", timestamp " + std::to_string(frame_a.timestamp);
-        if (frame_a.timestamp != frame_b.timestamp) {
-            text += " and " + std::to_string(frame_b.timestamp);
-        }
-        return text + ": ";
+        return fmt::format("frame {}, timestamp {}: ", both(frame_a.number, frame_b.number),
+                           both(frame_a.timestamp, frame_b.timestamp));
     }
 
     Output& out_;
@@ -163,11 +161,11 @@ private:
 }  // namespace
 
 std::string text_of(DiffSum const& sum, std::string const& a, std::string const& b) {
-    if (sum.is_equal()) return counted_frames(sum.compared) + " compared, no difference";
+    if (sum.is_equal()) return counted(sum.compared, "frame") + " compared, no difference";
     std::string text =
-        counted_frames(sum.compared) + " compared, " + std::to_string(sum.differing) +
-        (sum.differing == 1 ? " differs" : " differ") + "; " + std::to_string(sum.only_in_a) +
-        " only in " + a + ", " + std::to_string(sum.only_in_b) + " only in " + b;
+        fmt::format("{} compared, {} {}; {} only in {}, {} only in {}",
+                    counted(sum.compared, "frame"), sum.differing,
+                    sum.differing == 1 ? "differs" : "differ", sum.only_in_a, a, sum.only_in_b, b);
     if (sum.header_fields > 0) text += "; the headers differ";
     return text;
 }

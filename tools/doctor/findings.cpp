@@ -1,5 +1,7 @@
 #include "tools/doctor/findings.h"
 
+#include <fmt/core.h>
+
 #include <utility>
 
 #include "tools/cli/time_text.h"
@@ -69,8 +71,8 @@ void DoctorFindings::on_frame(InputFrame const& frame) {
     settle(true);
     if (timing_.frames() > 0 && frame.timestamp < last_timestamp_) {
         report("time-back", frame.offset,
-               "the time goes back by " + length_of(last_timestamp_ - frame.timestamp) +
-                   " to frame " + std::to_string(frame.number));
+               fmt::format("the time goes back by {} to frame {}",
+                           length_of(last_timestamp_ - frame.timestamp), frame.number));
     }
     check_repetition(frame);
     timing_.add(frame, file_.path);
@@ -85,7 +87,7 @@ void DoctorFindings::check_repetition(InputFrame const& frame) {
     if (frame.payload.size() != last_size_) return;
     if (frame.payload.substr(0, kCompared) != last_payload_) return;
     report("repeated-frame", frame.offset,
-           "frame " + std::to_string(frame.number) + " is the one before once more");
+           fmt::format("frame {} is the one before once more", frame.number));
 }
 
 void DoctorFindings::on_finding(Kit::Finding const& finding) {
@@ -131,7 +133,7 @@ DoctorFinding DoctorFindings::judge(Kit::Finding const& finding, bool goes_on) c
             find_zeroed_sector(file_.path, finding.offset, finding.offset + finding.length);
         if (sector) {
             code = "zeroed-sector";
-            text = "zeros at offset " + std::to_string(*sector) + ", a sector or more";
+            text = fmt::format("zeros at offset {}, a sector or more", *sector);
         }
     }
     return {finding_code(code), file_.path, finding.offset, finding.length, text};
@@ -140,9 +142,9 @@ DoctorFinding DoctorFindings::judge(Kit::Finding const& finding, bool goes_on) c
 void DoctorFindings::tell_gaps() {
     for (FrameGap const& gap : timing_.gaps()) {
         tell_({finding_code("gap"), gap.place.file, gap.place.offset, 0,
-               "no frame for " + length_of(gap.length_us) + " before frame " +
-                   std::to_string(gap.place.number) + ", where " + length_of(timing_.usual_us()) +
-                   " is usual"});
+               fmt::format("no frame for {} before frame {}, where {} is usual",
+                           length_of(gap.length_us), gap.place.number,
+                           length_of(timing_.usual_us()))});
     }
 }
 

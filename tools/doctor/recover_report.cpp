@@ -1,5 +1,7 @@
 #include "tools/doctor/recover_report.h"
 
+#include <fmt/core.h>
+
 #include <nlohmann/json.hpp>
 
 #include "tools/cli/message_text.h"
@@ -88,7 +90,7 @@ void RecoverReport::print_text(Result const& result) {
     std::string line = result.kind;
     line.resize(10, ' ');
     line += printable(result.file) + ": ";
-    if (result.saved == nullptr) line += "offset " + std::to_string(result.offset) + ": ";
+    if (result.saved == nullptr) line += fmt::format("offset {}: ", result.offset);
     if (std::string(result.kind) == "skipped") line += counted(result.length, "byte") + ": ";
     if (!result.code.empty()) line += result.code + ": ";
     write(line + printable(result.message) + "\n");

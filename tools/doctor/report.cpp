@@ -1,7 +1,7 @@
 #include "tools/doctor/report.h"
 
-#include <array>
-#include <cstdio>
+#include <fmt/core.h>
+
 #include <nlohmann/json.hpp>
 #include <set>
 #include <utility>
@@ -43,8 +43,8 @@ public:
             severity = (finding.code.severity == Severity::kError ? "\x1b[31m" : "\x1b[33m") +
                        severity + "\x1b[0m";
         }
-        std::string line = printable(finding.file) + ": offset " + std::to_string(finding.offset) +
-                           ": " + severity + ": " + finding.code.name + ": " + finding.text;
+        std::string line = fmt::format("{}: offset {}: {}: {}: {}", printable(finding.file),
+                                       finding.offset, severity, finding.code.name, finding.text);
         if (finding.length > 0) line += "; " + counted(finding.length, "byte") + " skipped";
         out_.write(line + "\n");
     }

@@ -1,10 +1,11 @@
-#include <array>
+#include <fmt/core.h>
+
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <string>
 
 #include "kit/encoding/target_reader.h"
+#include "tools/cli/message_text.h"
 #include "tools/format/formatter.h"
 
 namespace Tools {
@@ -16,12 +17,9 @@ public:
     void begin(TextBuffer&) override {}
 
     void append(InputFrame const& frame, TextBuffer& text) override {
-        std::string line = "frame " + std::to_string(frame.number) + "  timestamp " +
-                           std::to_string(frame.timestamp) + "  " +
-                           std::to_string(frame.target_count) +
-                           (frame.target_count == 1 ? " target" : " targets");
-        if (frame.target_count > 0) line += extremes(frame.payload);
-        text.add(line + "\n");
+        text.add(fmt::format("frame {}  timestamp {}  {}{}\n", frame.number, frame.timestamp,
+                             counted(frame.target_count, "target"),
+                             frame.target_count > 0 ? extremes(frame.payload) : ""));
     }
 
 private:
@@ -37,10 +35,7 @@ private:
                 fastest = values.rdot;
             }
         }
-        std::array<char, 128> text;
-        std::snprintf(text.data(), text.size(), "  nearest %.2f m  fastest %+.2f m/s",
-                      static_cast<double>(nearest), static_cast<double>(fastest));
-        return text.data();
+        return fmt::format("  nearest {:.2f} m  fastest {:+.2f} m/s", nearest, fastest);
     }
 };
 

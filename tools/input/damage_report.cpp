@@ -1,5 +1,7 @@
 #include "tools/input/damage_report.h"
 
+#include <fmt/core.h>
+
 #include <utility>
 
 #include "kit/base/input_error.h"
@@ -127,7 +129,7 @@ void DamageReport::on_finding(Kit::Finding const& finding) {
     if (places_ > kMostReported) {
         ++unreported_;
     } else {
-        pending_ = file_ + ": offset " + std::to_string(finding.offset) + ": " + finding.text;
+        pending_ = fmt::format("{}: offset {}: {}", file_, finding.offset, finding.text);
     }
 }
 

@@ -1,7 +1,7 @@
 #include "tools/inspect/info_text.h"
 
-#include <array>
-#include <cstdio>
+#include <fmt/core.h>
+
 #include <nlohmann/json.hpp>
 
 #include "tools/cli/message_text.h"
@@ -13,19 +13,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-template <typename... Values>
-std::string formatted(char const* format, Values... values) {
-    std::array<char, 256> text;
-    std::snprintf(text.data(), text.size(), format, values...);
-    return text.data();
-}
-
-std::string tag_text(uint32_t tag) {
-    return formatted("0x%08X", static_cast<unsigned>(tag));
-}
-
 std::string line(char const* name, std::string const& value) {
-    return formatted("%-14s", name) + value + "\n";
+    return fmt::format("{:<14}{}\n", name, value);
 }
 
 std::string kind_of(SourceName const& source, SourceSurvey const& survey) {
@@ -47,8 +36,8 @@ std::string header_lines(FileSurvey const& file) {
     std::string text = line("version", std::to_string(header.version));
     text += line("begun", utc_text_of_seconds(header.seconds) + ", daylight saving time " +
                               daylight_text(header.daylight_saving));
-    text += line("height", formatted("%g", header.height));
-    text += line("tilt", formatted("%g", header.tilt));
+    text += line("height", fmt::format("{:.6g}", header.height));
+    text += line("tilt", fmt::format("{:.6g}", header.tilt));
     text += line("sensitivity", std::to_string(header.sensitivity));
     std::string count = std::to_string(header.frame_count);
     if (file.frame_count_agrees) count += *file.frame_count_agrees ? ", agrees" : ", disagrees";
@@ -72,7 +61,7 @@ std::string tags_text(SourceSurvey const& survey) {
     std::string text;
     for (auto const& [tag, count] : survey.tags()) {
         if (tag == 0) continue;  // a stream has none
-        text += (text.empty() ? "" : ", ") + tag_text(tag);
+        text += (text.empty() ? "" : ", ") + Kit::hexadecimal(tag);
         if (survey.tags().size() > 1) text += " (" + counted(count, "record") + ")";
     }
     return text.empty() ? "none" : text;
@@ -83,8 +72,8 @@ std::string targets_text(SourceSurvey const& survey) {
     if (survey.records() == 0) return text;
     const double mean =
         static_cast<double>(survey.targets()) / static_cast<double>(survey.records());
-    return text + formatted(", in a frame %u to %u, on average %.2f", survey.fewest_targets(),
-                            survey.most_targets(), mean);
+    return fmt::format("{}, in a frame {} to {}, on average {:.2f}", text, survey.fewest_targets(),
+                       survey.most_targets(), mean);
 }
 
 std::string rate_lines(FrameTiming const& timing) {
@@ -96,13 +85,13 @@ std::string rate_lines(FrameTiming const& timing) {
     }
     const FrameTiming::Intervals intervals = timing.intervals();
     if (intervals.mean_us > 0) {
-        text += line("rate", formatted("%.3f frames a second", 1e6 / intervals.mean_us));
+        text += line("rate", fmt::format("{:.3f} frames a second", 1e6 / intervals.mean_us));
     }
     return text +
-           line("interval", length_text(intervals.mean_us) + " +- " +
-                                length_text(intervals.deviation_us) + ", " +
-                                length_text(static_cast<double>(intervals.shortest_us)) + " to " +
-                                length_text(static_cast<double>(intervals.longest_us)));
+           line("interval", fmt::format("{} +- {}, {} to {}", length_text(intervals.mean_us),
+                                        length_text(intervals.deviation_us),
+                                        length_text(static_cast<double>(intervals.shortest_us)),
+                                        length_text(static_cast<double>(intervals.longest_us))));
 }
 
 std::string gap_lines(FrameTiming const& timing, bool several_files) {
@@ -111,10 +100,10 @@ std::string gap_lines(FrameTiming const& timing, bool several_files) {
     std::string text = line("gaps", std::to_string(timing.gap_count()));
     for (size_t i = 0; i < gaps.size() && i < kMostLines; ++i) {
         FrameGap const& gap = gaps[i];
-        text += line("", length_text(static_cast<double>(gap.length_us)) + " before frame " +
-                             std::to_string(gap.place.number) + " at offset " +
-                             std::to_string(gap.place.offset) +
-                             (several_files ? " of " + gap.place.file : ""));
+        text +=
+            line("", fmt::format("{} before frame {} at offset {}{}",
+                                 length_text(static_cast<double>(gap.length_us)), gap.place.number,
+                                 gap.place.offset, several_files ? " of " + gap.place.file : ""));
     }
     if (gaps.size() > kMostLines) text += line("", "and more; --format json lists the longest");
     if (timing.steps_back() > 0) {
@@ -239,7 +228,7 @@ std::string info_json(SourceName const& source, SourceSurvey const& survey, bool
     json["bytes"] = number(survey.bytes());
     json["tags"] = Json::array();
     for (auto const& [tag, count] : survey.tags()) {
-        if (tag != 0) json["tags"].push_back(tag_text(tag));
+        if (tag != 0) json["tags"].push_back(Kit::hexadecimal(tag));
     }
     json["records"] = number(survey.records());
     json["targets"] = targets_json(survey);

@@ -1,5 +1,6 @@
 #include "tools/listen/listen.h"
 
+#include <fmt/core.h>
 #include <poll.h>
 
 #include <CLI/CLI.hpp>
@@ -129,7 +130,7 @@ private:
         const auto silence =
             std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - last_frame_);
         if (silence >= kSilence) {
-            set_state("no frame for " + std::to_string(silence.count()) + " s", false);
+            set_state(fmt::format("no frame for {} s", silence.count()), false);
         }
         view_->idle(status_);
     }

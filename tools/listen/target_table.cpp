@@ -1,9 +1,12 @@
 #include "tools/listen/target_table.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
+
+#include "tools/cli/message_text.h"
 
 namespace Tools {
 
@@ -27,17 +30,11 @@ constexpr int kScaleMax = 41;
 
 constexpr double kDegreesPerRadian = 57.29577951308232;
 
-template <typename... Values>
-std::string formatted(char const* format, Values... values) {
-    std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), format, values...);
-    return text.data();
-}
-
 /** A number of `width` characters at least, with as many decimals as fit a table. */
 std::string number(double value, int width, int decimals) {
-    if (std::isfinite(value) && std::abs(value) >= 1e6) return formatted("%*.1e", width, value);
-    return formatted("%*.*f", width, decimals, value);
+    if (std::isfinite(value) && std::abs(value) >= 1e6)
+        return fmt::format("{:{}.1e}", value, width);
+    return fmt::format("{:{}.{}f}", value, width, decimals);
 }
 
 char const* motion(float rdot) {
@@ -51,11 +48,7 @@ std::string bytes_text(uint64_t bytes) {
     double value = static_cast<double>(bytes);
     size_t unit = 0;
     for (; value >= 1000.0 && unit + 1 < kUnits.size(); ++unit) value /= 1000.0;
-    return formatted(unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
-}
-
-std::string count_text(uint64_t count, char const* one, char const* many) {
-    return std::to_string(count) + " " + (count == 1 ? one : many);
+    return fmt::format("{:.{}f} {}", value, unit == 0 ? 0 : 1, kUnits[unit]);
 }
 
 /** The columns of the table from the left; as many are shown as fit. */
@@ -76,7 +69,7 @@ const std::array<Column, 6> kColumns = {{
      }},
     {"rcs dB", 7, [](auto const& target) { return number(target.rcs(), 7, 1); }},
     {"snr dB", 7, [](auto const& target) { return number(target.snr(), 7, 1); }},
-    {"motion", 11, [](auto const& target) { return formatted("%-11s", motion(target.rdot())); }},
+    {"motion", 11, [](auto const& target) { return fmt::format("{:<11}", motion(target.rdot())); }},
 }};
 
 /** Lines that fit a window, with colours where they are wanted. */
@@ -106,8 +99,9 @@ public:
         std::string text;
         for (size_t i = 0; i < columns_; ++i) {
             if (i > 0) text.append(kGap, ' ');
-            text += formatted(i + 1 == kColumns.size() ? "%-*s" : "%*s", kColumns[i].width,
-                              kColumns[i].title);
+            const bool is_last = i + 1 == kColumns.size();
+            text += is_last ? fmt::format("{:<{}}", kColumns[i].title, kColumns[i].width)
+                            : fmt::format("{:>{}}", kColumns[i].title, kColumns[i].width);
         }
         if (scale_width_ > 0) text += std::string(kGap, ' ') + scale_title();
         add(kDim, text);
@@ -170,12 +164,11 @@ std::vector<RO::TargetData const*> by_range(RO::RadarObjects const& frame) {
 
 void add_status(Picture& picture, LiveStatus const& status, RO::RadarObjects const& frame) {
     picture.add(status.is_well ? kWell : kUnwell, status.source + "  " + status.state);
-    picture.add(kBold,
-                "frame " + std::to_string(status.frames) +
-                    formatted("  %.1f/s  ", status.frame_rate) +
-                    count_text(static_cast<uint64_t>(frame.targets_size()), "target", "targets") +
-                    "  " + bytes_text(status.bytes) + "  " + std::to_string(status.lost_frames) +
-                    " lost  " + count_text(status.reconnects, "reconnect", "reconnects"));
+    picture.add(kBold, fmt::format("frame {}  {:.1f}/s  {}  {}  {} lost  {}", status.frames,
+                                   status.frame_rate,
+                                   counted(static_cast<uint64_t>(frame.targets_size()), "target"),
+                                   bytes_text(status.bytes), status.lost_frames,
+                                   counted(status.reconnects, "reconnect")));
 }
 
 }  // namespace
@@ -189,7 +182,7 @@ std::vector<std::string> draw_target_table(LiveStatus const& status, RO::RadarOb
     const auto targets = by_range(frame);
     for (size_t i = 0; i < targets.size(); ++i) {
         if (picture.rows_left() == 1 && i + 1 < targets.size()) {
-            picture.add(kDim, "  " + count_text(targets.size() - i, "more target", "more targets"));
+            picture.add(kDim, "  " + counted(targets.size() - i, "more target"));
             break;
         }
         picture.add_target(*targets[i]);

@@ -1,5 +1,6 @@
 #include "tools/listen/view.h"
 
+#include <fmt/core.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -52,7 +53,7 @@ public:
 
     ~LiveView() override {
         screen_.reset();
-        if (omitted_ > 0) print({std::to_string(omitted_) + " earlier messages", false});
+        if (omitted_ > 0) print({fmt::format("{} earlier messages", omitted_), false});
         for (auto const& told : untold_) print(told);
     }
 

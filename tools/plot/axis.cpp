@@ -1,9 +1,9 @@
 #include "tools/plot/axis.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 namespace Tools {
 
@@ -30,9 +30,7 @@ std::vector<double> AxisMarks::places() const {
 
 std::string AxisMarks::label(double place) const {
     const int digits = std::max(0, static_cast<int>(std::ceil(-std::log10(step) - 1e-9)));
-    std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), "%.*f", digits, std::abs(place));
-    return (place < -step / 2 ? "\u2212" : "") + std::string(text.data());
+    return fmt::format("{}{:.{}f}", place < -step / 2 ? "\u2212" : "", std::abs(place), digits);
 }
 
 AxisMarks marks_between(double low, double high, int count) {

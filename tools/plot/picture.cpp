@@ -1,5 +1,7 @@
 #include "tools/plot/picture.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -90,7 +92,7 @@ std::string plot_subtitle(PlotData const& data) {
         const std::string utc = utc_text(begin);  // 2025-05-15T09:30:07.042000Z
         text = utc.substr(0, 10) + " " + utc.substr(11, 12) + " UTC";
     } else {
-        text = "from " + std::to_string(begin) + " \u00b5s";
+        text = fmt::format("from {} \u00b5s", begin);
     }
     if (data.frames() > 1) text += ", " + length_text(data.duration_s() * 1e6);
     return text + ", " + counted(data.frames(), "frame") + ", " + counted(data.targets(), "target");

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "kit/base/positive_number.h"
+#include "tools/cli/message_text.h"
 #include "tools/cli/options.h"
 #include "tools/cli/source_name.h"
 #include "tools/cli/usage_error.h"
@@ -71,14 +72,11 @@ std::string name_of(SourceOptions const& input) {
 }
 
 void tell_left_out(PlotData const& data, DamageReport& report, Messages const& messages) {
-    const auto counted = [](uint64_t count) {
-        return std::to_string(count) + (count == 1 ? " target" : " targets");
-    };
     if (data.beyond() > 0) {
-        messages.note(counted(data.beyond()) + " beyond what the picture is to show");
+        messages.note(counted(data.beyond(), "target") + " beyond what the picture is to show");
     }
     if (data.unusable() > 0) {
-        report.add_loss(counted(data.unusable()) +
+        report.add_loss(counted(data.unusable(), "target") +
                         " left out: not a number, beyond 1000 km or of a negative range");
     }
 }

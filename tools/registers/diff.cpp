@@ -1,3 +1,5 @@
+#include <fmt/core.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
@@ -105,7 +107,7 @@ std::string as_text(std::map<int32_t, Pair> const& pairs) {
         text += address_text(address) + " " + (either.name.empty() ? "-" : either.name) + " " +
                 value_text(pair.before) + " -> " + value_text(pair.after);
         for (auto const& [name, before, after] : changed_fields(pair)) {
-            text += " " + name + "=" + std::to_string(before) + "->" + std::to_string(after);
+            text += fmt::format(" {}={}->{}", name, before, after);
         }
         text += "\n";
     }

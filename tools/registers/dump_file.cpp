@@ -1,5 +1,7 @@
 #include "tools/registers/dump_file.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <limits>
 #include <map>
@@ -49,7 +51,7 @@ std::string place_of(std::string const& name, std::string_view text, size_t byte
     const std::string_view before = text.substr(0, byte == 0 ? 0 : byte - 1);
     const auto line = 1 + std::count(before.begin(), before.end(), '\n');
     const size_t column = before.size() - (before.rfind('\n') + 1) + 1;
-    return name + ":" + std::to_string(line) + ":" + std::to_string(column);
+    return fmt::format("{}:{}:{}", name, line, column);
 }
 
 std::pair<std::string, uint32_t> take_field(TextLine& line) {
@@ -76,7 +78,7 @@ RegisterValue take_register(TextLine& line) {
 /** A number of a JSON document. @throws Kit::InputError without its place when it is none. */
 uint32_t number_of(Json const& value, std::string const& name, uint32_t largest) {
     if (value.is_number_unsigned() && value <= largest) return value.get<uint32_t>();
-    throw Kit::InputError(in_quotes(name) + " is no number from 0 to " + std::to_string(largest));
+    throw Kit::InputError(fmt::format("{} is no number from 0 to {}", in_quotes(name), largest));
 }
 
 RegisterValue register_in(Json const& object) {
@@ -110,7 +112,7 @@ std::vector<RegisterValue> parse_json(std::string const& name, std::string const
         try {
             values.push_back(register_in(object));
         } catch (Kit::InputError const& error) {
-            fail(name, "register " + std::to_string(values.size() + 1) + ": " + error.what());
+            fail(name, fmt::format("register {}: {}", values.size() + 1, error.what()));
         }
     }
     return values;
@@ -171,7 +173,7 @@ std::string dump_as_text(RegisterDump const& dump) {
         line = address_text(whole.address) + " " + (whole.name.empty() ? "-" : whole.name) + " " +
                hex_text(whole.value, 8);
         for (auto const& [name, value] : whole.fields) {
-            line += " " + name + "=" + std::to_string(value);
+            line += fmt::format(" {}={}", name, value);
         }
     }
     for (LeftOut const& one : dump.left_out) {

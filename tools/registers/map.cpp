@@ -1,5 +1,7 @@
 #include "tools/registers/map.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <string_view>
@@ -46,8 +48,8 @@ Radar::RadarField take_place(TextLine& line) {
     const auto shift = static_cast<int32_t>(line.number("shift", 0, kRegisterBits - 1));
     const auto width = static_cast<int32_t>(line.number("width", 1, kRegisterBits));
     if (shift + width <= kRegisterBits) return {address, shift, width};
-    line.fail("bits " + std::to_string(shift) + " to " + std::to_string(shift + width - 1) +
-              " are more than a register has, which is 0 to 31");
+    line.fail(fmt::format("bits {} to {} are more than a register has, which is 0 to 31", shift,
+                          shift + width - 1));
 }
 
 std::string take_access(TextLine& line) {
@@ -86,8 +88,8 @@ RegisterMap::RegisterMap(std::string name, std::string const& text) : map_name_(
         const std::string bits_name = take_name(line);
         const auto [earlier, is_new] = lines.emplace(bits_name, number);
         if (!is_new) {
-            line.fail("the name '" + bits_name + "' was given in line " +
-                      std::to_string(earlier->second));
+            line.fail(
+                fmt::format("the name '{}' was given in line {}", bits_name, earlier->second));
         }
         const Radar::RadarField bits = take_place(line);
         const std::string access = take_access(line);

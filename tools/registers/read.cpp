@@ -1,3 +1,5 @@
+#include <fmt/core.h>
+
 #include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
@@ -38,8 +40,8 @@ void add_values(Selected const& selected, uint32_t register_value, std::vector<V
 std::string as_text(std::vector<Value> const& values) {
     std::string text;
     for (auto const& [bits, value] : values) {
-        text += bits.name + "=" +
-                (bits.is_whole_register() ? hex_text(value, 8) : std::to_string(value)) + "\n";
+        text += fmt::format("{}={}\n", bits.name,
+                            bits.is_whole_register() ? hex_text(value, 8) : std::to_string(value));
     }
     return text;
 }

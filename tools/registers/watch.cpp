@@ -1,8 +1,7 @@
+#include <fmt/core.h>
 #include <sys/time.h>
 
 #include <CLI/CLI.hpp>
-#include <array>
-#include <cstdio>
 #include <ctime>
 #include <map>
 #include <memory>
@@ -56,10 +55,8 @@ std::string clock_text(int64_t time_us) {
     const auto seconds = static_cast<time_t>(time_us / 1000000);
     tm parts = {};
     localtime_r(&seconds, &parts);
-    std::array<char, 32> text;
-    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d.%03d", parts.tm_hour, parts.tm_min,
-                  parts.tm_sec, static_cast<int>(time_us / 1000 % 1000));
-    return text.data();
+    return fmt::format("{:02}:{:02}:{:02}.{:03}", parts.tm_hour, parts.tm_min, parts.tm_sec,
+                       time_us / 1000 % 1000);
 }
 
 /** "0x00401e01 enable=1 frame_rate=30", with what a field was before where it differs. */
@@ -67,9 +64,9 @@ std::string value_text(RegisterValue const& now, std::optional<RegisterValue> co
     std::string text = hex_text(now.value, 8);
     for (size_t i = 0; i < now.fields.size(); ++i) {
         auto const& [name, value] = now.fields[i];
-        text += " " + name + "=";
+        text += fmt::format(" {}=", name);
         if (before && before->fields[i].second != value) {
-            text += std::to_string(before->fields[i].second) + "->";
+            text += fmt::format("{}->", before->fields[i].second);
         }
         text += std::to_string(value);
     }
@@ -126,15 +123,14 @@ public:
     /** All registers, or, where they are too many for the window, those that have changed. */
     std::vector<ScreenLine> picture(WindowSize window) const {
         const bool all_fit = watched_.size() + 2 <= static_cast<size_t>(window.rows);
-        std::vector<ScreenLine> lines = {{kBold, std::to_string(watched_.size()) +
-                                                     " registers  look " + std::to_string(looks_) +
-                                                     "  q ends"}};
+        std::vector<ScreenLine> lines = {
+            {kBold, fmt::format("{} registers  look {}  q ends", watched_.size(), looks_)}};
         for (auto const& [address, one] : watched_) {
             if (all_fit || one.changed_at > 0) lines.push_back(line(one));
         }
         const size_t hidden = watched_.size() + 1 - lines.size();
         if (hidden > 0) {
-            lines.push_back({kDim, std::to_string(hidden) + " registers have not changed"});
+            lines.push_back({kDim, fmt::format("{} registers have not changed", hidden)});
         }
         return lines;
     }

@@ -1,3 +1,5 @@
+#include <fmt/core.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <memory>
@@ -37,8 +39,8 @@ Setting parse_setting(RegisterMap const& map, std::string const& text) {
     const std::string value_text = text.substr(sign + 1);
     const std::optional<uint64_t> value = whole_number(value_text);
     if (!value || *value > selected.bits.largest()) {
-        throw UsageError(selected.bits.name + ": " + in_quotes(value_text) +
-                         " is no number from 0 to " + std::to_string(selected.bits.largest()));
+        throw UsageError(fmt::format("{}: {} is no number from 0 to {}", selected.bits.name,
+                                     in_quotes(value_text), selected.bits.largest()));
     }
     return {selected, static_cast<uint32_t>(*value)};
 }

@@ -1,9 +1,9 @@
 #include "tools/screen/progress.h"
 
+#include <fmt/core.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "tools/cli/messages.h"
 #include "tools/screen/terminal.h"
@@ -15,9 +15,7 @@ namespace {
 constexpr int kLongestBar = 40;
 
 std::string megabytes(double bytes) {
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.1f MB", bytes / 1e6);
-    return text;
+    return fmt::format("{:.1f} MB", bytes / 1e6);
 }
 
 }  // namespace
@@ -48,17 +46,14 @@ void ProgressBar::look(uint64_t done, uint64_t total) {
 std::string progress_text(uint64_t done, uint64_t total, double seconds, int columns) {
     const auto bytes = static_cast<double>(done);
     std::string text = megabytes(bytes);
-    if (seconds > 0) text += "  " + megabytes(bytes / seconds) + "/s";
+    if (seconds > 0) text += fmt::format("  {}/s", megabytes(bytes / seconds));
     if (total > 0) {
         const double share = std::min(1.0, bytes / static_cast<double>(total));
-        char percent[8];
-        std::snprintf(percent, sizeof(percent), "%3d %%", static_cast<int>(100 * share));
-        text = std::string(percent) + "  " + text;
+        text = fmt::format("{:3} %  {}", static_cast<int>(100 * share), text);
         const int length = std::min(columns - 5 - static_cast<int>(text.size()), kLongestBar);
         if (length > 4) {
-            const auto full = static_cast<size_t>(share * length);
-            text = "[" + std::string(full, '#') +
-                   std::string(static_cast<size_t>(length) - full, '.') + "] " + text;
+            const std::string full(static_cast<size_t>(share * length), '#');
+            text = fmt::format("[{:.<{}}] {}", full, length, text);
         }
     }
     return text.substr(0, static_cast<size_t>(std::max(1, columns - 1)));

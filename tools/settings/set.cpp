@@ -1,3 +1,5 @@
+#include <fmt/core.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
@@ -63,9 +65,9 @@ void check_sense(Assignment const& assignment) {
                               "; --force sets it all the same");
     }
     if (assignment.value >= key->lowest && assignment.value <= key->highest) return;
-    throw Kit::InputError(assignment.name + " takes " + std::to_string(key->lowest) + " to " +
-                          std::to_string(key->highest) + ", not " +
-                          std::to_string(assignment.value) + "; --force sets it all the same");
+    throw Kit::InputError(fmt::format("{} takes {} to {}, not {}; --force sets it all the same",
+                                      assignment.name, key->lowest, key->highest,
+                                      assignment.value));
 }
 
 /** Changes the text. Returns one line for what changed; empty when the value is there already. */
@@ -73,8 +75,8 @@ std::string apply(Assignment const& assignment, SettingsText& text) {
     const auto before = text.value(assignment.name);
     if (before && *before == assignment.value) return "";
     text.set(assignment.name, assignment.value);
-    return assignment.name + ": " + (before ? std::to_string(*before) : "not set") + " -> " +
-           std::to_string(assignment.value) + "\n";
+    return fmt::format("{}: {} -> {}\n", assignment.name,
+                       before ? std::to_string(*before) : "not set", assignment.value);
 }
 
 ExitStatus run(Options const& options, Console& console) {
@@ -90,8 +92,7 @@ ExitStatus run(Options const& options, Console& console) {
         const std::string change = apply(assignment, file.text());
         changes += change;
         if (!change.empty()) continue;
-        console.messages.note(assignment.name + " is " + std::to_string(assignment.value) +
-                              " already");
+        console.messages.note(fmt::format("{} is {} already", assignment.name, assignment.value));
     }
     if (!file.text().problem().empty()) throw Kit::InputError(file.text().problem());
     for (std::string const& line : file.text().repetitions()) console.messages.warn(line);

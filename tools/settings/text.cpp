@@ -1,5 +1,7 @@
 #include "tools/settings/text.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <map>
 #include <memory>
@@ -167,9 +169,8 @@ std::vector<std::string> SettingsText::repetitions() const {
     std::vector<std::string> all;
     for (auto const& [key, those] : places) {
         if (those.size() < 2) continue;
-        all.push_back(printable(name_) + ": " + printable(key) + " is there " +
-                      std::to_string(those.size()) + " times; " + line_number(those.back()) +
-                      " counts");
+        all.push_back(fmt::format("{}: {} is there {} times; {} counts", printable(name_),
+                                  printable(key), those.size(), line_number(those.back())));
     }
     return all;
 }

@@ -1,5 +1,7 @@
 #include "tools/status/problems.h"
 
+#include <fmt/core.h>
+
 #include "failure/failure.h"
 #include "tools/cli/message_text.h"
 
@@ -58,8 +60,8 @@ void add_recorder(std::string const& name, StatusFields const& recorder,
     const std::string last_error =
         recorder["last_error"].is_empty() ? "" : ": " + recorder["last_error"].text();
     problems.push_back(
-        {"recorder " + name + ": " + std::to_string(errors) + " errors, " +
-             std::to_string(failed_flushes) + " failed flushes" + last_error,
+        {fmt::format("recorder {}: {} errors, {} failed flushes{}", name, errors, failed_flushes,
+                     last_error),
          "since the service started, frames may be missing in its files",
          "see that " + recorder["directory"].text() +
              " is there and has room; then start the service again, which counts anew"});

@@ -1,8 +1,9 @@
 #include "tools/status/report.h"
 
+#include <fmt/core.h>
+
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <ctime>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -27,10 +28,10 @@ std::string duration_text(uint64_t seconds) {
         auto const& [large, large_name] = kUnits[i];
         auto const& [small, small_name] = kUnits[i + 1];
         if (seconds < large) continue;
-        return std::to_string(seconds / large) + large_name + " " +
-               std::to_string(seconds % large / small) + small_name;
+        return fmt::format("{}{} {}{}", seconds / large, large_name, seconds % large / small,
+                           small_name);
     }
-    return std::to_string(seconds) + " s";
+    return fmt::format("{} s", seconds);
 }
 
 /** "2025-11-20 14:47:11.123" in local time. */
@@ -38,11 +39,9 @@ std::string time_text(uint64_t time_us) {
     const auto seconds = static_cast<time_t>(time_us / 1000000);
     tm parts = {};
     if (localtime_r(&seconds, &parts) == nullptr) return "?";
-    std::array<char, 80> text;
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d.%03d",
-                  parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
-                  parts.tm_min, parts.tm_sec, static_cast<int>(time_us / 1000 % 1000));
-    return text.data();
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03}", parts.tm_year + 1900,
+                       parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec,
+                       time_us / 1000 % 1000);
 }
 
 /** " (the reason)" where there is one. */
@@ -71,9 +70,7 @@ public:
                 duration_text(status["uptime_us"].number() / 1000000) + ", version " +
                 status["version"].text() + ", process " + status["pid"].text(),
             is_running ? kBold : kYellow);
-        add("health",
-            problems == 0 ? "healthy"
-                          : std::to_string(problems) + (problems == 1 ? " problem" : " problems"),
+        add("health", problems == 0 ? "healthy" : Tools::counted(problems, "problem"),
             problems == 0 ? kGreen : kRed);
     }
 

@@ -1,5 +1,6 @@
 #include "tools/status/source.h"
 
+#include <fmt/core.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -79,7 +80,7 @@ private:
         if (was_interrupted()) fail("interrupted");
         const Clock::time_point now = Clock::now();
         if (now >= deadline_) {
-            fail("the service does not answer within " + std::to_string(patience_.count()) + " ms");
+            fail(fmt::format("the service does not answer within {} ms", patience_.count()));
         }
         const auto left = std::chrono::ceil<milliseconds>(deadline_ - now);
         pollfd waiting = {events != 0 ? fd_ : -1, events, 0};
