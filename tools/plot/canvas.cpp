@@ -2,11 +2,11 @@
 
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 
 #include "kit/base/error.h"
 #include "tools/plot/dot_image.h"
@@ -51,11 +51,12 @@ cairo_surface_t* make_surface(PlotFormat format, int width, int height, std::str
     return cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
 }
 
-template <typename... Values>
-std::string formatted(char const* format, Values... values) {
-    std::array<char, 400> text;
-    std::snprintf(text.data(), text.size(), format, values...);
-    return text.data();
+/** The element that an XML document consists of, after its declaration. */
+std::string_view root_element(std::string_view document) {
+    constexpr std::string_view kDeclarationEnd = "?>";
+    const size_t end = document.find(kDeclarationEnd);
+    if (end != std::string_view::npos) document.remove_prefix(end + kDeclarationEnd.size());
+    return document;
 }
 
 }  // namespace
@@ -65,6 +66,8 @@ PlotCanvas::PlotCanvas(PlotFormat format, int width, int height, std::string con
       scale_(std::max(std::min(width / kUsualWidth, height / kUsualHeight), kSmallestScale)),
       unit_width_(width / scale_),
       unit_height_(height / scale_),
+      width_(width),
+      height_(height),
       title_(title),
       surface_(make_surface(format, width, height, bytes_)),
       context_(cairo_create(surface_.get())) {
@@ -190,19 +193,34 @@ void PlotCanvas::text(double x, double y, std::string const& text, TextStyle con
     cairo_restore(context_.get());
 }
 
-/** Cairo would make shapes of the letters, which nobody can select or search. */
 void PlotCanvas::add_svg_text(double x, double y, std::string const& text, TextStyle const& style) {
     constexpr std::array<char const*, 3> kAnchors = {"start", "middle", "end"};
     const auto part = [](double share) { return static_cast<int>(std::lround(255 * share)); };
-    svg_texts_ += formatted(
-        "<text x=\"%.2f\" y=\"%.2f\" font-size=\"%.2f\" text-anchor=\"%s\" fill=\"#%02x%02x%02x\"",
-        x * scale_, y * scale_, style.size * scale_, kAnchors[static_cast<size_t>(style.align)],
-        part(style.colour.red), part(style.colour.green), part(style.colour.blue));
-    if (style.bold) svg_texts_ += " font-weight=\"bold\"";
-    if (style.upwards) {
-        svg_texts_ += formatted(" transform=\"rotate(-90 %.2f %.2f)\"", x * scale_, y * scale_);
-    }
-    svg_texts_ += ">" + xml_text(text) + "</text>\n";
+    const double left = x * scale_;
+    const double base = y * scale_;
+    svg_texts_ += fmt::format(
+        R"(<text x="{:.2f}" y="{:.2f}" font-size="{:.2f}" text-anchor="{}" )"
+        R"(fill="#{:02x}{:02x}{:02x}"{}{}>{}</text>)"
+        "\n",
+        left, base, style.size * scale_, kAnchors[static_cast<size_t>(style.align)],
+        part(style.colour.red), part(style.colour.green), part(style.colour.blue),
+        style.bold ? R"( font-weight="bold")" : "",
+        style.upwards ? fmt::format(R"( transform="rotate(-90 {:.2f} {:.2f})")", left, base) : "",
+        xml_text(text));
+}
+
+/**
+ * Cairo makes shapes of letters, which nobody can select or search, and knows no title. So the
+ * document is this program's own: a title, what cairo drew as a nested svg element, and the texts.
+ */
+std::string PlotCanvas::svg_document() const {
+    return fmt::format(R"(<?xml version="1.0" encoding="UTF-8"?>
+<svg xmlns="http://www.w3.org/2000/svg" width="{0}" height="{1}" viewBox="0 0 {0} {1}">
+<title>{2}</title>{3}<g font-family="Helvetica, Arial, sans-serif">
+{4}</g>
+</svg>
+)",
+                       width_, height_, xml_text(title_), root_element(bytes_), svg_texts_);
 }
 
 void PlotCanvas::dots(Box const& box, size_t count, Each const& each) {
@@ -272,13 +290,7 @@ void PlotCanvas::finish(Write const& write) {
     cairo_show_page(context_.get());
     cairo_surface_finish(surface_.get());
     check(surface_.get());
-    if (format_ == PlotFormat::kSvg) {
-        const size_t begin = bytes_.find('>', bytes_.find("<svg")) + 1;
-        bytes_.insert(begin, "\n<title>" + xml_text(title_) + "</title>");
-        bytes_.insert(bytes_.rfind("</svg>"),
-                      "<g font-family=\"Helvetica, Arial, sans-serif\">\n" + svg_texts_ + "</g>\n");
-    }
-    write(bytes_);
+    write(format_ == PlotFormat::kSvg ? svg_document() : bytes_);
 }
 
 }  // namespace Tools

@@ -100,6 +100,7 @@ private:
     void set_colour(Colour colour, double alpha = 1);
     void choose_font(TextStyle const& style);
     void add_svg_text(double x, double y, std::string const& text, TextStyle const& style);
+    std::string svg_document() const;
     void vector_dots(Box const& box, Each const& each);
     void image_dots(Box const& box, Each const& each);
     static void stamp_dots(cairo_surface_t* into, Box const& box, double density, double left,
@@ -110,9 +111,11 @@ private:
     double scale_;
     double unit_width_;
     double unit_height_;
+    int width_;
+    int height_;
     std::string title_;
-    std::string bytes_;      // of an SVG or PDF that is finished
-    std::string svg_texts_;  // elements
+    std::string bytes_;      // what cairo wrote of an SVG or PDF
+    std::string svg_texts_;  // elements of an SVG
     std::vector<Surface> images_;
     Surface surface_;
     std::unique_ptr<cairo_t, Destroy> context_;

@@ -60,6 +60,20 @@ TEST_P(PlotViewTest, AnSvgIsWellFormed) {
     EXPECT_EQ(xml_problem(svg({"--view", GetParam()})), "");
 }
 
+TEST_P(PlotViewTest, AnSvgHasTheSizeThatWasAskedFor) {
+    const std::string text = svg({"--view", GetParam(), "--size", "640x480"});
+    EXPECT_THAT(text, testing::StartsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg "));
+    EXPECT_THAT(text.substr(0, text.find("<title>")),
+                HasSubstr(R"(width="640" height="480" viewBox="0 0 640 480">)"));
+}
+
+TEST_P(PlotViewTest, AnSvgIsOneDocumentWithTheDrawingNestedAndTheTextsAboveIt) {
+    const std::string text = svg({"--view", GetParam()});
+    EXPECT_EQ(text.rfind("<?xml"), 0U);
+    EXPECT_LT(text.find("<title>"), text.rfind("<svg "));
+    EXPECT_LT(text.rfind("<path "), text.find("<text "));
+}
+
 TEST_P(PlotViewTest, APngHasTheSizeThatWasAskedFor) {
     EXPECT_EQ(plot({"-o", "/tmp/p.png", "--view", GetParam(), "--size", "640x480"}).status, 0);
     EXPECT_EQ(Picture("/tmp/p.png").width(), 640);
