@@ -5,11 +5,11 @@
 #include <cerrno>
 #include <mutex>
 
+#include "tools/cli/ansi.h"
+
 namespace Tools {
 
 namespace {
-
-constexpr char kEraseLine[] = "\r\x1b[K";
 
 std::mutex lock;  // of the line and of the order of what is written
 std::string line;
@@ -33,29 +33,25 @@ void Messages::note(std::string const& text) const {
 }
 
 void Messages::warn(std::string const& text) const {
-    say("\x1b[33m", text);
+    say(Ansi::kYellow, text);
 }
 
 void Messages::error(std::string const& text) const {
-    say("\x1b[31m", text);
+    say(Ansi::kRed, text);
 }
 
 void Messages::say(std::string const& colour, std::string const& text) const {
-    if (coloured_ && !colour.empty()) {
-        print(prefix_ + colour + text + "\x1b[0m\n");
-    } else {
-        print(prefix_ + text + "\n");
-    }
+    print(prefix_ + (coloured_ ? Ansi::styled(colour, text) : text) + "\n");
 }
 
 void Messages::print(std::string const& text) {
     const std::lock_guard<std::mutex> guard(lock);
-    write_all(line.empty() ? text : kEraseLine + text + line);
+    write_all(line.empty() ? text : Ansi::kEraseLine + text + line);
 }
 
 void Messages::show_line(std::string const& new_line) {
     const std::lock_guard<std::mutex> guard(lock);
-    if (new_line != line) write_all(kEraseLine + new_line);
+    if (new_line != line) write_all(Ansi::kEraseLine + new_line);
     line = new_line;
 }
 

@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "tools/cli/ansi.h"
 #include "tools/cli/message_text.h"
 #include "tools/screen/terminal.h"
 
@@ -40,8 +41,8 @@ public:
         told_.insert(finding.code.name);
         std::string severity = name_of(finding.code.severity);
         if (coloured_) {
-            severity = (finding.code.severity == Severity::kError ? "\x1b[31m" : "\x1b[33m") +
-                       severity + "\x1b[0m";
+            severity = Ansi::styled(
+                finding.code.severity == Severity::kError ? Ansi::kRed : Ansi::kYellow, severity);
         }
         std::string line = fmt::format("{}: offset {}: {}: {}: {}", printable(finding.file),
                                        finding.offset, severity, finding.code.name, finding.text);

@@ -6,19 +6,12 @@
 #include <array>
 #include <cmath>
 
+#include "tools/cli/ansi.h"
 #include "tools/cli/message_text.h"
 
 namespace Tools {
 
 namespace {
-
-constexpr char kBold[] = "\x1b[1m";
-constexpr char kDim[] = "\x1b[2m";
-constexpr char kApproaching[] = "\x1b[31m";
-constexpr char kReceding[] = "\x1b[36m";
-constexpr char kWell[] = "\x1b[32m";
-constexpr char kUnwell[] = "\x1b[33m";
-constexpr char kPlain[] = "\x1b[0m";
 
 /** Slower than this a target stands still, in m/s. */
 constexpr float kStill = 0.05F;
@@ -92,7 +85,7 @@ public:
     void add(std::string const& colour, std::string text) {
         if (static_cast<int>(lines.size()) >= window_.rows) return;
         text.resize(std::min(text.size(), static_cast<size_t>(window_.columns)));
-        lines.push_back(coloured_ && !colour.empty() ? colour + text + kPlain : text);
+        lines.push_back(coloured_ ? Ansi::styled(colour, text) : text);
     }
 
     void add_titles() {
@@ -104,7 +97,7 @@ public:
                             : fmt::format("{:>{}}", kColumns[i].title, kColumns[i].width);
         }
         if (scale_width_ > 0) text += std::string(kGap, ' ') + scale_title();
-        add(kDim, text);
+        add(Ansi::kDim, text);
     }
 
     void add_target(RO::TargetData const& target) {
@@ -114,8 +107,8 @@ public:
             text += kColumns[i].text(target);
         }
         if (scale_width_ > 0) text += std::string(kGap, ' ') + scale(target.theta());
-        add(target.rdot() <= -kStill  ? kApproaching
-            : target.rdot() >= kStill ? kReceding
+        add(target.rdot() <= -kStill  ? Ansi::kRed
+            : target.rdot() >= kStill ? Ansi::kCyan
                                       : "",
             text);
     }
@@ -163,12 +156,13 @@ std::vector<RO::TargetData const*> by_range(RO::RadarObjects const& frame) {
 }
 
 void add_status(Picture& picture, LiveStatus const& status, RO::RadarObjects const& frame) {
-    picture.add(status.is_well ? kWell : kUnwell, status.source + "  " + status.state);
-    picture.add(kBold, fmt::format("frame {}  {:.1f}/s  {}  {}  {} lost  {}", status.frames,
-                                   status.frame_rate,
-                                   counted(static_cast<uint64_t>(frame.targets_size()), "target"),
-                                   bytes_text(status.bytes), status.lost_frames,
-                                   counted(status.reconnects, "reconnect")));
+    picture.add(status.is_well ? Ansi::kGreen : Ansi::kYellow, status.source + "  " + status.state);
+    picture.add(
+        Ansi::kBold,
+        fmt::format("frame {}  {:.1f}/s  {}  {}  {} lost  {}", status.frames, status.frame_rate,
+                    counted(static_cast<uint64_t>(frame.targets_size()), "target"),
+                    bytes_text(status.bytes), status.lost_frames,
+                    counted(status.reconnects, "reconnect")));
 }
 
 }  // namespace
@@ -182,7 +176,7 @@ std::vector<std::string> draw_target_table(LiveStatus const& status, RO::RadarOb
     const auto targets = by_range(frame);
     for (size_t i = 0; i < targets.size(); ++i) {
         if (picture.rows_left() == 1 && i + 1 < targets.size()) {
-            picture.add(kDim, "  " + counted(targets.size() - i, "more target"));
+            picture.add(Ansi::kDim, "  " + counted(targets.size() - i, "more target"));
             break;
         }
         picture.add_target(*targets[i]);

@@ -78,7 +78,7 @@ Player::Player(PlayOptions options, Console& console)
     relay_options.queue_frames = kQueueFrames;
     relay_options.queue_bytes = 2 * kQueueBytes;
     relay_ = std::make_unique<Kit::Relay>(relay_options);
-    draws_ = takes_pictures(STDERR_FILENO) && keyboard_.is_there();
+    draws_ = takes_pictures(STDERR_FILENO) && keyboard_.is_active();
     if (draws_) watch_terminal_signals();
     struct sigaction action = {};
     action.sa_handler = on_pause_signal;
@@ -164,7 +164,7 @@ void Player::wait() const {
     if (is_due(now)) longest = kRoomTick;
     if (!waiting_ && clock_.due() > now)
         longest = std::min<nanoseconds>(longest, clock_.due() - now);
-    pollfd typed = {keyboard_.is_there() ? STDIN_FILENO : -1, POLLIN, 0};
+    pollfd typed = {keyboard_.is_active() ? STDIN_FILENO : -1, POLLIN, 0};
     const timespec timeout = {0, static_cast<long>(longest.count())};
     ppoll(&typed, 1, &timeout, nullptr);  // a wait that a signal interrupts has ended, too
 }
@@ -184,9 +184,9 @@ void Player::look_after_person() {
 void Player::look_at_suspension() {
     if (!draws_ || !wants_suspension()) return;
     Messages::show_line("");
-    keyboard_.give_back();
+    keyboard_.leave();
     suspend();
-    keyboard_.take();
+    keyboard_.enter();
     status_due_ = {};
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/cli/ansi.h"
 #include "tools/cli/number_text.h"
 #include "tools/cli/options.h"
 #include "tools/registers/chip_access.h"
@@ -124,13 +125,13 @@ public:
     std::vector<ScreenLine> picture(WindowSize window) const {
         const bool all_fit = watched_.size() + 2 <= static_cast<size_t>(window.rows);
         std::vector<ScreenLine> lines = {
-            {kBold, fmt::format("{} registers  look {}  q ends", watched_.size(), looks_)}};
+            {Ansi::kBold, fmt::format("{} registers  look {}  q ends", watched_.size(), looks_)}};
         for (auto const& [address, one] : watched_) {
             if (all_fit || one.changed_at > 0) lines.push_back(line(one));
         }
         const size_t hidden = watched_.size() + 1 - lines.size();
         if (hidden > 0) {
-            lines.push_back({kDim, fmt::format("{} registers have not changed", hidden)});
+            lines.push_back({Ansi::kDim, fmt::format("{} registers have not changed", hidden)});
         }
         return lines;
     }
@@ -153,7 +154,7 @@ private:
         std::string label = one.mapped.label();
         if (label.size() < kLabelWidth) label.resize(kLabelWidth, ' ');
         const bool is_new = one.changed_at == looks_;
-        return {is_new ? kYellow : "",
+        return {is_new ? Ansi::kYellow : "",
                 address_text(one.mapped.address) + " " + label + " " +
                     value_text(*one.value, is_new ? one.before : std::nullopt)};
     }

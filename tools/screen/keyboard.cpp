@@ -9,7 +9,7 @@ namespace Tools {
 
 namespace {
 
-/** What stands behind the escape character and one more, "[" or "O"; 0 for keys of no use here. */
+/** By the last character of a sequence, which begins with ESC and "[" or "O"; 0 for other keys. */
 int key_of(char last) {
     switch (last) {
         case 'A':
@@ -58,20 +58,20 @@ std::vector<int> take_keys(std::string& bytes) {
 }
 
 Keyboard::Keyboard() {
-    take();
+    enter();
 }
 
 Keyboard::~Keyboard() {
-    give_back();
+    leave();
 }
 
 std::vector<int> Keyboard::typed() {
     std::array<char, 64> piece;
     pollfd wait = {STDIN_FILENO, POLLIN, 0};
-    while (taken_ && poll(&wait, 1, 0) == 1) {
+    while (active_ && poll(&wait, 1, 0) == 1) {
         const ssize_t count = read(STDIN_FILENO, piece.data(), piece.size());
         if (count <= 0) {
-            give_back();  // the terminal has gone
+            leave();  // the terminal has gone
             break;
         }
         bytes_.append(piece.data(), static_cast<size_t>(count));
@@ -79,18 +79,18 @@ std::vector<int> Keyboard::typed() {
     return take_keys(bytes_);
 }
 
-void Keyboard::take() {
-    if (taken_ || tcgetpgrp(STDIN_FILENO) != getpgrp() || tcgetattr(STDIN_FILENO, &before_) != 0) {
+void Keyboard::enter() {
+    if (active_ || tcgetpgrp(STDIN_FILENO) != getpgrp() || tcgetattr(STDIN_FILENO, &before_) != 0) {
         return;
     }
     termios hidden = before_;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON);
-    taken_ = tcsetattr(STDIN_FILENO, TCSANOW, &hidden) == 0;
+    active_ = tcsetattr(STDIN_FILENO, TCSANOW, &hidden) == 0;
 }
 
-void Keyboard::give_back() {
-    if (taken_) tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
-    taken_ = false;
+void Keyboard::leave() {
+    if (active_) tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
+    active_ = false;
 }
 
 }  // namespace Tools

@@ -18,9 +18,9 @@ constexpr int kKeyHome = 260;
 std::vector<int> take_keys(std::string& bytes);
 
 /**
- * The keys that a person types on the terminal that is standard input, without Enter and without
- * being shown. There is none where standard input is something else or belongs to another process.
- * The destructor restores the terminal. One thread at a time; one object at a time.
+ * The keys that the user types on the terminal that is standard input, without Enter and without
+ * echo. Inactive where standard input is something else or belongs to another process. The
+ * destructor restores the terminal. One thread at a time; one object at a time.
  */
 class Keyboard {
 public:
@@ -29,18 +29,19 @@ public:
     Keyboard(Keyboard const&) = delete;
     Keyboard& operator=(Keyboard const&) = delete;
 
-    bool is_there() const { return taken_; }
+    /** Whether keys can be read. */
+    bool is_active() const { return active_; }
 
     /** What was typed since the last call. */
     std::vector<int> typed();
 
-    /** Gives the terminal back until take(), as for the time in which the process is stopped. */
-    void give_back();
-    void take();
+    /** Restores the terminal until enter(), as for the time in which the process is stopped. */
+    void leave();
+    void enter();
 
 private:
-    bool taken_ = false;
-    termios before_ = {};  // how the terminal was set
+    bool active_ = false;
+    termios before_ = {};  // the terminal's settings
     std::string bytes_;
 };
 

@@ -1,10 +1,10 @@
 #include "tools/screen/line.h"
 
+#include "tools/cli/ansi.h"
+
 namespace Tools {
 
 namespace {
-
-constexpr char kPlain[] = "\x1b[0m";
 
 bool continues_a_character(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
@@ -22,7 +22,7 @@ std::string first_characters(std::string const& text, int width) {
 }  // namespace
 
 std::string coloured_text(ScreenLine const& line, bool coloured) {
-    return coloured && !line.colour.empty() ? line.colour + line.text + kPlain : line.text;
+    return coloured ? Ansi::styled(line.colour, line.text) : line.text;
 }
 
 std::vector<std::string> fit_lines(std::vector<ScreenLine> const& lines, WindowSize window,

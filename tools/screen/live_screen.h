@@ -1,18 +1,17 @@
 #pragma once
 
-#include <termios.h>
-
 #include <string>
 #include <vector>
 
 #include "tools/cli/output.h"
+#include "tools/screen/keyboard.h"
 
 namespace Tools {
 
 /**
  * A picture that is drawn again and again in the same place of a terminal, on its second screen, so
- * that what was there before is there afterwards. While the object lives the cursor is hidden and
- * what is typed is not shown; the destructor restores everything. The output outlives the object.
+ * that the first one is as before afterwards. While the object lives the cursor is hidden and what
+ * is typed is not shown; the destructor restores everything. The output outlives the object.
  * One thread at a time; one object at a time.
  */
 class LiveScreen {
@@ -26,20 +25,16 @@ public:
     void draw(std::vector<std::string> const& lines);
 
     /** Whether `key` is among what was typed since the last call. */
-    bool was_typed(char key) const;
+    bool was_typed(char key);
 
-    /** Gives the terminal back until enter(): the first screen, the cursor, the typing. */
+    /** Restores the first screen, the cursor and the keyboard until enter(). */
     void leave();
     void enter();
 
 private:
-    void hide_typing();
-    void show_typing();
-
     Output& out_;
+    Keyboard keyboard_;
     bool entered_ = false;
-    bool typing_is_hidden_ = false;
-    termios typing_ = {};  // how the terminal was set
 };
 
 }  // namespace Tools

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "tools/cli/ansi.h"
 #include "tools/cli/messages.h"
 #include "tools/screen/terminal.h"
 
@@ -29,7 +30,7 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::clear() {
-    if (drawn_) Messages::print("\r\x1b[K");
+    if (drawn_) Messages::print(Ansi::kEraseLine);
     drawn_ = false;
 }
 
@@ -39,7 +40,7 @@ void ProgressBar::look(uint64_t done, uint64_t total) {
     next_ = now + std::chrono::milliseconds(100);
     const double seconds = std::chrono::duration<double>(now - begin_).count();
     const int columns = window_size(STDERR_FILENO).columns;
-    Messages::print("\r" + progress_text(done, total, seconds, columns) + "\x1b[K");
+    Messages::print("\r" + progress_text(done, total, seconds, columns) + Ansi::kEraseRight);
     drawn_ = true;
 }
 

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
+#include "tools/cli/ansi.h"
 #include "tools/cli/message_text.h"
 #include "tools/status/fields.h"
 
@@ -69,9 +70,9 @@ public:
             status["state"].text() + " for " +
                 duration_text(status["uptime_us"].number() / 1000000) + ", version " +
                 status["version"].text() + ", process " + status["pid"].text(),
-            is_running ? kBold : kYellow);
+            is_running ? Ansi::kBold : Ansi::kYellow);
         add("health", problems == 0 ? "healthy" : Tools::counted(problems, "problem"),
-            problems == 0 ? kGreen : kRed);
+            problems == 0 ? Ansi::kGreen : Ansi::kRed);
     }
 
     void add_input(StatusFields const& status) {
@@ -81,7 +82,7 @@ public:
         add("input",
             input["name"].text() + " (" + input["kind"].text() + "), " +
                 counted(input["errors"], "error") + in_brackets(input["last_error"]),
-            has_errors ? kYellow : "");
+            has_errors ? Ansi::kYellow : "");
         const uint64_t last = counters["last_timestamp_us"].number();
         add("frames", counted(counters["frames"], "frame") + " with " +
                           counted(counters["targets"], "target") + ", " +
@@ -103,7 +104,7 @@ public:
                 stream["clients_accepted"].text() + " so far, " +
                 stream["clients_dropped_stuck"].text() + " of them stuck, " +
                 counted(stream["frames_dropped"], "frame") + " dropped",
-            has_lost ? kYellow : "");
+            has_lost ? Ansi::kYellow : "");
         if (!clients.is_array()) return;
         for (Json const& entry : clients) {
             const StatusFields client(entry);
@@ -116,7 +117,7 @@ public:
     }
 
     void add_recorder(std::string const& name, StatusFields const& recorder) {
-        if (!recorder["enabled"].is_set()) return add("recorder", name + ": off", kDim);
+        if (!recorder["enabled"].is_set()) return add("recorder", name + ": off", Ansi::kDim);
         add("recorder", name + ": " + counted(recorder["frames"], "frame") + ", " +
                             recorder["frames_written"].text() + " of them in files, " +
                             counted(recorder["files_completed"], "file") + " completed, " +
@@ -134,7 +135,7 @@ public:
 
     void add_problem(StatusProblem const& problem) {
         lines.push_back({"", ""});
-        lines.push_back({kRed, problem.what});
+        lines.push_back({Ansi::kRed, problem.what});
         add("  means", problem.meaning);
         add("  do", problem.remedy);
     }

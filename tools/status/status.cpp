@@ -7,6 +7,7 @@
 
 #include "kit/base/input_error.h"
 #include "kit/status/runtime_directory.h"
+#include "tools/cli/ansi.h"
 #include "tools/cli/options.h"
 #include "tools/cli/signals.h"
 #include "tools/cli/source_name.h"
@@ -76,7 +77,7 @@ ExitStatus watch(Options const& options, std::string const& path, Console& conso
             look = look_at(options.source, path);
         } catch (Kit::InputError const& error) {
             if (was_interrupted()) break;
-            look = {"", {{kRed, error.what()}}, false};
+            look = {"", {{Ansi::kRed, error.what()}}, false};
             problem = error.what();
         }
         if (repeater.draws()) {

@@ -8,7 +8,7 @@ namespace {
 
 using testing::ElementsAre;
 using Tools::fit_lines;
-using Tools::kRed;
+using Tools::Ansi::kRed;
 
 TEST(ScreenLineTest, ThereAreAsManyLinesAsTheWindowHas) {
     EXPECT_THAT(fit_lines({{"", "a"}, {"", "b"}, {"", "c"}}, {80, 2}, false),
