@@ -23,7 +23,7 @@ asio::mutable_buffer discarded() {
     return asio::buffer(bytes);
 }
 
-std::vector<asio::const_buffer> buffers_of(FrameQueue::Turn const& turn) {
+std::vector<asio::const_buffer> buffers_of(ClientQueue::Turn const& turn) {
     std::vector<asio::const_buffer> buffers;
     buffers.reserve(turn.frames.size());
     for (SharedFrame const& frame : turn.frames) buffers.emplace_back(frame->data(), frame->size());
@@ -74,7 +74,7 @@ void RelayClient::flush() {
 
 // The lock is not held while the system copies, so publishing never waits for that.
 RelayClient::Written RelayClient::write_turn() {
-    FrameQueue::Turn turn;
+    ClientQueue::Turn turn;
     {
         const std::lock_guard<std::mutex> guard(lock_);
         turn = queue_.begin_turn(kFramesATurn);
@@ -85,7 +85,7 @@ RelayClient::Written RelayClient::write_turn() {
     const size_t bytes = socket_.write_some(buffers, error);
     if (error && error != asio::error::would_block) return Written::kFailed;
     const std::lock_guard<std::mutex> guard(lock_);
-    queue_.end_turn(bytes, FrameQueue::Clock::now());
+    queue_.end_turn(bytes, ClientQueue::Clock::now());
     if (bytes < asio::buffer_size(buffers)) return Written::kPart;
     return queue_.empty() ? Written::kEverything : Written::kTurn;
 }
@@ -128,7 +128,7 @@ void RelayClient::on_stuck_timer() {
 
 bool RelayClient::is_stuck() {
     const std::lock_guard<std::mutex> guard(lock_);
-    return FrameQueue::Clock::now() - queue_.waiting_since() >= stuck_after_;
+    return ClientQueue::Clock::now() - queue_.waiting_since() >= stuck_after_;
 }
 
 void RelayClient::discard_input() {
@@ -165,7 +165,7 @@ void RelayClient::close() {
 }
 
 void RelayClient::push(SharedFrame const& frame) {
-    queue_.push(frame, FrameQueue::Clock::now());
+    queue_.push(frame, ClientQueue::Clock::now());
 }
 
 ClientCounters RelayClient::counters() const {

@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "kit/base/file_descriptor.h"
-#include "kit/stream/frame_queue.h"
+#include "kit/stream/client_queue.h"
 #include "kit/stream/relay.h"
 
 namespace Kit {
@@ -82,7 +82,7 @@ private:
     asio::steady_timer stuck_timer_;
     bool waits_until_writable_ = false;
     bool watches_for_stuck_ = false;
-    FrameQueue queue_;  // under the lock
+    ClientQueue queue_;  // under the lock
 };
 
 }  // namespace Kit

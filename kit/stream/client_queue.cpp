@@ -1,27 +1,27 @@
-#include "kit/stream/frame_queue.h"
+#include "kit/stream/client_queue.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace Kit {
 
-FrameQueue::FrameQueue(size_t limit, size_t byte_limit)
+ClientQueue::ClientQueue(size_t limit, size_t byte_limit)
     : limit_(std::max<size_t>(limit, 1)), byte_limit_(byte_limit) {}
 
-void FrameQueue::push(SharedFrame frame, Clock::time_point now) {
+void ClientQueue::push(SharedFrame frame, Clock::time_point now) {
     if (frames_.empty()) since_ = now;
     bytes_ += frame->size();
     frames_.push_back(std::move(frame));
     drop_above_limits();
 }
 
-FrameQueue::Turn FrameQueue::begin_turn(size_t max_frames) {
+ClientQueue::Turn ClientQueue::begin_turn(size_t max_frames) {
     held_ = std::min(max_frames, frames_.size());
     const auto end = frames_.begin() + static_cast<std::ptrdiff_t>(held_);
     return {std::vector<SharedFrame>(frames_.begin(), end), first_taken_};
 }
 
-void FrameQueue::end_turn(size_t taken, Clock::time_point now) {
+void ClientQueue::end_turn(size_t taken, Clock::time_point now) {
     sent_bytes_ += taken;
     first_taken_ += taken;
     while (!frames_.empty() && first_taken_ >= frames_.front()->size()) {
@@ -35,46 +35,46 @@ void FrameQueue::end_turn(size_t taken, Clock::time_point now) {
     drop_above_limits();
 }
 
-void FrameQueue::drop_above_limits() {
+void ClientQueue::drop_above_limits() {
     while (frames_.size() - held_ > limit_) drop(held_);
     const size_t outgoing = std::max<size_t>(held_, 1);
     while (frames_.size() > outgoing + 1 && bytes_behind(outgoing) > byte_limit_) drop(outgoing);
 }
 
-void FrameQueue::drop(size_t index) {
+void ClientQueue::drop(size_t index) {
     const auto frame = frames_.begin() + static_cast<std::ptrdiff_t>(index);
     bytes_ -= (*frame)->size();
     frames_.erase(frame);
     ++dropped_;
 }
 
-size_t FrameQueue::bytes_behind(size_t count) const {
+size_t ClientQueue::bytes_behind(size_t count) const {
     size_t behind = bytes_;
     for (size_t i = 0; i < count; ++i) behind -= frames_[i]->size();
     return behind;
 }
 
-bool FrameQueue::empty() const noexcept {
+bool ClientQueue::empty() const noexcept {
     return frames_.empty();
 }
 
-size_t FrameQueue::size() const noexcept {
+size_t ClientQueue::size() const noexcept {
     return frames_.size();
 }
 
-FrameQueue::Clock::time_point FrameQueue::waiting_since() const noexcept {
+ClientQueue::Clock::time_point ClientQueue::waiting_since() const noexcept {
     return since_;
 }
 
-uint64_t FrameQueue::frames_sent() const noexcept {
+uint64_t ClientQueue::frames_sent() const noexcept {
     return sent_;
 }
 
-uint64_t FrameQueue::bytes_sent() const noexcept {
+uint64_t ClientQueue::bytes_sent() const noexcept {
     return sent_bytes_;
 }
 
-uint64_t FrameQueue::frames_dropped() const noexcept {
+uint64_t ClientQueue::frames_dropped() const noexcept {
     return dropped_;
 }
 

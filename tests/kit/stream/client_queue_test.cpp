@@ -1,20 +1,20 @@
-#include "kit/stream/frame_queue.h"
+#include "kit/stream/client_queue.h"
 
 #include <gmock/gmock.h>
 
 namespace {
 
-using Kit::FrameQueue;
+using Kit::ClientQueue;
 using testing::IsEmpty;
 
-const FrameQueue::Clock::time_point kStart{};
+const ClientQueue::Clock::time_point kStart{};
 constexpr size_t kManyBytes = 1000;
 
-FrameQueue::Clock::time_point after_ms(int ms) {
+ClientQueue::Clock::time_point after_ms(int ms) {
     return kStart + std::chrono::milliseconds(ms);
 }
 
-class FrameQueueTest : public testing::Test {
+class ClientQueueTest : public testing::Test {
 protected:
     /** Pushes frames of 10 bytes that begin with these letters. */
     void push(std::string const& letters, int at_ms = 0) {
@@ -36,26 +36,26 @@ protected:
         queue.end_turn(bytes, after_ms(at_ms));
     }
 
-    FrameQueue queue{3, kManyBytes};
+    ClientQueue queue{3, kManyBytes};
 };
 
-TEST_F(FrameQueueTest, FramesAreWrittenInTheOrderInWhichTheyCame) {
+TEST_F(ClientQueueTest, FramesAreWrittenInTheOrderInWhichTheyCame) {
     push("abc");
     EXPECT_EQ(waiting(), "abc");
 }
 
-TEST_F(FrameQueueTest, ATurnHasNoMoreFramesThanItMay) {
+TEST_F(ClientQueueTest, ATurnHasNoMoreFramesThanItMay) {
     push("abc");
     EXPECT_EQ(queue.begin_turn(2).frames.size(), 2U);
 }
 
-TEST_F(FrameQueueTest, TheOldestFrameThatWaitsIsDroppedFromAFullQueue) {
+TEST_F(ClientQueueTest, TheOldestFrameThatWaitsIsDroppedFromAFullQueue) {
     push("abcde");
     EXPECT_EQ(waiting(), "cde");
     EXPECT_EQ(queue.frames_dropped(), 2U);
 }
 
-TEST_F(FrameQueueTest, AFrameThatIsPartlyWrittenIsNeitherDroppedNorCounted) {
+TEST_F(ClientQueueTest, AFrameThatIsPartlyWrittenIsNeitherDroppedNorCounted) {
     push("abc");
     write(4);
     push("defg");
@@ -63,14 +63,14 @@ TEST_F(FrameQueueTest, AFrameThatIsPartlyWrittenIsNeitherDroppedNorCounted) {
     EXPECT_EQ(queue.frames_dropped(), 3U);
 }
 
-TEST_F(FrameQueueTest, TheNextTurnGoesOnInsideTheFrame) {
+TEST_F(ClientQueueTest, TheNextTurnGoesOnInsideTheFrame) {
     push("ab");
     write(14);
     EXPECT_EQ(waiting(), "b");
     EXPECT_EQ(queue.begin_turn(100).skipped, 4U);
 }
 
-TEST_F(FrameQueueTest, FramesOfATurnAreNotDroppedWhileItIsWritten) {
+TEST_F(ClientQueueTest, FramesOfATurnAreNotDroppedWhileItIsWritten) {
     push("abc");
     queue.begin_turn(100);
     push("de");
@@ -79,7 +79,7 @@ TEST_F(FrameQueueTest, FramesOfATurnAreNotDroppedWhileItIsWritten) {
     EXPECT_EQ(queue.frames_dropped(), 0U);
 }
 
-TEST_F(FrameQueueTest, WhatATurnLeavesAboveTheLimitIsDropped) {
+TEST_F(ClientQueueTest, WhatATurnLeavesAboveTheLimitIsDropped) {
     push("abc");
     queue.begin_turn(100);
     push("de");
@@ -88,7 +88,7 @@ TEST_F(FrameQueueTest, WhatATurnLeavesAboveTheLimitIsDropped) {
     EXPECT_EQ(queue.frames_dropped(), 2U);
 }
 
-TEST_F(FrameQueueTest, WholeFramesAndAllBytesAreCounted) {
+TEST_F(ClientQueueTest, WholeFramesAndAllBytesAreCounted) {
     push("abc");
     write(24);
     EXPECT_EQ(queue.frames_sent(), 2U);
@@ -96,77 +96,77 @@ TEST_F(FrameQueueTest, WholeFramesAndAllBytesAreCounted) {
     EXPECT_EQ(queue.size(), 1U);
 }
 
-TEST_F(FrameQueueTest, WaitingBeginsWithTheFirstFrameInAnEmptyQueue) {
+TEST_F(ClientQueueTest, WaitingBeginsWithTheFirstFrameInAnEmptyQueue) {
     push("a", 5);
     push("b", 9);
     EXPECT_EQ(queue.waiting_since(), after_ms(5));
 }
 
-TEST_F(FrameQueueTest, WaitingBeginsAnewWithEveryWholeFrame) {
+TEST_F(ClientQueueTest, WaitingBeginsAnewWithEveryWholeFrame) {
     push("ab", 5);
     write(10, 8);
     EXPECT_EQ(queue.waiting_since(), after_ms(8));
 }
 
-TEST_F(FrameQueueTest, APartOfAFrameDoesNotEndTheWaiting) {
+TEST_F(ClientQueueTest, APartOfAFrameDoesNotEndTheWaiting) {
     push("ab", 5);
     write(9, 8);
     EXPECT_EQ(queue.waiting_since(), after_ms(5));
 }
 
-TEST_F(FrameQueueTest, ALimitOfNoneCountsAsOne) {
-    queue = FrameQueue(0, kManyBytes);
+TEST_F(ClientQueueTest, ALimitOfNoneCountsAsOne) {
+    queue = ClientQueue(0, kManyBytes);
     push("ab");
     EXPECT_EQ(waiting(), "b");
 }
 
 /** A queue with room for many frames, but not for their bytes. */
-class FrameQueueOfFewBytesTest : public FrameQueueTest {
+class ClientQueueOfFewBytesTest : public ClientQueueTest {
 protected:
-    FrameQueueOfFewBytesTest() { queue = FrameQueue(100, 25); }
+    ClientQueueOfFewBytesTest() { queue = ClientQueue(100, 25); }
 
     void push_large(char letter) {
         queue.push(std::make_shared<std::string const>(1000, letter), kStart);
     }
 };
 
-TEST_F(FrameQueueOfFewBytesTest, TheOldestFramesBehindTheOutgoingOneAreDropped) {
+TEST_F(ClientQueueOfFewBytesTest, TheOldestFramesBehindTheOutgoingOneAreDropped) {
     push("abcdef");
     EXPECT_EQ(waiting(), "aef");
     EXPECT_EQ(queue.frames_dropped(), 3U);
 }
 
-TEST_F(FrameQueueOfFewBytesTest, AsManyBytesAsThereMayBeStay) {
-    queue = FrameQueue(100, 20);
+TEST_F(ClientQueueOfFewBytesTest, AsManyBytesAsThereMayBeStay) {
+    queue = ClientQueue(100, 20);
     push("abc");
     EXPECT_EQ(waiting(), "abc");
 }
 
-TEST_F(FrameQueueOfFewBytesTest, AFrameThatIsPartlyWrittenIsNotCounted) {
+TEST_F(ClientQueueOfFewBytesTest, AFrameThatIsPartlyWrittenIsNotCounted) {
     push_large('A');
     write(999);
     push("bc");
     EXPECT_EQ(waiting(), "Abc");
 }
 
-TEST_F(FrameQueueOfFewBytesTest, ALargeFrameInAnEmptyQueueGoesOut) {
+TEST_F(ClientQueueOfFewBytesTest, ALargeFrameInAnEmptyQueueGoesOut) {
     push_large('A');
     push("bcd");
     EXPECT_EQ(waiting(), "Acd");
 }
 
-TEST_F(FrameQueueOfFewBytesTest, TheNewestFrameStaysWhateverItsSize) {
+TEST_F(ClientQueueOfFewBytesTest, TheNewestFrameStaysWhateverItsSize) {
     push("abc");
     push_large('D');
     EXPECT_EQ(waiting(), "aD");
 }
 
-TEST_F(FrameQueueOfFewBytesTest, OfLargeFramesTheOutgoingAndTheNewestStay) {
+TEST_F(ClientQueueOfFewBytesTest, OfLargeFramesTheOutgoingAndTheNewestStay) {
     for (const char letter : {'A', 'B', 'C', 'D'}) push_large(letter);
     EXPECT_EQ(waiting(), "AD");
 }
 
-TEST_F(FrameQueueOfFewBytesTest, WhatWasWrittenMakesRoom) {
+TEST_F(ClientQueueOfFewBytesTest, WhatWasWrittenMakesRoom) {
     push("abc");
     write(20);
     push("de");
@@ -174,7 +174,7 @@ TEST_F(FrameQueueOfFewBytesTest, WhatWasWrittenMakesRoom) {
     EXPECT_EQ(queue.frames_dropped(), 0U);
 }
 
-TEST_F(FrameQueueOfFewBytesTest, WhatATurnLeavesAboveTheLimitIsDropped) {
+TEST_F(ClientQueueOfFewBytesTest, WhatATurnLeavesAboveTheLimitIsDropped) {
     push("ab");
     queue.begin_turn(100);
     push("cd");
@@ -182,7 +182,7 @@ TEST_F(FrameQueueOfFewBytesTest, WhatATurnLeavesAboveTheLimitIsDropped) {
     EXPECT_EQ(waiting(), "acd");
 }
 
-TEST_F(FrameQueueTest, AnEmptyQueueHasNothingToWrite) {
+TEST_F(ClientQueueTest, AnEmptyQueueHasNothingToWrite) {
     EXPECT_THAT(queue.begin_turn(100).frames, IsEmpty());
     EXPECT_TRUE(queue.empty());
 }

@@ -26,7 +26,7 @@ using SharedFrame = std::shared_ptr<std::string const>;
  * taken. Between the two push() may be called, from another thread when the caller orders all calls
  * with a lock.
  */
-class FrameQueue {
+class ClientQueue {
 public:
     using Clock = std::chrono::steady_clock;
 
@@ -41,7 +41,7 @@ public:
      * @param byte_limit the bytes of the frames behind the one that goes out, at most; 0 lets one
      *        frame wait there.
      */
-    FrameQueue(size_t limit, size_t byte_limit);
+    ClientQueue(size_t limit, size_t byte_limit);
 
     /** Appends a frame. What is above a limit then is dropped, the oldest first. */
     void push(SharedFrame frame, Clock::time_point now);
