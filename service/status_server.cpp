@@ -32,7 +32,7 @@ StatusServer::StatusServer(Petrel::Block& block, std::string const& path)
 void StatusServer::serve(std::function<std::string()> const& document, Clock::time_point now) {
     if (port_->triggered() != 0) take_connection(document, now);
     if (now >= look_after_due_) {
-        socket_.look_after();
+        socket_.restore();
         look_after_due_ = now + kLookAfterEvery;
     }
     for (auto reader = readers_.begin(); reader != readers_.end();) {

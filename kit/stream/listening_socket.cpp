@@ -40,7 +40,7 @@ bool is_alive(std::string const& path) {
     // A full backlog and a socket of another type have an owner too.
     if (errno == EAGAIN || errno == EPROTOTYPE) return true;
     if (errno == ECONNREFUSED || errno == ENOENT) return false;
-    throw system_failure(path, "cannot tell whether it is in use");
+    throw system_failure(path, "cannot determine whether it is in use");
 }
 
 bool is_same_file(struct stat const& status, dev_t device, ino_t inode) noexcept {
@@ -60,7 +60,7 @@ bool names_file(std::string const& path, FileDescriptor const& file) noexcept {
 ListeningSocket::ListeningSocket(std::string path)
     : socket_path_(std::move(path)), lock_path_(socket_path_ + ".lock") {
     const UnixAddress checked(socket_path_);
-    lock_file_ = take_lock();
+    lock_file_ = acquire_lock();
     try {
         replace_stale_socket();
         listen_at_path();
@@ -70,6 +70,7 @@ ListeningSocket::ListeningSocket(std::string path)
     }
 }
 
+// A file that cannot be removed is left as by a killed service: the next one replaces it.
 ListeningSocket::~ListeningSocket() {
     listening_.reset();
     struct stat status = {};
@@ -89,7 +90,7 @@ std::string const& ListeningSocket::path() const noexcept {
 
 // The holder of the lock removes its file, so a lock counts only while the path still names the
 // file that was locked.
-FileDescriptor ListeningSocket::take_lock() const {
+FileDescriptor ListeningSocket::acquire_lock() const {
     for (;;) {
         FileDescriptor file(
             open(lock_path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
@@ -115,7 +116,7 @@ void ListeningSocket::replace_stale_socket() const {
     }
 }
 
-bool ListeningSocket::look_after() {
+bool ListeningSocket::restore() {
     try {
         if (!listen_again()) {
             lost_ = false;
@@ -131,20 +132,20 @@ bool ListeningSocket::look_after() {
     }
 }
 
-/** Returns whether it was necessary. */
+/** Returns whether the socket file was gone. */
 bool ListeningSocket::listen_again() {
     struct stat status = {};
     if (lstat(socket_path_.c_str(), &status) == 0) {
         if (is_same_file(status, device_, inode_)) return false;
-        throw failure(socket_path_, "was replaced by somebody else's");
+        throw failure(socket_path_, "was replaced by another process");
     }
     if (errno != ENOENT) throw system_failure(socket_path_, "cannot be examined");
-    if (!names_file(lock_path_, lock_file_)) lock_file_ = take_lock();
+    if (!names_file(lock_path_, lock_file_)) lock_file_ = acquire_lock();
     listen_at_path();
     return true;
 }
 
-// An earlier descriptor keeps its number, by which its users know it.
+// The descriptor keeps its number, which its users hold.
 void ListeningSocket::listen_at_path() {
     const UnixAddress address(socket_path_);
     FileDescriptor fresh = open_socket();
@@ -156,7 +157,7 @@ void ListeningSocket::listen_at_path() {
     if (listen(fresh.get(), SOMAXCONN) != 0 || lstat(socket_path_.c_str(), &status) != 0 ||
         (listening_.valid() && dup3(fresh.get(), listening_.get(), O_CLOEXEC) < 0)) {
         const Error failed = system_failure(socket_path_, "cannot listen");
-        unlink(socket_path_.c_str());
+        unlink(socket_path_.c_str());  // the next service replaces it otherwise
         throw failed;
     }
     if (!listening_.valid()) listening_ = std::move(fresh);
@@ -164,6 +165,7 @@ void ListeningSocket::listen_at_path() {
     inode_ = status.st_ino;
 }
 
+// A lock file that cannot be removed locks nothing once its descriptor is closed.
 void ListeningSocket::release_lock() noexcept {
     if (names_file(lock_path_, lock_file_)) unlink(lock_path_.c_str());
     lock_file_.reset();

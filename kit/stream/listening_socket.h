@@ -13,9 +13,9 @@ namespace Kit {
  *
  * Owns the socket's descriptor (non-blocking, close-on-exec), the socket file and a lock file
  * beside it, "<path>.lock", which is held until the object is destroyed: of two services that start
- * at once one gets the path. A socket file that a killed service left behind is replaced. The
- * destructor closes the descriptor and removes both files; a socket file that somebody else has put
- * at the path meanwhile stays. The accessors may be called from any thread.
+ * at once only one listens. A stale socket file of a killed service is replaced. The destructor
+ * closes the descriptor and removes both files; a socket file that another process has put at the
+ * path meanwhile stays. The accessors may be called from any thread.
  */
 class ListeningSocket {
 public:
@@ -31,23 +31,23 @@ public:
     ListeningSocket(ListeningSocket const&) = delete;
     ListeningSocket& operator=(ListeningSocket const&) = delete;
 
-    /** The descriptor to accept clients from; this object's. */
+    /** The descriptor to accept clients from; stays this object's. */
     int fd() const noexcept;
 
     std::string const& path() const noexcept;
 
     /**
-     * Listens at the path again when the socket file is gone, as after a clean-up of its directory;
-     * to be called now and then by one thread at a time. Clients that are connected stay. A file
-     * that somebody else has put there stays too: then, and when the path cannot be served, that is
-     * logged, once until the path is this object's again.
+     * Listens at the path again if the socket file was deleted, as by a clean-up of its directory;
+     * to be called periodically by one thread at a time. Connected clients stay connected. A file
+     * of another process at the path stays too; that, and a path that cannot be listened at, is
+     * logged once until the path is restored.
      *
-     * @return whether there is another socket behind fd(), which keeps its number.
+     * @return whether fd(), which keeps its number, is another socket now.
      */
-    bool look_after();
+    bool restore();
 
 private:
-    FileDescriptor take_lock() const;
+    FileDescriptor acquire_lock() const;
     void replace_stale_socket() const;
     void listen_at_path();
     bool listen_again();
@@ -58,7 +58,7 @@ private:
     FileDescriptor lock_file_;
     FileDescriptor listening_;
     bool lost_ = false;  // the path, and that was logged
-    dev_t device_ = 0;   // of the socket file, with `inode` its identity
+    dev_t device_ = 0;   // of the socket file, with inode_ its identity
     ino_t inode_ = 0;
 };
 

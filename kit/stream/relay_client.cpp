@@ -3,21 +3,22 @@
 #include <poll.h>
 
 #include <array>
-#include <asio/buffer.hpp>
-#include <asio/error.hpp>
-#include <asio/post.hpp>
-#include <cerrno>
-#include <system_error>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/error.hpp>
+#include <boost/asio/post.hpp>
 #include <vector>
 
 namespace Kit {
 
 namespace {
 
-/** Frames that one write hands over; a client that takes them all does not keep others waiting. */
+namespace asio = boost::asio;
+using boost::system::error_code;
+
+/** Frames of one write; a client that accepts them all does not keep others waiting. */
 constexpr size_t kFramesATurn = 16;
 
-/** Where the bytes that clients send go: written by the relay's thread and never looked at. */
+/** Where the bytes that clients send go: written by the relay's thread and never read. */
 asio::mutable_buffer discarded() {
     thread_local std::array<char, 4096> bytes;
     return asio::buffer(bytes);
@@ -44,23 +45,24 @@ RelayClient::RelayClient(asio::io_context& context, std::mutex& lock, RelayOptio
       stuck_timer_(context),
       queue_(options.queue_frames, options.queue_bytes) {}
 
-bool RelayClient::start(FileDescriptor connection) {
-    std::error_code error;
+error_code RelayClient::start(FileDescriptor connection) {
+    error_code error;
     socket_.assign(asio::local::stream_protocol(), connection.get(), error);
-    if (error) {
-        errno = error.value();
-        return false;
-    }
+    if (error) return error;
     static_cast<void>(connection.release());  // the socket's now
-    socket_.non_blocking(true, error);
+    socket_.non_blocking(true, error);        // a write that blocks would hold up everybody
+    if (error) {
+        close();
+        return error;
+    }
     discard_input();
-    return true;
+    return error;
 }
 
 void RelayClient::flush() {
     if (!socket_.is_open() || waits_until_writable_) return;
     switch (write_turn()) {
-        case Written::kEverything:
+        case Written::kQueue:
             return owner_.client_is_idle();
         case Written::kTurn:
             return asio::post(context_, [self = shared_from_this()] { self->flush(); });
@@ -79,21 +81,21 @@ RelayClient::Written RelayClient::write_turn() {
         const std::lock_guard<std::mutex> guard(lock_);
         turn = queue_.begin_turn(kFramesATurn);
     }
-    if (turn.frames.empty()) return Written::kEverything;
+    if (turn.frames.empty()) return Written::kQueue;
     const auto buffers = buffers_of(turn);
-    std::error_code error;
+    error_code error;
     const size_t bytes = socket_.write_some(buffers, error);
     if (error && error != asio::error::would_block) return Written::kFailed;
     const std::lock_guard<std::mutex> guard(lock_);
     queue_.end_turn(bytes, ClientQueue::Clock::now());
     if (bytes < asio::buffer_size(buffers)) return Written::kPart;
-    return queue_.empty() ? Written::kEverything : Written::kTurn;
+    return queue_.empty() ? Written::kQueue : Written::kTurn;
 }
 
 void RelayClient::wait_until_writable() {
     waits_until_writable_ = true;
     socket_.async_wait(asio::socket_base::wait_write,
-                       [self = shared_from_this()](std::error_code const& error) {
+                       [self = shared_from_this()](error_code const& error) {
                            self->waits_until_writable_ = false;
                            if (!error) self->flush();
                        });
@@ -106,17 +108,16 @@ void RelayClient::watch_for_stuck() {
         const std::lock_guard<std::mutex> guard(lock_);
         stuck_timer_.expires_at(queue_.waiting_since() + stuck_after_);
     }
-    stuck_timer_.async_wait([self = shared_from_this()](std::error_code const& error) {
+    stuck_timer_.async_wait([self = shared_from_this()](error_code const& error) {
         self->watches_for_stuck_ = false;
         if (!error && self->socket_.is_open()) self->on_stuck_timer();
     });
 }
 
-// Tries once more before it judges: when the whole process was stopped, the time that passed is not
-// the client's.
+// Writes once more first: while the whole process was stopped, the client was not the one to blame.
 void RelayClient::on_stuck_timer() {
     switch (write_turn()) {
-        case Written::kEverything:
+        case Written::kQueue:
             return owner_.client_is_idle();
         case Written::kFailed:
             return depart(Departure::kGone);
@@ -133,7 +134,7 @@ bool RelayClient::is_stuck() {
 
 void RelayClient::discard_input() {
     socket_.async_read_some(
-        discarded(), [self = shared_from_this()](std::error_code const& error, size_t) {
+        discarded(), [self = shared_from_this()](error_code const& error, size_t) {
             if (error == asio::error::operation_aborted || !self->socket_.is_open()) return;
             if (error == asio::error::eof) return self->watch_for_hang_up();
             if (error) return self->depart(Departure::kGone);
@@ -142,11 +143,11 @@ void RelayClient::discard_input() {
 }
 
 // The end of what the client sends is the same whether it has closed its socket or only shut down
-// its sending side; the hang-up event tells. Where something else wakes the wait, the client's
-// departure shows at the next write.
+// its sending side; the hang-up event is not. When something else ends the wait, or poll() fails,
+// the next write detects that the client has left.
 void RelayClient::watch_for_hang_up() {
     socket_.async_wait(asio::socket_base::wait_error,
-                       [self = shared_from_this()](std::error_code const& error) {
+                       [self = shared_from_this()](error_code const& error) {
                            if (error || !self->socket_.is_open()) return;
                            pollfd state = {self->socket_.native_handle(), 0, 0};
                            if (poll(&state, 1, 0) == 1) self->depart(Departure::kGone);
@@ -159,7 +160,7 @@ void RelayClient::depart(Departure departure) {
 }
 
 void RelayClient::close() {
-    std::error_code ignored;  // nothing is left to do for a descriptor that cannot be closed
+    error_code ignored;  // the descriptor is gone whatever close answers
     stuck_timer_.cancel();
     socket_.close(ignored);
 }

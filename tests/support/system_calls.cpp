@@ -121,6 +121,11 @@ int real_poll(pollfd* waits, nfds_t count, int timeout_ms) {
     return real(waits, count, timeout_ms);
 }
 
+int real_epoll_ctl(int epoll, int operation, int fd, epoll_event* event) {
+    static auto* const real = next<int(int, int, int, epoll_event*)>("epoll_ctl");
+    return real(epoll, operation, fd, event);
+}
+
 int real_timerfd_create(int clock, int flags) {
     static auto* const real = next<int(int, int)>("timerfd_create");
     return real(clock, flags);
@@ -259,6 +264,11 @@ int socketpair(int domain, int type, int protocol, int ends[2]) noexcept {
 int poll(pollfd* waits, nfds_t count, int timeout_ms) {
     PETRELRADAR_DOUBLE(poll, waits, count, timeout_ms);
     return real_poll(waits, count, timeout_ms);
+}
+
+int epoll_ctl(int epoll, int operation, int fd, epoll_event* event) noexcept {
+    PETRELRADAR_DOUBLE(epoll_ctl, epoll, operation, fd, event);
+    return real_epoll_ctl(epoll, operation, fd, event);
 }
 
 int gettimeofday(timeval* now, void* zone) noexcept {

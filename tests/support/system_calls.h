@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/timerfd.h>
@@ -45,6 +46,7 @@ public:
     std::function<int(int fd, int command, long argument)> fcntl;
     std::function<int(int domain, int type, int protocol, int ends[2])> socketpair;
     std::function<int(pollfd* waits, nfds_t count, int timeout_ms)> poll;
+    std::function<int(int epoll, int operation, int fd, epoll_event* event)> epoll_ctl;
     std::function<int(timeval* now)> gettimeofday;
     std::function<time_t()> time;
     std::function<int(timespec const* time)> nanosleep;
@@ -68,6 +70,7 @@ dirent* real_readdir(DIR* directory);
 int real_ioctl(int fd, unsigned long request, void* argument);
 int real_fcntl(int fd, int command, long argument);
 int real_poll(pollfd* waits, nfds_t count, int timeout_ms);
+int real_epoll_ctl(int epoll, int operation, int fd, epoll_event* event);
 int real_timerfd_create(int clock, int flags);
 int real_timerfd_settime(int fd, int flags, itimerspec const* setting);
 

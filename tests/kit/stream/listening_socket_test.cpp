@@ -122,7 +122,7 @@ TEST_F(ListeningSocketTest, APathThatIsNoSocketStaysAsItIs) {
     EXPECT_THAT(files(), ElementsAre("radar.sock"));
 }
 
-TEST_F(ListeningSocketTest, APathOfTheGreatestLengthIsTaken) {
+TEST_F(ListeningSocketTest, APathOfTheGreatestLengthIsAccepted) {
     EXPECT_EQ(failure_at("/tmp/run/" + std::string(98, 'x')), "none");
 }
 
@@ -160,7 +160,18 @@ TEST_F(ListeningSocketTest, AStaleSocketThatCannotBeRemovedIsRefused) {
               "Operation not permitted");
 }
 
-TEST_F(ListeningSocketTest, ASocketThatSomebodyElsePutAtThePathStays) {
+TEST_F(ListeningSocketTest, FilesThatCannotBeRemovedAreReplacedByTheNextService) {
+    {
+        test_support::SystemCalls system_calls;
+        system_calls.unlink = test_support::fails_with(EPERM);
+        EXPECT_EQ(failure_at(kPath), "none");
+    }
+    EXPECT_THAT(files(), ElementsAre("radar.sock", "radar.sock.lock"));
+    EXPECT_EQ(failure_at(kPath), "none");
+    EXPECT_THAT(files(), IsEmpty());
+}
+
+TEST_F(ListeningSocketTest, ASocketOfAnotherProcessAtThePathStays) {
     auto socket = std::make_unique<ListeningSocket>(kPath);
     unlink(kPath);
     leave_stale_socket();
@@ -168,7 +179,7 @@ TEST_F(ListeningSocketTest, ASocketThatSomebodyElsePutAtThePathStays) {
     EXPECT_THAT(files(), ElementsAre("radar.sock"));
 }
 
-/** A socket whose file is looked after. */
+/** A socket whose file is checked. */
 class ListeningSocketAgainTest : public ListeningSocketTest {
 protected:
     void SetUp() override {
@@ -191,49 +202,49 @@ protected:
 };
 
 TEST_F(ListeningSocketAgainTest, ASocketThatIsThereStays) {
-    EXPECT_FALSE(listening->look_after());
+    EXPECT_FALSE(listening->restore());
     EXPECT_TRUE(can_connect());
     EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(ListeningSocketAgainTest, ADeletedSocketIsMadeAnewBehindTheSameDescriptor) {
+TEST_F(ListeningSocketAgainTest, ADeletedSocketIsRecreatedWithTheSameDescriptor) {
     const int before = listening->fd();
     unlink(kPath);
-    EXPECT_TRUE(listening->look_after());
+    EXPECT_TRUE(listening->restore());
     EXPECT_EQ(listening->fd(), before);
     EXPECT_TRUE(can_connect());
     EXPECT_THAT(log(), ElementsAre("/tmp/run/radar.sock: was deleted; listening there again\n"));
 }
 
-TEST_F(ListeningSocketAgainTest, ADeletedLockIsTakenAgain) {
+TEST_F(ListeningSocketAgainTest, ADeletedLockIsAcquiredAgain) {
     unlink(kPath);
     unlink("/tmp/run/radar.sock.lock");
-    EXPECT_TRUE(listening->look_after());
+    EXPECT_TRUE(listening->restore());
     EXPECT_EQ(failure_at(kPath), "/tmp/run/radar.sock: already in use by a running service");
 }
 
-TEST_F(ListeningSocketAgainTest, ASocketThatWasMadeAnewIsRemovedAtTheEnd) {
+TEST_F(ListeningSocketAgainTest, ARecreatedSocketIsRemovedAtTheEnd) {
     unlink(kPath);
-    listening->look_after();
+    listening->restore();
     listening.reset();
     EXPECT_THAT(files(), IsEmpty());
 }
 
-TEST_F(ListeningSocketAgainTest, WhatSomebodyElseHasPutThereStaysAndIsLoggedOnce) {
+TEST_F(ListeningSocketAgainTest, AFileOfAnotherProcessStaysAndIsLoggedOnce) {
     unlink(kPath);
     test_support::write_file(kPath, "theirs");
-    EXPECT_FALSE(listening->look_after());
-    EXPECT_FALSE(listening->look_after());
+    EXPECT_FALSE(listening->restore());
+    EXPECT_FALSE(listening->restore());
     EXPECT_EQ(test_support::read_file(kPath), "theirs");
-    EXPECT_THAT(log(), ElementsAre("/tmp/run/radar.sock: was replaced by somebody else's; clients "
-                                   "cannot connect\n"));
+    EXPECT_THAT(log(), ElementsAre("/tmp/run/radar.sock: was replaced by another process; "
+                                   "clients cannot connect\n"));
 }
 
 TEST_F(ListeningSocketAgainTest, AnotherServiceThatHasTakenThePathKeepsItAndItsLock) {
     unlink(kPath);
     unlink("/tmp/run/radar.sock.lock");
     const ListeningSocket other(kPath);
-    EXPECT_FALSE(listening->look_after());
+    EXPECT_FALSE(listening->restore());
     listening.reset();
     EXPECT_EQ(files().size(), 2U);
     EXPECT_EQ(failure_at(kPath), "/tmp/run/radar.sock: already in use by a running service");
@@ -244,18 +255,18 @@ TEST_F(ListeningSocketAgainTest, ALockThatAnotherServiceHasTakenIsRespected) {
     unlink("/tmp/run/radar.sock.lock");
     const ListeningSocket other(kPath);
     unlink(kPath);
-    EXPECT_FALSE(listening->look_after());
-    EXPECT_FALSE(listening->look_after());
+    EXPECT_FALSE(listening->restore());
+    EXPECT_FALSE(listening->restore());
     EXPECT_THAT(files(), ElementsAre("radar.sock.lock"));
 }
 
-TEST_F(ListeningSocketAgainTest, AMissingDirectoryIsLoggedOnceAndServedWhenItIsBack) {
+TEST_F(ListeningSocketAgainTest, AMissingDirectoryIsLoggedOnceAndTheSocketRecreatedWhenItReturns) {
     std::filesystem::remove_all("/tmp/run");
-    EXPECT_FALSE(listening->look_after());
-    EXPECT_FALSE(listening->look_after());
+    EXPECT_FALSE(listening->restore());
+    EXPECT_FALSE(listening->restore());
     EXPECT_EQ(log().size(), 1U);
     mkdir("/tmp/run", 0700);
-    EXPECT_TRUE(listening->look_after());
+    EXPECT_TRUE(listening->restore());
     EXPECT_TRUE(can_connect());
 }
 

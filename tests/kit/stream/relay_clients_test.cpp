@@ -81,8 +81,8 @@ TEST_F(RelayClientsTest, AStuckClientIsDroppedWithALogLine) {
     publish(1, 2, kMoreThanASocketHolds);
     EXPECT_TRUE(eventually_no_clients());
     EXPECT_EQ(relay->counters().clients_dropped_stuck, 1U);
-    EXPECT_THAT(log(), ElementsAre("/tmp/radar.sock: client 1 took no frame for 20 ms and was "
-                                   "dropped\n"));
+    EXPECT_THAT(log(), ElementsAre("/tmp/radar.sock: client 1 received no frame for 20 ms; "
+                                   "disconnected\n"));
 }
 
 TEST_F(RelayClientsTest, AClientThatReadsAByteNowAndThenIsStuck) {

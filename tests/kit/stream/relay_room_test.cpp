@@ -8,7 +8,7 @@
 #include <atomic>
 #include <thread>
 
-#include "kit/base/error.h"
+#include "kit/base/input_error.h"
 #include "kit/stream/unix_address.h"
 #include "tests/kit/stream/relay_fixture.h"
 
@@ -34,14 +34,14 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;
 
-/** Takes all descriptors of the process until it is destroyed. */
+/** Takes all descriptors of the process but `spare` until it is destroyed. */
 class NoDescriptors {
 public:
-    NoDescriptors() {
+    explicit NoDescriptors(rlim_t spare = 0) {
         getrlimit(RLIMIT_NOFILE, &before_);
         const int lowest = dup(0);
         close(lowest);
-        const rlimit none = {static_cast<rlim_t>(lowest), before_.rlim_max};
+        const rlimit none = {static_cast<rlim_t>(lowest) + spare, before_.rlim_max};
         setrlimit(RLIMIT_NOFILE, &none);
     }
     ~NoDescriptors() { give_back(); }
@@ -103,15 +103,22 @@ TEST_F(RelayWithoutDescriptorsTest, ClientsThatAreThereAreServed) {
     EXPECT_EQ(receive(client, 20), numbers(1, 20));
 }
 
-TEST_F(RelayWithoutDescriptorsTest, NoRelayIsMade) {
-    const NoDescriptors taken;
-    try {
-        const Kit::Relay second(Kit::RelayOptions{"/tmp/second.sock"});
-        FAIL() << "it was made";
-    } catch (Kit::Error const& error) {
-        EXPECT_THAT(error.what(), testing::StartsWith("/tmp/second.sock: "));
-        EXPECT_THAT(error.what(), testing::EndsWith("Too many open files"));
+// It needs several descriptors, and has to report the want of each.
+TEST_F(RelayWithoutDescriptorsTest, ARelayThatLacksOneIsAnError) {
+    constexpr rlim_t kEnough = 20;
+    rlim_t spare = 0;
+    for (bool fails = true; fails && spare < kEnough; ++spare) {
+        const NoDescriptors taken(spare);
+        try {
+            const Kit::Relay second(Kit::RelayOptions{"/tmp/second.sock"});
+            fails = false;
+        } catch (Kit::Error const& error) {
+            EXPECT_THAT(error.what(), testing::StartsWith("/tmp/second.sock: "));
+            EXPECT_THAT(error.what(), testing::EndsWith("Too many open files"));
+        }
     }
+    EXPECT_GT(spare, 3U);
+    EXPECT_LT(spare, kEnough);
 }
 
 /** A relay that has as many clients as it may have. */
@@ -152,8 +159,8 @@ TEST_F(FullRelayTest, SaysOnceThatAClientWaits) {
     // Time for two more attempts.
     const auto later = std::chrono::steady_clock::now() + 110ms;
     ASSERT_TRUE(eventually([&] { return std::chrono::steady_clock::now() > later; }));
-    EXPECT_THAT(log(), ElementsAre("/tmp/radar.sock: cannot accept a client: as many as there may "
-                                   "be are connected; trying again\n"));
+    EXPECT_THAT(log(), ElementsAre("/tmp/radar.sock: cannot accept a client: the limit of 2 "
+                                   "clients is reached; trying again\n"));
 }
 
 TEST_F(FullRelayTest, ServesItsClientsWhileAnotherWaits) {

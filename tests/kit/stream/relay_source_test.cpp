@@ -2,10 +2,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
+
 #include "kit/base/error.h"
 #include "socket/radar_socket.h"
 #include "socket/socket_buffer.h"
 #include "tests/kit/stream/relay_fixture.h"
+#include "tests/support/system_calls.h"
 
 namespace {
 
@@ -205,14 +208,84 @@ TEST_F(RelaySourceTest, ADescriptorThatCannotBeReadIsAFault) {
     close(directory);
 }
 
-TEST_F(RelaySourceTest, ADescriptorThatIsNotOpenIsAnError) {
-    RelayTest::start();
-    try {
-        relay->relay_from(-1);
-        FAIL() << "it was taken";
-    } catch (Kit::Error const& error) {
-        EXPECT_STREQ(error.what(), "Failed to relay from descriptor -1: Bad file descriptor");
+/** A relay that cannot do everything with the descriptor it reads from. */
+class RelaySourceFaultTest : public RelaySourceTest {
+protected:
+    void TearDown() override {
+        relay.reset();  // its thread uses the doubles
+        RelaySourceTest::TearDown();
     }
+
+    /** The error of relaying from `fd`. */
+    std::string error_of(int fd) const {
+        try {
+            relay->relay_from(fd);
+        } catch (Kit::Error const& error) {
+            return error.what();
+        }
+        return "none";
+    }
+
+    /** Makes fcntl() fail when it is called with `command`. */
+    void fail_fcntl(int command) {
+        system_calls.fcntl = [command](int fd, int asked, long argument) {
+            if (asked != command) return test_support::real_fcntl(fd, asked, argument);
+            errno = EIO;
+            return -1;
+        };
+    }
+
+    std::string failure_to_relay(std::string const& reason) const {
+        return "Failed to relay from descriptor " + std::to_string(reading) + ": " + reason;
+    }
+
+    test_support::SystemCalls system_calls;
+};
+
+TEST_F(RelaySourceFaultTest, ADescriptorThatIsNotOpenIsAnError) {
+    RelayTest::start();
+    EXPECT_EQ(error_of(-1), "Failed to relay from descriptor -1: Bad file descriptor");
+}
+
+TEST_F(RelaySourceFaultTest, ADescriptorWhoseModeIsUnknownIsAnError) {
+    fail_fcntl(F_GETFL);
+    RelayTest::start();
+    EXPECT_EQ(error_of(reading), failure_to_relay("Input/output error"));
+}
+
+TEST_F(RelaySourceFaultTest, ADescriptorThatCannotBeWatchedIsAnError) {
+    std::atomic<bool> full{false};
+    system_calls.epoll_ctl = [&](int epoll, int operation, int fd, epoll_event* event) {
+        if (!full) return test_support::real_epoll_ctl(epoll, operation, fd, event);
+        errno = ENOSPC;
+        return -1;
+    };
+    RelayTest::start();
+    full = true;
+    EXPECT_EQ(error_of(reading), failure_to_relay("No space left on device"));
+    full = false;
+    EXPECT_EQ(error_of(reading), "none");
+    write(frame(1));
+    EXPECT_TRUE(eventually([&] { return relay->counters().frames == 1; }));
+}
+
+TEST_F(RelaySourceFaultTest, ADescriptorThatStaysBlockingIsAFaultAndNotRead) {
+    system_calls.ioctl = test_support::fails_with(EIO);
+    start();
+    EXPECT_EQ(fault(), "Input/output error");
+    write(frame(1));
+    relay->stop(0ms);
+    EXPECT_EQ(relay->counters().frames, 0U);
+}
+
+TEST_F(RelaySourceFaultTest, AModeThatCannotBeRestoredIsLogged) {
+    fail_fcntl(F_SETFL);
+    start();
+    write(frame(1));
+    ASSERT_TRUE(eventually([&] { return relay->counters().frames == 1; }));
+    relay->stop(0ms);
+    EXPECT_THAT(log(), ElementsAre("Failed to restore the blocking mode of descriptor " +
+                                   std::to_string(reading) + ": Input/output error\n"));
 }
 
 }  // namespace

@@ -166,7 +166,7 @@ TEST_F(RelayTest, ASecondRelayAtThePathIsRefused) {
 
 TEST_F(RelayTest, AfterItsSocketWasDeletedNewClientsAreServedBesideThoseThatAreThere) {
     Kit::RelayOptions options{kPath, 64, kNever};
-    options.look_after_every = 5ms;
+    options.check_socket_every = 5ms;
     relay = std::make_unique<Kit::Relay>(options);
     const Client before = connect();
     unlink(kPath);

@@ -23,7 +23,7 @@ TEST_F(PlayClientsTest, AClientThatTakesNothingIsDisconnectedAndReported) {
     const auto client = connect();
     const Outcome outcome = program->finish();
     EXPECT_EQ(outcome.status, 3);
-    EXPECT_THAT(outcome.err, HasSubstr("client 1 took no frame for 2000 ms and was dropped"));
+    EXPECT_THAT(outcome.err, HasSubstr("client 1 received no frame for 2000 ms; disconnected"));
     EXPECT_THAT(outcome.err, HasSubstr(", 1 client disconnected that took none\n"));
 }
 
