@@ -24,7 +24,7 @@ using std::chrono::milliseconds;
 
 constexpr size_t kPieceSize = 65536;
 
-/** How long a service whose backlog is full may take to accept a client. */
+/** The time limit for connecting to a service whose backlog is full. */
 constexpr time_t kConnectSeconds = 2;
 
 int connected_socket(std::string const& path) {
@@ -38,7 +38,7 @@ int connected_socket(std::string const& path) {
     throw InputError(path + ": cannot connect: " + errno_text(errno));
 }
 
-/** What poll() takes for the time until `deadline`, rounded up. */
+/** The time-out of poll() for `deadline`, rounded up. */
 int milliseconds_until(Clock::time_point deadline) {
     const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now()).count();
     return static_cast<int>(std::clamp<int64_t>(left, 0, 60 * 60 * 1000));
@@ -55,8 +55,7 @@ StreamClient::Result StreamClient::next(StreamFrame& frame, milliseconds timeout
     const Clock::time_point deadline = Clock::now() + timeout;
     for (;;) {
         if (state_ != Result::kFrame) return state_;
-        if (const std::optional<std::string> whole = parser_.next())
-            return take_frame(frame, *whole);
+        if (const std::optional<std::string> whole = parser_.next()) return decode(frame, *whole);
         if (parser_.fault()) {
             return end(Result::kForeign, "at byte " + std::to_string(parser_.fault()->offset) +
                                              ": " + parser_.fault()->reason);
@@ -77,29 +76,30 @@ void StreamClient::read_piece() {
     } else if (size < 0 && errno != EAGAIN && errno != EINTR) {
         end(Result::kFailed, errno_text(errno));
     } else if (size == 0 && parser_.pending() > 0) {
-        end(Result::kCut, "ended " + std::to_string(parser_.pending()) + " bytes into a frame");
+        end(Result::kTruncated,
+            "ended " + std::to_string(parser_.pending()) + " bytes into a frame");
     } else if (size == 0) {
         end(Result::kEnd, "");
     }
 }
 
-StreamClient::Result StreamClient::take_frame(StreamFrame& frame, std::string const& stream_frame) {
+StreamClient::Result StreamClient::decode(StreamFrame& frame, std::string const& stream_frame) {
     ++frames_;
     frame.payload.assign(stream_frame, kStreamHeaderSize, std::string::npos);
     if (frame.objects.ParseFromString(frame.payload)) return Result::kFrame;
-    what_is_wrong_ = "frame " + std::to_string(frames_) + ", " +
-                     std::to_string(frame.payload.size()) + " bytes, does not decode";
+    problem_ = "frame " + std::to_string(frames_) + ", " + std::to_string(frame.payload.size()) +
+               " bytes, does not decode";
     return Result::kUndecodable;
 }
 
-StreamClient::Result StreamClient::end(Result why, std::string const& what) {
-    state_ = why;
-    what_is_wrong_ = what;
-    return why;
+StreamClient::Result StreamClient::end(Result result, std::string const& problem) {
+    state_ = result;
+    problem_ = problem;
+    return result;
 }
 
 std::string const& StreamClient::problem() const noexcept {
-    return what_is_wrong_;
+    return problem_;
 }
 
 uint64_t StreamClient::bytes() const noexcept {

@@ -18,10 +18,10 @@ struct StreamFrame {
 };
 
 /**
- * Reads a target stream frame by frame, blocking for as long as the caller allows.
+ * Reads a target stream frame by frame, blocking up to a time limit.
  *
- * Owns its descriptor. One thread at a time. After kEnd, kCut, kForeign and kFailed the stream is
- * over, and next() gives the same answer again.
+ * Owns its descriptor. One thread at a time. After kEnd, kTruncated, kForeign and kFailed the
+ * stream is over, and next() returns the same result again.
  */
 class StreamClient {
 public:
@@ -30,8 +30,8 @@ public:
         kTimeout,      // no whole frame in time, or a signal interrupted the wait
         kUndecodable,  // a whole frame whose payload does not decode; the stream goes on
         kEnd,          // the stream ended between two frames
-        kCut,          // the stream ended inside a frame
-        kForeign,      // the bytes are no target stream, or no longer
+        kTruncated,    // the stream ended mid-frame
+        kForeign,      // the bytes are not, or no longer, a target stream
         kFailed        // the descriptor could not be read
     };
 
@@ -42,7 +42,7 @@ public:
      */
     explicit StreamClient(std::string const& path);
 
-    /** Reads from `fd`, a socket, a pipe or a file, which this object owns from now on. */
+    /** Reads from `fd`, a socket, a pipe or a file, and owns it from now on. */
     explicit StreamClient(int fd);
     StreamClient(StreamClient const&) = delete;
     StreamClient& operator=(StreamClient const&) = delete;
@@ -50,32 +50,32 @@ public:
     /**
      * Waits for the next frame.
      *
-     * @param frame gets the frame; on kUndecodable its payload only; else is left alone.
-     * @param timeout 0 takes what is there; a negative time waits without limit.
+     * @param frame is set to the frame; on kUndecodable only its payload; otherwise unchanged.
+     * @param timeout 0 does not wait; a negative time waits without limit.
      */
     [[nodiscard]] Result next(StreamFrame& frame, std::chrono::milliseconds timeout);
 
-    /** What was wrong, for kUndecodable, kCut, kForeign and kFailed: one line, without the name of
-     * the stream. */
+    /** The defect, for kUndecodable, kTruncated, kForeign and kFailed: one line, without the name
+     * of the stream. */
     std::string const& problem() const noexcept;
 
-    /** The number of bytes of the whole frames that were read, headers included. */
+    /** The bytes of the whole frames read so far, headers included. */
     uint64_t bytes() const noexcept;
 
-    /** The descriptor; this object's. */
+    /** The descriptor, which stays this object's. */
     int fd() const noexcept;
 
 private:
-    Result take_frame(StreamFrame& frame, std::string const& stream_frame);
+    Result decode(StreamFrame& frame, std::string const& stream_frame);
     void read_piece();
-    Result end(Result why, std::string const& what);
+    Result end(Result result, std::string const& problem);
 
     FileDescriptor stream_;
     StreamParser parser_;
     std::unique_ptr<char[]> piece_;
     uint64_t frames_ = 0;
-    Result state_ = Result::kFrame;  // anything but a result that ends the stream: it goes on
-    std::string what_is_wrong_;
+    Result state_ = Result::kFrame;  // or the result that ended the stream
+    std::string problem_;
 };
 
 }  // namespace Kit

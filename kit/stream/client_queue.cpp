@@ -18,27 +18,27 @@ void ClientQueue::push(SharedFrame frame, Clock::time_point now) {
 ClientQueue::Turn ClientQueue::begin_turn(size_t max_frames) {
     held_ = std::min(max_frames, frames_.size());
     const auto end = frames_.begin() + static_cast<std::ptrdiff_t>(held_);
-    return {std::vector<SharedFrame>(frames_.begin(), end), first_taken_};
+    return {std::vector<SharedFrame>(frames_.begin(), end), first_sent_};
 }
 
-void ClientQueue::end_turn(size_t taken, Clock::time_point now) {
-    sent_bytes_ += taken;
-    first_taken_ += taken;
-    while (!frames_.empty() && first_taken_ >= frames_.front()->size()) {
-        first_taken_ -= frames_.front()->size();
+void ClientQueue::end_turn(size_t sent, Clock::time_point now) {
+    bytes_sent_ += sent;
+    first_sent_ += sent;
+    while (!frames_.empty() && first_sent_ >= frames_.front()->size()) {
+        first_sent_ -= frames_.front()->size();
         bytes_ -= frames_.front()->size();
         frames_.pop_front();
-        ++sent_;
+        ++frames_sent_;
         since_ = now;
     }
-    held_ = first_taken_ > 0 ? 1 : 0;
+    held_ = first_sent_ > 0 ? 1 : 0;
     drop_above_limits();
 }
 
 void ClientQueue::drop_above_limits() {
     while (frames_.size() - held_ > limit_) drop(held_);
     const size_t outgoing = std::max<size_t>(held_, 1);
-    while (frames_.size() > outgoing + 1 && bytes_behind(outgoing) > byte_limit_) drop(outgoing);
+    while (frames_.size() > outgoing + 1 && bytes_after(outgoing) > byte_limit_) drop(outgoing);
 }
 
 void ClientQueue::drop(size_t index) {
@@ -48,10 +48,10 @@ void ClientQueue::drop(size_t index) {
     ++dropped_;
 }
 
-size_t ClientQueue::bytes_behind(size_t count) const {
-    size_t behind = bytes_;
-    for (size_t i = 0; i < count; ++i) behind -= frames_[i]->size();
-    return behind;
+size_t ClientQueue::bytes_after(size_t count) const {
+    size_t after = bytes_;
+    for (size_t i = 0; i < count; ++i) after -= frames_[i]->size();
+    return after;
 }
 
 bool ClientQueue::empty() const noexcept {
@@ -67,11 +67,11 @@ ClientQueue::Clock::time_point ClientQueue::waiting_since() const noexcept {
 }
 
 uint64_t ClientQueue::frames_sent() const noexcept {
-    return sent_;
+    return frames_sent_;
 }
 
 uint64_t ClientQueue::bytes_sent() const noexcept {
-    return sent_bytes_;
+    return bytes_sent_;
 }
 
 uint64_t ClientQueue::frames_dropped() const noexcept {

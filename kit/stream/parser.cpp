@@ -28,17 +28,17 @@ std::string hex(std::string_view bytes) {
 
 StreamParser::StreamParser(uint32_t max_payload) : max_payload_(max_payload) {}
 
-void StreamParser::append(std::string_view more) {
-    if (found_) return;
+void StreamParser::append(std::string_view bytes) {
+    if (fault_) return;
     bytes_.erase(0, begin_);
     begin_ = 0;
-    bytes_ += more;
+    bytes_ += bytes;
 }
 
 std::optional<std::string> StreamParser::next() {
-    if (found_ || !magic_is_right() || pending() < kStreamHeaderSize) return std::nullopt;
+    if (fault_ || !magic_is_valid() || pending() < kStreamHeaderSize) return std::nullopt;
     const uint32_t length = read_word(bytes_, begin_ + 4);
-    if (!length_is_right(length)) return std::nullopt;
+    if (!length_is_valid(length)) return std::nullopt;
     const size_t size = kStreamHeaderSize + length;
     if (pending() < size) return std::nullopt;
     std::string frame = bytes_.substr(begin_, size);
@@ -47,25 +47,25 @@ std::optional<std::string> StreamParser::next() {
     return frame;
 }
 
-// Compares what is there of the magic, so that foreign bytes are noticed although fewer than a
-// header's came.
-bool StreamParser::magic_is_right() {
-    const std::string_view there = std::string_view(bytes_).substr(begin_, kMagicBytes.size());
-    if (there == kMagicBytes.substr(0, there.size())) return true;
-    found_ = StreamFault{stream_offset_, hex(there) + " in place of the magic " + hex(kMagicBytes)};
+// Compares the bytes of the magic that have arrived, so that foreign bytes are detected even when
+// they are fewer than a header.
+bool StreamParser::magic_is_valid() {
+    const std::string_view found = std::string_view(bytes_).substr(begin_, kMagicBytes.size());
+    if (found == kMagicBytes.substr(0, found.size())) return true;
+    fault_ = StreamFault{stream_offset_, hex(found) + " in place of the magic " + hex(kMagicBytes)};
     return false;
 }
 
-bool StreamParser::length_is_right(uint32_t length) {
+bool StreamParser::length_is_valid(uint32_t length) {
     if (length <= max_payload_) return true;
-    found_ =
+    fault_ =
         StreamFault{stream_offset_, "length " + std::to_string(length) + " is over the limit of " +
                                         std::to_string(max_payload_) + " bytes"};
     return false;
 }
 
 std::optional<StreamFault> const& StreamParser::fault() const noexcept {
-    return found_;
+    return fault_;
 }
 
 size_t StreamParser::pending() const noexcept {
@@ -80,7 +80,7 @@ void StreamParser::reset() {
     bytes_.clear();
     begin_ = 0;
     stream_offset_ = 0;
-    found_.reset();
+    fault_.reset();
 }
 
 }  // namespace Kit

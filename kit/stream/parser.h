@@ -12,21 +12,21 @@ namespace Kit {
 
 /** Why bytes are no target stream. */
 struct StreamFault {
-    /** Where the frame begins that is none, in bytes from the start of the stream. */
+    /** Where the next frame should begin, in bytes from the start of the stream. */
     uint64_t offset;
-    /** What is wrong there: "12 34 56 78 in place of the magic 02 71 bb 01". */
+    /** The defect: "12 34 56 78 in place of the magic 02 71 bb 01". */
     std::string reason;
 };
 
 /**
- * Cuts a target stream that arrives in pieces of any size into its frames:
+ * Splits a target stream that arrives in pieces of any size into its frames:
  *
  *     parser.append(bytes);
  *     while (std::optional<std::string> frame = parser.next()) use(*frame);
  *     if (parser.fault()) ...
  *
- * Holds the bytes that are no whole frame yet: at most one piece and one frame. One thread at a
- * time. After a fault the boundaries of frames are lost: the object yields no more frames and
+ * Holds the bytes of the frame that is not whole yet: at most one piece and one frame. One thread
+ * at a time. After a fault the frame boundaries are lost: the object returns no more frames and
  * ignores what is appended, until reset().
  */
 class StreamParser {
@@ -38,15 +38,15 @@ public:
     void append(std::string_view bytes);
 
     /**
-     * Takes the next whole frame, header included. Returns nothing when more bytes are needed or
-     * the stream is at fault. The payload is not looked into.
+     * Removes and returns the next whole frame, header included. Returns nothing when more bytes
+     * are needed or after a fault. The payload is not decoded.
      */
     [[nodiscard]] std::optional<std::string> next();
 
-    /** What is wrong with the stream; nothing while it is well-formed. */
+    /** The fault of the stream; nothing while it is well-formed. */
     std::optional<StreamFault> const& fault() const noexcept;
 
-    /** The number of bytes that belong to a frame that is not whole yet; 0 between two frames. */
+    /** The number of bytes of the frame that is not whole yet; 0 between two frames. */
     size_t pending() const noexcept;
 
     /** The number of bytes that next() has returned. */
@@ -56,14 +56,14 @@ public:
     void reset();
 
 private:
-    bool magic_is_right();
-    bool length_is_right(uint32_t length);
+    bool magic_is_valid();
+    bool length_is_valid(uint32_t length);
 
     uint32_t max_payload_;
     std::string bytes_;
-    size_t begin_ = 0;  // of the next frame, in `bytes`
+    size_t begin_ = 0;  // of the next frame, in bytes_
     uint64_t stream_offset_ = 0;
-    std::optional<StreamFault> found_;
+    std::optional<StreamFault> fault_;
 };
 
 }  // namespace Kit

@@ -48,7 +48,7 @@ bool StreamInput::use(Result result, InputHandler& items) {
         case Result::kUndecodable:
             report(Kit::FindingKind::kUndecodable, items);
             return true;
-        case Result::kCut:
+        case Result::kTruncated:
             ended_ = true;
             report(Kit::FindingKind::kCutShort, items);
             return true;

@@ -106,7 +106,7 @@ private:
                 return view_->tell(client_->problem(), true);
             case Result::kEnd:
                 return lose_stream("the stream ended", false);
-            case Result::kCut:
+            case Result::kTruncated:
                 ++cut_;
                 ++status_.lost_frames;
                 return lose_stream("the stream " + client_->problem(), true);

@@ -102,7 +102,7 @@ TEST_F(ClientQueueTest, WaitingBeginsWithTheFirstFrameInAnEmptyQueue) {
     EXPECT_EQ(queue.waiting_since(), after_ms(5));
 }
 
-TEST_F(ClientQueueTest, WaitingBeginsAnewWithEveryWholeFrame) {
+TEST_F(ClientQueueTest, WaitingBeginsAgainWithEveryWholeFrame) {
     push("ab", 5);
     write(10, 8);
     EXPECT_EQ(queue.waiting_since(), after_ms(8));
@@ -130,7 +130,7 @@ protected:
     }
 };
 
-TEST_F(ClientQueueOfFewBytesTest, TheOldestFramesBehindTheOutgoingOneAreDropped) {
+TEST_F(ClientQueueOfFewBytesTest, TheOldestFramesAfterTheOutgoingOneAreDropped) {
     push("abcdef");
     EXPECT_EQ(waiting(), "aef");
     EXPECT_EQ(queue.frames_dropped(), 3U);

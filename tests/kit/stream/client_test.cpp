@@ -44,7 +44,7 @@ protected:
     int service = -1;
 };
 
-TEST_F(StreamClientTest, AFrameIsGivenDecodedAndAsItWasSent) {
+TEST_F(StreamClientTest, AFrameIsReturnedDecodedAndAsItWasSent) {
     send(frame(7));
     ASSERT_EQ(next(), Result::kFrame);
     EXPECT_EQ(received.objects.timestamp(), 7U);
@@ -52,7 +52,7 @@ TEST_F(StreamClientTest, AFrameIsGivenDecodedAndAsItWasSent) {
     EXPECT_EQ(received.payload, stream_test::payload(7));
 }
 
-TEST_F(StreamClientTest, FramesThatArriveTogetherAreGivenOneByOne) {
+TEST_F(StreamClientTest, FramesThatArriveTogetherAreReturnedOneByOne) {
     send(frames(1, 2));
     ASSERT_EQ(next(), Result::kFrame);
     ASSERT_EQ(next(0), Result::kFrame);
@@ -67,7 +67,7 @@ TEST_F(StreamClientTest, AFrameThatIsNotWholeInTimeIsATimeout) {
     EXPECT_EQ(next(), Result::kFrame);
 }
 
-TEST_F(StreamClientTest, WithoutTimeOnlyWhatIsThereIsTaken) {
+TEST_F(StreamClientTest, WithoutTimeOnlyAFrameThatHasArrivedIsReturned) {
     EXPECT_EQ(next(0), Result::kTimeout);
     send(frame(1));
     EXPECT_EQ(next(0), Result::kFrame);
@@ -96,15 +96,15 @@ TEST_F(StreamClientTest, TheEndBetweenTwoFramesIsTheEnd) {
     EXPECT_EQ(next(), Result::kEnd);
 }
 
-TEST_F(StreamClientTest, TheEndInsideAFrameIsACut) {
+TEST_F(StreamClientTest, TheEndInsideAFrameIsATruncation) {
     send(frame(1) + frame(2).substr(0, 13));
     hang_up();
     ASSERT_EQ(next(), Result::kFrame);
-    EXPECT_EQ(next(), Result::kCut);
+    EXPECT_EQ(next(), Result::kTruncated);
     EXPECT_EQ(client->problem(), "ended 13 bytes into a frame");
 }
 
-TEST_F(StreamClientTest, ForeignBytesAreToldFromTheEnd) {
+TEST_F(StreamClientTest, ForeignBytesAreDistinguishedFromTheEnd) {
     send(frame(1) + "not a radar");
     ASSERT_EQ(next(), Result::kFrame);
     EXPECT_EQ(next(), Result::kForeign);

@@ -17,14 +17,14 @@ TEST(StreamFormatTest, AFrameIsAStreamFrame) {
     EXPECT_TRUE(Kit::is_stream_frame(stream_test::frame(1)));
 }
 
-TEST(StreamFormatTest, AHeaderThatIsCutIsNoStreamFrame) {
+TEST(StreamFormatTest, ATruncatedHeaderIsNoStreamFrame) {
     EXPECT_FALSE(Kit::is_stream_frame(stream_test::frame(1).substr(0, 7)));
 }
 
-TEST(StreamFormatTest, AFrameThatIsCutIsNoStreamFrame) {
-    std::string cut = stream_test::frame(1);
-    cut.pop_back();
-    EXPECT_FALSE(Kit::is_stream_frame(cut));
+TEST(StreamFormatTest, ATruncatedFrameIsNoStreamFrame) {
+    std::string truncated = stream_test::frame(1);
+    truncated.pop_back();
+    EXPECT_FALSE(Kit::is_stream_frame(truncated));
 }
 
 TEST(StreamFormatTest, TwoFramesAreNoStreamFrame) {

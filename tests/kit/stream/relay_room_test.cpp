@@ -8,7 +8,7 @@
 #include <atomic>
 #include <thread>
 
-#include "kit/base/input_error.h"
+#include "kit/base/error.h"
 #include "kit/stream/unix_address.h"
 #include "tests/kit/stream/relay_fixture.h"
 
