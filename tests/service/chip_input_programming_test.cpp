@@ -19,12 +19,12 @@ TEST_F(ChipProgrammingTest, TheChipIsProgrammedWithTheSettings) {
     settings.nearest = 0.3;
     settings.farthest = 60;
     open(settings);
-    EXPECT_EQ(registers_.look(kEnable), 1U);
-    EXPECT_EQ(registers_.look(kFrameRate), 25U);
-    EXPECT_EQ(registers_.look(kMaxTargets), 32U);
-    EXPECT_EQ(registers_.look(kMinimumSnr), 1250U);
-    EXPECT_EQ(registers_.look(kNearest), 30U);
-    EXPECT_EQ(registers_.look(kFarthest), 6000U);
+    EXPECT_EQ(chip_.field(kEnable), 1U);
+    EXPECT_EQ(chip_.field(kFrameRate), 25U);
+    EXPECT_EQ(chip_.field(kMaxTargets), 32U);
+    EXPECT_EQ(chip_.field(kMinimumSnr), 1250U);
+    EXPECT_EQ(chip_.field(kNearest), 30U);
+    EXPECT_EQ(chip_.field(kFarthest), 6000U);
 }
 
 TEST_F(ChipProgrammingTest, SettingsBeyondARegisterAreLimitedToIt) {
@@ -34,23 +34,23 @@ TEST_F(ChipProgrammingTest, SettingsBeyondARegisterAreLimitedToIt) {
     settings.farthest = 1000;
     settings.nearest = -1;
     open(settings);
-    EXPECT_EQ(registers_.look(kFrameRate), 255U);
-    EXPECT_EQ(registers_.look(kMaxTargets), 64U);
-    EXPECT_EQ(registers_.look(kFarthest), 65535U);
-    EXPECT_EQ(registers_.look(kNearest), 0U);
+    EXPECT_EQ(chip_.field(kFrameRate), 255U);
+    EXPECT_EQ(chip_.field(kMaxTargets), 64U);
+    EXPECT_EQ(chip_.field(kFarthest), 65535U);
+    EXPECT_EQ(chip_.field(kNearest), 0U);
 }
 
 TEST_F(ChipProgrammingTest, AChipThatIsRunningAlreadyIsResetFirst) {
     open();
     measure({1.0F});
     open();
-    EXPECT_EQ(registers_.look(kWaiting), 0U);
+    EXPECT_EQ(chip_.field(kWaiting), 0U);
     measure({1.0F});
     EXPECT_TRUE(poll());
 }
 
 TEST_F(ChipProgrammingTest, ADeviceThatCannotBeOpenedIsReportedByTheLibrary) {
-    calls_.open = test_support::fails_with(ENODEV);
+    device_.calls.open = test_support::fails_with(ENODEV);
     try {
         open();
         FAIL() << "nothing was thrown";
@@ -60,43 +60,43 @@ TEST_F(ChipProgrammingTest, ADeviceThatCannotBeOpenedIsReportedByTheLibrary) {
 }
 
 TEST_F(ChipProgrammingTest, ABusThatFailsWhileProgrammingIsReportedByTheLibrary) {
-    fail_message(6);
+    device_.fail_message(6);
     EXPECT_THROW(open(), std::system_error);
 }
 
 TEST_F(ChipProgrammingTest, ABusOfZerosIsNoChip) {
-    registers_.answers[kIdentification] = 0;
+    chip_.answers[kIdentification] = 0;
     EXPECT_EQ(
         refusal(),
         "/dev/spidev0.0: no chip answers to command byte 32, identification reads 0x00000000");
 }
 
 TEST_F(ChipProgrammingTest, ABusOfOnesIsNoChip) {
-    registers_.answers[kIdentification] = kAllOnes;
+    chip_.answers[kIdentification] = kAllOnes;
     EXPECT_EQ(
         refusal(),
         "/dev/spidev0.0: no chip answers to command byte 32, identification reads 0xffffffff");
 }
 
 TEST_F(ChipProgrammingTest, AnotherChipIsRefusedAndNotWrittenTo) {
-    registers_.answers[kIdentification] = 0x12345678;
+    chip_.answers[kIdentification] = 0x12345678;
     EXPECT_EQ(refusal(),
               "/dev/spidev0.0: another chip, identification reads 0x12345678, not 0x31445250");
-    EXPECT_EQ(registers_.messages, 1);
+    EXPECT_EQ(chip_.traffic(), 1);
 }
 
 TEST_F(ChipProgrammingTest, AnotherMajorVersionIsRefused) {
-    registers_.answers[kVersion] = 0x00020000;
+    chip_.answers[kVersion] = 0x00020000;
     EXPECT_EQ(refusal(), "/dev/spidev0.0: version 2 of the chip, version 1 is known");
 }
 
 TEST_F(ChipProgrammingTest, AnotherMinorVersionIsWelcome) {
-    registers_.answers[kVersion] = 0x00010203;
+    chip_.answers[kVersion] = 0x00010203;
     EXPECT_EQ(refusal(), "none");
 }
 
 TEST_F(ChipProgrammingTest, AChipThatDoesNotTakeWritesIsRefused) {
-    registers_.deaf_address = kScratch;
+    chip_.deaf_address = kScratch;
     EXPECT_EQ(refusal(),
               "/dev/spidev0.0: what is written does not arrive, scratch reads 0x00000000, not "
               "0xa55a3cc3");
@@ -105,7 +105,7 @@ TEST_F(ChipProgrammingTest, AChipThatDoesNotTakeWritesIsRefused) {
 TEST_F(ChipProgrammingTest, CountsWhatProgrammingTook) {
     input_ = std::make_unique<Service::ChipInput>(Service::ChipSettings());
     const Service::ChipCounters counters = input_->counters();
-    EXPECT_EQ(counters.reads + counters.writes, static_cast<uint64_t>(registers_.messages));
+    EXPECT_EQ(counters.reads + counters.writes, static_cast<uint64_t>(chip_.traffic()));
 }
 
 }  // namespace

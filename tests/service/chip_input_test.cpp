@@ -16,7 +16,7 @@ protected:
 TEST_F(ChipInputTest, WithoutAFrameAPollCostsOneRead) {
     EXPECT_FALSE(poll());
     EXPECT_EQ(input_->problem(), "");
-    EXPECT_EQ(registers_.messages, 1);
+    EXPECT_EQ(chip_.traffic(), 1);
 }
 
 TEST_F(ChipInputTest, AFrameArrivesWithAllItHas) {
@@ -30,7 +30,7 @@ TEST_F(ChipInputTest, AFrameArrivesWithAllItHas) {
     target.set_options(0xBEEF);
     target.set_snr(18.25F);
     sent.set_magic(29061378);
-    registers_.chip.measure(sent, {});
+    chip_.chip.measure(sent, {});
     ASSERT_TRUE(poll());
     EXPECT_EQ(frame_.DebugString(), sent.DebugString());
 }
@@ -46,7 +46,7 @@ TEST_F(ChipInputTest, AFullFrameCostsAsManyMessagesAsThePageSays) {
     measure(std::vector<float>(64, 1.0F));
     ASSERT_TRUE(poll());
     EXPECT_EQ(frame_.targets_size(), 64);
-    EXPECT_EQ(registers_.messages, messages_per_frame(64));
+    EXPECT_EQ(chip_.traffic(), messages_per_frame(64));
 }
 
 TEST_F(ChipInputTest, FramesArriveInOrderEachOnce) {
@@ -91,7 +91,7 @@ TEST_F(ChipInputTest, CountsItsReadsAndWrites) {
 TEST_F(ChipInputTest, WhereverTheBusFailsTheFrameArrivesAtTheNextPoll) {
     for (int message = 1; message <= messages_per_frame(1); ++message) {
         measure({1.0F}, static_cast<uint64_t>(message));
-        fail_message(message);
+        device_.fail_message(message);
         EXPECT_FALSE(poll()) << message;
         EXPECT_EQ(input_->problem(), "SPI communication failed: Input/output error") << message;
         ASSERT_TRUE(poll()) << message;
@@ -104,10 +104,10 @@ TEST_F(ChipInputTest, WhereverTheBusFailsTheFrameArrivesAtTheNextPoll) {
 TEST_F(ChipInputTest, AFrameThatSomebodyElseTookIsNotReturned) {
     measure({1.0F}, 1);
     measure({2.0F}, 2);
-    registers_.on_read = [this](uint16_t address) {
+    chip_.on_read = [this](uint16_t address) {
         if (address != target_register(0, 1)) return;
-        registers_.on_read = nullptr;
-        registers_.chip.write(kAcknowledge, 1, kAllOnes);
+        chip_.on_read = nullptr;
+        chip_.chip.write(kAcknowledge, 1, kAllOnes);
     };
     EXPECT_FALSE(poll());
     EXPECT_EQ(input_->counters().torn, 1U);
@@ -118,9 +118,9 @@ TEST_F(ChipInputTest, AFrameThatSomebodyElseTookIsNotReturned) {
 TEST_F(ChipInputTest, AFrameWhoseAcknowledgementWasLostIsReturnedOnce) {
     measure({1.0F}, 1);
     measure({2.0F}, 2);
-    registers_.deaf_address = kAcknowledge;
+    chip_.deaf_address = kAcknowledge;
     EXPECT_TRUE(poll());
-    registers_.deaf_address = -1;
+    chip_.deaf_address = -1;
     EXPECT_FALSE(poll());
     ASSERT_TRUE(poll());
     EXPECT_EQ(frame_.timestamp(), 2U);
@@ -128,7 +128,7 @@ TEST_F(ChipInputTest, AFrameWhoseAcknowledgementWasLostIsReturnedOnce) {
 
 TEST_F(ChipInputTest, TheInputHasEndedWhenTheLastFrameWasRead) {
     measure({1.0F});
-    registers_.chip.end_input();
+    chip_.chip.end_input();
     EXPECT_TRUE(poll());
     EXPECT_FALSE(input_->ended());
     EXPECT_FALSE(poll());
@@ -136,14 +136,14 @@ TEST_F(ChipInputTest, TheInputHasEndedWhenTheLastFrameWasRead) {
 }
 
 TEST_F(ChipInputTest, AChipThatLostItsSettingsIsAProblem) {
-    registers_.chip.write(kReset, kResetKey, kAllOnes);
+    chip_.chip.write(kReset, kResetKey, kAllOnes);
     EXPECT_FALSE(poll());
     EXPECT_EQ(input_->problem(),
               "/dev/spidev0.0: the chip has stopped measuring, status reads 0x00000000");
 }
 
 TEST_F(ChipInputTest, AStatusOfOnesIsAProblem) {
-    registers_.answers[kStatus] = kAllOnes;
+    chip_.answers[kStatus] = kAllOnes;
     EXPECT_FALSE(poll());
     EXPECT_EQ(input_->problem(),
               "/dev/spidev0.0: the chip does not answer, status reads 0xffffffff");
@@ -152,7 +152,7 @@ TEST_F(ChipInputTest, AStatusOfOnesIsAProblem) {
 
 TEST_F(ChipInputTest, ACountThatTheWindowHasNoRoomForIsAProblem) {
     measure({1.0F});
-    registers_.answers[kFrame] = 65;
+    chip_.answers[kFrame] = 65;
     EXPECT_FALSE(poll());
     EXPECT_EQ(input_->problem(), "/dev/spidev0.0: a frame of 65 targets, the chip has room for 64");
 }

@@ -1,18 +1,12 @@
 #include "service/chip_reader.h"
 
 #include <gmock/gmock.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <memory>
 
-#include "chip/client_memory.h"
-#include "chip/radar_chip.h"
-#include "chip/spi_slave.h"
-#include "chip/spidev.h"
 #include "tests/support/captured_log.h"
+#include "tests/support/chip_device.h"
 #include "tests/support/recordings.h"
-#include "tests/support/system_calls.h"
 
 namespace {
 
@@ -21,20 +15,10 @@ using test_support::LogLine;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/** A chip on the other side of the system calls, which can be taken away and given back. */
+/** The reader of a chip in this process, which can be disconnected. */
 class ChipReaderTest : public testing::Test {
 protected:
     ChipReaderTest() {
-        calls_.open = [this](char const*, int) {
-            ++opened_;
-            if (there_) return kFd;
-            errno = ENODEV;
-            return -1;
-        };
-        calls_.close = [](int fd) { return fd == kFd ? 0 : test_support::real_close(fd); };
-        calls_.ioctl = [this](int, unsigned long request, void* argument) {
-            return transfer(static_cast<unsigned>(request), argument);
-        };
         reader_ = std::make_unique<Service::ChipReader>(options_, [this] { return now_; });
         test_support::clear_log();
     }
@@ -47,30 +31,12 @@ protected:
     }
 
     Service::Options options_;
-    Chip::RadarChip chip_;
-    Chip::SpiSlave slave_{chip_, Kit::DemoChip::kCommandByte};
-    Chip::Spidev device_{slave_};
-    Chip::ProcessMemory memory_{getpid()};
-    test_support::SystemCalls calls_;
-    bool there_ = true;
-    int opened_ = 0;
+    test_support::ChipDevice device_;
+    Chip::RadarChip& chip_ = device_.chip.chip;
     Input::Clock::time_point now_;
     std::unique_ptr<Service::ChipReader> reader_;
     RO::RadarObjects frame_;
     Service::FrameConditions conditions_;
-
-private:
-    static constexpr int kFd = 1000;
-
-    int transfer(unsigned request, void* argument) {
-        auto const* bytes = static_cast<uint8_t const*>(argument);
-        const Chip::Spidev::Reply reply =
-            there_ ? device_.control(request, {bytes, bytes + _IOC_SIZE(request)}, memory_)
-                   : Chip::Spidev::Reply{-ENOTCONN, {}};
-        if (reply.result >= 0) return reply.result;
-        errno = -reply.result;
-        return -1;
-    }
 };
 
 TEST_F(ChipReaderTest, AFrameOfTheChipIsTaken) {
@@ -136,13 +102,13 @@ TEST_F(ChipReaderTest, FramesThatTheChipHasDroppedAreLogged) {
 }
 
 TEST_F(ChipReaderTest, ADeviceThatHasGoneIsASilentInput) {
-    there_ = false;
+    device_.connected = false;
     EXPECT_EQ(next(), Input::Result::kNothing);
     EXPECT_EQ(next(), Input::Result::kNothing);
 }
 
 TEST_F(ChipReaderTest, ADeviceThatHasGoneIsLoggedOnce) {
-    there_ = false;
+    device_.connected = false;
     next();
     next();
     EXPECT_THAT(test_support::captured_log(),
@@ -152,7 +118,7 @@ TEST_F(ChipReaderTest, ADeviceThatHasGoneIsLoggedOnce) {
 }
 
 TEST_F(ChipReaderTest, ADeviceThatHasGoneIsToldInTheStatus) {
-    there_ = false;
+    device_.connected = false;
     next();
     EXPECT_EQ(reader_->status().errors, 1U);
     EXPECT_EQ(reader_->status().last_error,
@@ -160,22 +126,22 @@ TEST_F(ChipReaderTest, ADeviceThatHasGoneIsToldInTheStatus) {
 }
 
 TEST_F(ChipReaderTest, ADeviceThatHasGoneIsOpenedAgainOnceASecond) {
-    there_ = false;
+    device_.connected = false;
     next();
-    const int before = opened_;
+    const int before = device_.opened;
     now_ += std::chrono::milliseconds(999);
     next();
-    EXPECT_EQ(opened_, before);
+    EXPECT_EQ(device_.opened, before);
     now_ += std::chrono::milliseconds(1);
     next();
     next();
-    EXPECT_EQ(opened_, before + 1);
+    EXPECT_EQ(device_.opened, before + 1);
 }
 
 TEST_F(ChipReaderTest, ADeviceThatIsBackIsProgrammedAndReadAgain) {
-    there_ = false;
+    device_.connected = false;
     next();
-    there_ = true;
+    device_.connected = true;
     chip_.write(Kit::DemoChip::kReset, Kit::DemoChip::kResetKey, 0xFFFFFFFF);
     now_ += std::chrono::seconds(1);
     next();

@@ -1,6 +1,7 @@
 #include <csignal>
 
 #include "tests/service/host_fixture.h"
+#include "tests/support/eventually.h"
 
 /** What the running program tells the service manager. */
 namespace {
@@ -50,12 +51,9 @@ TEST_F(HostNotifyTest, StoppingIsTold) {
 
 TEST_F(HostNotifyTest, WithoutAManagerTheServiceWorks) {
     start({"--input", "scene"}, {{"NOTIFY_SOCKET", ""}});
-    // Nothing tells when it is ready; the status does when it is there.
-    const auto deadline = std::chrono::steady_clock::now() + service_test::kPatience;
-    while (access(host_->status_socket().c_str(), F_OK) != 0 &&
-           std::chrono::steady_clock::now() < deadline) {
-        service_test::pause_shortly();
-    }
+    // Nothing reports when it is ready; the status socket does by its existence.
+    ASSERT_TRUE(test_support::eventually(
+        [this] { return access(host_->status_socket().c_str(), F_OK) == 0; }));
     EXPECT_EQ(host_->status()["state"], "running");
 }
 

@@ -1,6 +1,7 @@
 #include <csignal>
 
 #include "tests/service/host_fixture.h"
+#include "tests/support/eventually.h"
 
 /** What the running program tells about itself. */
 namespace {
@@ -134,7 +135,7 @@ TEST_F(HostStatusTest, AStopOfTheWholeServiceIsMissingDataAndNoError) {
     start_scene("WatchdogTimeout=1\n");
     host_->signal(SIGSTOP);
     const auto later = std::chrono::steady_clock::now() + std::chrono::milliseconds(1100);
-    while (std::chrono::steady_clock::now() < later) service_test::pause_shortly();
+    ASSERT_TRUE(test_support::eventually([&] { return std::chrono::steady_clock::now() > later; }));
     host_->signal(SIGCONT);
     const json status = host_->await_status([](json const& document) {
         return document["watchdog"]["expirations"] != "0" && !has_failed(document);

@@ -6,6 +6,7 @@
 
 #include "kit/stream/client.h"
 #include "tests/service/host_fixture.h"
+#include "tests/support/eventually.h"
 
 /** What the consumers of the running program get. */
 namespace {
@@ -22,7 +23,7 @@ std::vector<RO::RadarObjects> next_frames(StreamClient& client, int count) {
     std::vector<RO::RadarObjects> frames;
     StreamFrame frame;
     for (int i = 0; i < count; ++i) {
-        if (client.next(frame, service_test::kPatience) != StreamClient::Result::kFrame) break;
+        if (client.next(frame, test_support::kPatience) != StreamClient::Result::kFrame) break;
         frames.push_back(frame.objects);
     }
     return frames;

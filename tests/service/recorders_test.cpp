@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "tests/service/recorders_fixture.h"
+#include "tests/support/eventually.h"
 
 namespace {
 
@@ -163,11 +164,8 @@ TEST_F(RecordersTest, TryingADirectoryOutLeavesNothing) {
 TEST_F(RecordersTest, TheStatusNamesTheFileBeingWritten) {
     start();
     record(1);
-    const auto deadline = Recorders::Clock::now() + std::chrono::seconds(30);
-    while (recorders_->status()["objects"].frames_written < 1 &&
-           Recorders::Clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
+    ASSERT_TRUE(test_support::eventually(
+        [this] { return recorders_->status()["objects"].frames_written > 0; }));
     const Kit::RecorderStatus status = recorders_->status()["objects"];
     EXPECT_EQ(status.file, "/tmp/" + recordings_in("/tmp", "radar").at(0));
     EXPECT_EQ(status.frames, 1U);

@@ -13,6 +13,7 @@
 #include "kit/recording/format.h"
 #include "service/log_tap.h"
 #include "tests/support/captured_log.h"
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/system_calls.h"
 
@@ -204,10 +205,7 @@ TEST_F(RecordingWatchTest, AnotherMediumInPlaceOfTheDirectoryIsNoticed) {
     watch();
     ASSERT_EQ(mount("tmpfs", kDirectory, "tmpfs", 0, nullptr), 0);
     complete(kName);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (watch_->files(0).completed == 0 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    ASSERT_TRUE(test_support::eventually([this] { return watch_->files(0).completed > 0; }));
     EXPECT_EQ(watch_->files(0).flushed, 1U);
 }
 

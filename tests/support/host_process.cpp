@@ -11,7 +11,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <sstream>
-#include <thread>
 
 #include "tests/support/private_paths.h"
 
@@ -124,12 +123,10 @@ bool HostProcess::has_ended() {
 }
 
 int HostProcess::wait() {
-    for (const auto deadline = Clock::now() + kPatience; !has_ended();) {
-        if (Clock::now() > deadline) {
-            ADD_FAILURE() << "the service does not end: " << errors();
-            kill(pid_, SIGKILL);
-        }
-        pause_shortly();
+    if (!test_support::eventually([this] { return has_ended(); })) {
+        ADD_FAILURE() << "the service does not end: " << errors();
+        kill(pid_, SIGKILL);
+        EXPECT_TRUE(test_support::eventually([this] { return has_ended(); }));
     }
     return exit_status_;
 }
@@ -173,17 +170,14 @@ std::string read_to_end(Kit::FileDescriptor const& stream) {
     std::string text;
     for (;;) {
         pollfd wait = {stream.get(), POLLIN, 0};
-        const int patience_ms = static_cast<int>(std::chrono::milliseconds(kPatience).count());
+        const int patience_ms =
+            static_cast<int>(std::chrono::milliseconds(test_support::kPatience).count());
         EXPECT_EQ(poll(&wait, 1, patience_ms), 1) << "nothing to read";
         char bytes[4096];
         const ssize_t size = wait.revents != 0 ? read(stream.get(), bytes, sizeof(bytes)) : 0;
         if (size <= 0) return text;
         text.append(bytes, static_cast<size_t>(size));
     }
-}
-
-void pause_shortly() {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
 }
 
 }  // namespace service_test

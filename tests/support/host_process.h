@@ -9,11 +9,9 @@
 #include <vector>
 
 #include "kit/base/file_descriptor.h"
+#include "tests/support/eventually.h"
 
 namespace service_test {
-
-/** How long a test waits for what has to come; no test needs as much. */
-constexpr std::chrono::seconds kPatience(30);
 
 /**
  * A running petrelradard, in the private paths of the test. It has sockets of its own in /tmp and
@@ -36,7 +34,7 @@ public:
     /** Waits for the next message to the service manager that holds `text`; empty when none comes.
      */
     std::string await_notification(std::string const& text,
-                                   std::chrono::milliseconds patience = kPatience);
+                                   std::chrono::milliseconds patience = test_support::kPatience);
 
     /** Sends a signal. */
     void signal(int number) const;
@@ -83,18 +81,13 @@ Kit::FileDescriptor connect_to(std::string const& path);
 /** Reads to the end of the stream; fails the test when that does not come. */
 std::string read_to_end(Kit::FileDescriptor const& stream);
 
-/** Pauses between two looks at something that has to come. */
-void pause_shortly();
-
 template <typename Condition>
 nlohmann::json HostProcess::await_status(Condition condition) const {
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    nlohmann::json document = status();
-    while (!condition(document) && std::chrono::steady_clock::now() < deadline) {
-        pause_shortly();
+    nlohmann::json document;
+    EXPECT_TRUE(test_support::eventually([&] {
         document = status();
-    }
-    EXPECT_TRUE(condition(document)) << document.dump(2);
+        return condition(document);
+    })) << document.dump(2);
     return document;
 }
 

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
-#include <thread>
 
 #include "kit/encoding/frame_magic.h"
 #include "kit/stream/format.h"
@@ -33,17 +31,6 @@ inline std::string frames(uint64_t first, uint64_t last) {
     std::string bytes;
     for (uint64_t timestamp = first; timestamp <= last; ++timestamp) bytes += frame(timestamp);
     return bytes;
-}
-
-/** Waits until `condition` holds; false when it does not within a time that no test needs. */
-template <typename Condition>
-bool eventually(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 }  // namespace stream_test

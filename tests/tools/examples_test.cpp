@@ -6,16 +6,15 @@
 
 #include <algorithm>
 #include <cctype>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <set>
 #include <sstream>
-#include <thread>
 
 #include "tests/support/chip_process.h"
+#include "tests/support/eventually.h"
 #include "tests/support/host_process.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/recorded_frames.h"
@@ -229,9 +228,8 @@ protected:
     }
 
     static void await_file(std::string const& beginning) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         const std::string folder = fs::path(beginning).parent_path();
-        const auto is_there = [&] {
+        const auto exists = [&] {
             for (std::string const& name : test_support::list_directory(folder)) {
                 const std::string path = folder + "/" + name;
                 // An empty one is the shell's, before the program has begun.
@@ -240,10 +238,7 @@ protected:
             }
             return false;
         };
-        while (!is_there()) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << beginning;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
+        ASSERT_TRUE(test_support::eventually(exists)) << beginning;
     }
 
     /** Ends a command that is at work as a person would. */

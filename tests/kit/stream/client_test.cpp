@@ -4,6 +4,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <memory>
+#include <thread>
+
 #include "kit/base/input_error.h"
 #include "kit/stream/listening_socket.h"
 #include "tests/support/private_paths.h"

@@ -70,7 +70,7 @@ protected:
     std::string output_of_reader(Publish publish_frames) {
         test_support::write_file("/tmp/reader.py", code_block("python"));
         FILE* const reader = popen("python3 /tmp/reader.py /tmp/radar.sock 2>&1", "r");
-        EXPECT_TRUE(stream_test::eventually([&] { return !relay->counters().clients.empty(); }));
+        EXPECT_TRUE(test_support::eventually([&] { return !relay->counters().clients.empty(); }));
         publish_frames();
         relay->stop(std::chrono::seconds(30));
         std::string output;

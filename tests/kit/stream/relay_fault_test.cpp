@@ -12,8 +12,8 @@
 
 namespace {
 
-using stream_test::eventually;
 using stream_test::numbers;
+using test_support::eventually;
 using testing::ElementsAre;
 using namespace std::chrono_literals;
 

@@ -9,6 +9,7 @@
 #include "kit/stream/client.h"
 #include "kit/stream/relay.h"
 #include "tests/support/captured_log.h"
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/stream_frames.h"
 
@@ -29,7 +30,8 @@ protected:
     Client connect() {
         const uint64_t accepted = relay->counters().clients_accepted;
         auto client = std::make_unique<Kit::StreamClient>(std::string(kPath));
-        EXPECT_TRUE(eventually([&] { return relay->counters().clients_accepted > accepted; }));
+        EXPECT_TRUE(test_support::eventually(
+            [&] { return relay->counters().clients_accepted > accepted; }));
         return client;
     }
 
@@ -64,7 +66,7 @@ protected:
     }
 
     bool eventually_no_clients() const {
-        return eventually([this] { return relay->counters().clients.empty(); });
+        return test_support::eventually([this] { return relay->counters().clients.empty(); });
     }
 
     static std::vector<std::string> log() {

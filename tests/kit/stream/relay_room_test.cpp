@@ -28,8 +28,8 @@ extern "C" int accept4(int fd, sockaddr* address, socklen_t* size, int flags) {
 
 namespace {
 
-using stream_test::eventually;
 using stream_test::numbers;
+using test_support::eventually;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;

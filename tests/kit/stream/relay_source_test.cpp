@@ -12,10 +12,10 @@
 
 namespace {
 
-using stream_test::eventually;
 using stream_test::frame;
 using stream_test::frames;
 using stream_test::numbers;
+using test_support::eventually;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;
@@ -51,9 +51,9 @@ protected:
         writing = -1;
     }
 
-    /** Waits for the fault; empty when there is none. */
+    /** Waits for the fault. */
     std::string fault() const {
-        eventually([this] { return !relay->counters().source_fault.empty(); });
+        EXPECT_TRUE(eventually([this] { return !relay->counters().source_fault.empty(); }));
         return relay->counters().source_fault;
     }
 

@@ -11,10 +11,10 @@
 
 namespace {
 
-using stream_test::eventually;
 using stream_test::frame;
 using stream_test::frames;
 using stream_test::numbers;
+using test_support::eventually;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;

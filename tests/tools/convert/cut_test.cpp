@@ -4,9 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <thread>
-
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/program.h"
 #include "tests/support/recording_bytes.h"
@@ -48,12 +46,11 @@ protected:
 
     /** Tries again until the process that serves the stream listens. */
     static Outcome cut_stream(std::string const& path) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        Outcome outcome = cut({}, "unix:" + path);
-        while (outcome.status == 1 && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        Outcome outcome;
+        EXPECT_TRUE(test_support::eventually([&] {
             outcome = cut({}, "unix:" + path);
-        }
+            return outcome.status != 1;
+        }));
         return outcome;
     }
 };

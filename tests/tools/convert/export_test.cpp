@@ -7,10 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
 #include <csignal>
-#include <thread>
 
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/program.h"
 #include "tests/support/recording_bytes.h"
@@ -46,14 +46,12 @@ protected:
 
     /** Waits until the program has opened its input, and begun the output beside its place. */
     static void wait_for_file_in_work() {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (std::chrono::steady_clock::now() < deadline) {
-            for (std::string const& name : test_support::list_directory("/tmp")) {
-                if (name.find(".partial") != std::string::npos) return;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        FAIL() << "no output was begun";
+        ASSERT_TRUE(test_support::eventually([] {
+            const auto names = test_support::list_directory("/tmp");
+            return std::any_of(names.begin(), names.end(), [](std::string const& name) {
+                return name.find(".partial") != std::string::npos;
+            });
+        }));
     }
 
     static std::string printed(std::string const& format) {

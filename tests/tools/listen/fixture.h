@@ -4,12 +4,12 @@
 
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "kit/encoding/frame_magic.h"
 #include "kit/stream/format.h"
 #include "kit/stream/relay.h"
 #include "radar_objects/radar_objects.pb.h"
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/program.h"
 
@@ -35,11 +35,8 @@ protected:
 
     /** Waits until the service has a client. */
     void wait_for_client() const {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (service->counters().clients.empty()) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        ASSERT_TRUE(
+            test_support::eventually([this] { return !service->counters().clients.empty(); }));
     }
 
     /** Publishes a frame with one target at `range`. */
