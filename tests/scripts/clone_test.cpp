@@ -15,14 +15,14 @@
 #include <thread>
 
 #include "tests/scripts/script_fixture.h"
-#include "tests/support/chip_process.h"
+#include "tests/support/chip_program.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-using chip_test::Ended;
-using chip_test::Process;
+using test_support::Outcome;
+using test_support::Process;
 using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -97,24 +97,25 @@ protected:
         return arguments;
     }
 
-    [[nodiscard]] Ended run(std::vector<std::string> const& arguments = {"--seconds", "1"}) const {
-        return chip_test::run(command("run", arguments));
+    [[nodiscard]] Outcome run(std::vector<std::string> const& arguments = {"--seconds",
+                                                                           "1"}) const {
+        return test_support::run_process(command("run", arguments));
     }
 
-    [[nodiscard]] Ended test(std::vector<std::string> const& arguments = {}) const {
-        return chip_test::run(command("test", arguments));
+    [[nodiscard]] Outcome test(std::vector<std::string> const& arguments = {}) const {
+        return test_support::run_process(command("test", arguments));
     }
 
     void expect_run() const {
-        const Ended ended = run();
-        EXPECT_EQ(ended.status, 0) << ended.errors;
-        EXPECT_THAT(ended.output, HasSubstr("Recorded:\n"));
+        const Outcome outcome = run();
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_THAT(outcome.out, HasSubstr("Recorded:\n"));
     }
 
     void expect_test() const {
-        const Ended ended = test();
-        EXPECT_EQ(ended.status, 0) << ended.errors;
-        EXPECT_THAT(ended.output, EndsWith("2 passed, 0 failed, 0 skipped\n"));
+        const Outcome outcome = test();
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_THAT(outcome.out, EndsWith("2 passed, 0 failed, 0 skipped\n"));
     }
 
     /** Signals a script in the middle of configuring or building. */
@@ -122,8 +123,8 @@ protected:
         write("hold-" + work, "");
         Process process(command(script, {}));
         await_held();
-        process.signal(signal);
-        EXPECT_EQ(process.wait(), 128 + signal) << process.errors();
+        process.send_signal(signal);
+        EXPECT_EQ(process.finish().status, 128 + signal) << process.err();
         EXPECT_FALSE(any_process_is_left());
         fs::remove(clone_ + "/hold-" + work);
         fs::remove(clone_ + "/held");
@@ -193,20 +194,20 @@ TEST_F(CloneTest, AfterTestsThatWereInterruptedWhileBuildingBothWork) {
 TEST_F(CloneTest, AConfigurationWithoutAnEndIsMadeAgain) {
     fs::create_directory(clone_ + "/build");
     write("build/CMakeCache.txt", "CMAKE_GENERATOR:INTERNAL=Ninja\nPETRELRADAR_BUILD_TES");
-    const Ended ended = test();
-    EXPECT_EQ(ended.status, 0) << ended.errors;
-    EXPECT_THAT(ended.errors, StartsWith("test: build: not configured to the end, or not for "
-                                         "Ninja; configuring from scratch\n"));
+    const Outcome outcome = test();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, StartsWith("test: build: not configured to the end, or not for "
+                                        "Ninja; configuring from scratch\n"));
 }
 
 TEST_F(CloneTest, AFolderForMakeIsConfiguredForNinja) {
-    ASSERT_EQ(
-        chip_test::run({"cmake", "-G", "Unix Makefiles", "-S", clone_, "-B", clone_ + "/build"})
-            .status,
-        0);
-    const Ended ended = run();
-    EXPECT_EQ(ended.status, 0) << ended.errors;
-    EXPECT_THAT(ended.errors, HasSubstr("run: build: not configured to the end, or not for Ninja"));
+    ASSERT_EQ(test_support::run_process(
+                  {"cmake", "-G", "Unix Makefiles", "-S", clone_, "-B", clone_ + "/build"})
+                  .status,
+              0);
+    const Outcome outcome = run();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("run: build: not configured to the end, or not for Ninja"));
     expect_test();
 }
 
@@ -214,9 +215,9 @@ TEST_F(CloneTest, AMovedCloneIsConfiguredForItsNewPlace) {
     expect_test();
     fs::rename(clone_, "/tmp/elsewhere");
     clone_ = "/tmp/elsewhere";
-    const Ended ended = run();
-    EXPECT_EQ(ended.status, 0) << ended.errors;
-    EXPECT_THAT(ended.errors, HasSubstr("run: build: configured for /tmp/a clone; configuring"));
+    const Outcome outcome = run();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("run: build: configured for /tmp/a clone; configuring"));
     expect_test();
 }
 
@@ -224,9 +225,9 @@ TEST_F(CloneTest, ACompilerThatIsGoneIsLookedForAgain) {
     expect_test();
     write("build/CMakeCache.txt", test_support::read_file(clone_ + "/build/CMakeCache.txt") +
                                       "CMAKE_CXX_COMPILER:FILEPATH=/nowhere/g++\n");
-    const Ended ended = test();
-    EXPECT_EQ(ended.status, 0) << ended.errors;
-    EXPECT_THAT(ended.errors, HasSubstr("configured for /nowhere/g++, which does not exist"));
+    const Outcome outcome = test();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("configured for /nowhere/g++, which does not exist"));
 }
 
 TEST_F(CloneTest, OneBuildsAtATime) {
@@ -247,44 +248,44 @@ TEST_F(CloneTest, OneBuildsAtATime) {
 TEST_F(CloneTest, AProjectThatCannotBeConfiguredSaysWhy) {
     write("CMakeLists.txt", "message(FATAL_ERROR \"no such library\")\n");
     for (std::string const script : {"run", "test"}) {
-        const Ended ended = chip_test::run(command(script, {}));
-        EXPECT_EQ(ended.status, 1);
-        EXPECT_THAT(ended.errors, HasSubstr("no such library"));
-        EXPECT_THAT(ended.errors, EndsWith(script + ": build: CMake cannot configure it\n"));
+        const Outcome outcome = test_support::run_process(command(script, {}));
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr("no such library"));
+        EXPECT_THAT(outcome.err, EndsWith(script + ": build: CMake cannot configure it\n"));
     }
 }
 
 TEST_F(CloneTest, ABuildThatFailsIsTheEnd) {
     write("hold.sh", "exit 1\n");
     for (std::string const script : {"run", "test"}) {
-        const Ended ended = chip_test::run(command(script, {}));
-        EXPECT_EQ(ended.status, 1);
-        EXPECT_THAT(ended.errors, EndsWith(script + ": build: the build failed\n"));
-        EXPECT_THAT(ended.output, Not(HasSubstr("Recorded")));
+        const Outcome outcome = test_support::run_process(command(script, {}));
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, EndsWith(script + ": build: the build failed\n"));
+        EXPECT_THAT(outcome.out, Not(HasSubstr("Recorded")));
     }
 }
 
 TEST_F(CloneTest, ArgumentsOfTestsGoToCTest) {
-    const Ended ended = test({"-R", "Is Compiled|IsCompiled"});
-    EXPECT_EQ(ended.status, 0) << ended.errors;
-    EXPECT_THAT(ended.output, EndsWith("1 passed, 0 failed, 0 skipped\n"));
+    const Outcome outcome = test({"-R", "Is Compiled|IsCompiled"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, EndsWith("1 passed, 0 failed, 0 skipped\n"));
 }
 
 TEST_F(CloneTest, AFilterThatNoTestMatchesIsAnError) {
-    const Ended ended = test({"-R", "NoSuchTest"});
-    EXPECT_EQ(ended.status, 1);
-    EXPECT_EQ(ended.errors, "test: no test matches: -R NoSuchTest\n");
+    const Outcome outcome = test({"-R", "NoSuchTest"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "test: no test matches: -R NoSuchTest\n");
 }
 
 TEST_F(CloneTest, ASkippedTestIsNamedAndFailsContinuousIntegration) {
     write("skip", "");
-    Ended ended = test();
-    EXPECT_EQ(ended.status, 0) << ended.errors;
-    EXPECT_THAT(ended.output, ContainsRegex("SKIPPED Small.MayBeSkipped: "));
-    EXPECT_THAT(ended.output, EndsWith("1 passed, 0 failed, 1 skipped\n"));
+    Outcome outcome = test();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, ContainsRegex("SKIPPED Small.MayBeSkipped: "));
+    EXPECT_THAT(outcome.out, EndsWith("1 passed, 0 failed, 1 skipped\n"));
     setenv("CI", "true", 1);
-    ended = test();
-    EXPECT_EQ(ended.status, 1);
+    outcome = test();
+    EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(test_support::read_file(clone_ + "/build/CMakeCache.txt"),
                 HasSubstr("PETRELRADAR_WERROR:UNINITIALIZED=ON\n"));
 }
@@ -302,33 +303,33 @@ TEST_F(CloneTest, FromAnotherFolderAndThroughALinkBothWork) {
     fs::create_symlink(clone_ + "/test", "/tmp/links/test");
     fs::current_path("/tmp/links");
     setenv("CDPATH", "/tmp", 1);
-    EXPECT_EQ(chip_test::run({"./run", "--seconds", "1"}).status, 0);
-    EXPECT_EQ(chip_test::run({"./test"}).status, 0);
+    EXPECT_EQ(test_support::run_process({"./run", "--seconds", "1"}).status, 0);
+    EXPECT_EQ(test_support::run_process({"./test"}).status, 0);
     EXPECT_TRUE(exists("build/compiled"));
 }
 
 TEST_F(CloneTest, TheFolderOfAnotherUserIsNamedWithItsRemedy) {
     if (!can_become_another_user()) GTEST_SKIP() << "only root can become another user";
-    chip_test::Surroundings ordinary;
+    test_support::Surroundings ordinary;
     ordinary.user = scripts_test::kOrdinaryUser;
-    const Ended no_folder = chip_test::run(command("test", {}), ordinary);
+    const Outcome no_folder = test_support::run_process(command("test", {}), ordinary);
     EXPECT_EQ(no_folder.status, 1);
-    EXPECT_THAT(no_folder.errors, StartsWith("test: /tmp/a clone: not writable for "));
-    EXPECT_THAT(no_folder.errors, EndsWith(" (clone the project as that user)\n"));
+    EXPECT_THAT(no_folder.err, StartsWith("test: /tmp/a clone: not writable for "));
+    EXPECT_THAT(no_folder.err, EndsWith(" (clone the project as that user)\n"));
 
     expect_run();
-    const Ended ran = chip_test::run(command("run", {}), ordinary);
+    const Outcome ran = test_support::run_process(command("run", {}), ordinary);
     EXPECT_EQ(ran.status, 1);
-    EXPECT_THAT(ran.errors, StartsWith("run: /tmp/a clone/build: not writable for "));
-    EXPECT_THAT(ran.errors, EndsWith(" (remove the folder with 'sudo rm -r /tmp/a\\ clone/build', "
-                                     "or run its programs as they are: ./run --build build)\n"));
+    EXPECT_THAT(ran.err, StartsWith("run: /tmp/a clone/build: not writable for "));
+    EXPECT_THAT(ran.err, EndsWith(" (remove the folder with 'sudo rm -r /tmp/a\\ clone/build', "
+                                  "or run its programs as they are: ./run --build build)\n"));
 }
 
 TEST_F(CloneTest, AnOrdinaryUserBuildsRunsAndTests) {
     if (!can_become_another_user()) GTEST_SKIP() << "only root can become another user";
-    chip_test::Surroundings ordinary;
+    test_support::Surroundings ordinary;
     ordinary.user = scripts_test::kOrdinaryUser;
-    if (chip_test::run({PETRELRADAR_PROGRAM, "--version"}, ordinary).status != 0) {
+    if (test_support::run_process({PETRELRADAR_PROGRAM, "--version"}, ordinary).status != 0) {
         GTEST_SKIP() << "the build folder is not open to other users";
     }
     for (fs::directory_entry const& entry : fs::recursive_directory_iterator(clone_)) {
@@ -337,11 +338,11 @@ TEST_F(CloneTest, AnOrdinaryUserBuildsRunsAndTests) {
     ASSERT_EQ(chown(clone_.c_str(), *ordinary.user, *ordinary.user), 0);
     setenv("HOME", "/root", 1);
     unsetenv("XDG_STATE_HOME");
-    const Ended ran = chip_test::run(command("run", {"--seconds", "1"}), ordinary);
-    EXPECT_EQ(ran.status, 0) << ran.errors;
-    const Ended tested = chip_test::run(command("test", {}), ordinary);
-    EXPECT_EQ(tested.status, 0) << tested.errors;
-    EXPECT_THAT(tested.output, EndsWith("2 passed, 0 failed, 0 skipped\n"));
+    const Outcome ran = test_support::run_process(command("run", {"--seconds", "1"}), ordinary);
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    const Outcome tested = test_support::run_process(command("test", {}), ordinary);
+    EXPECT_EQ(tested.status, 0) << tested.err;
+    EXPECT_THAT(tested.out, EndsWith("2 passed, 0 failed, 0 skipped\n"));
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/chip_process.h"
+#include "tests/support/chip_program.h"
 #include "tests/support/private_paths.h"
 
 namespace scripts_test {

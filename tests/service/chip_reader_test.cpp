@@ -27,7 +27,7 @@ protected:
 
     void measure(uint64_t timestamp, Chip::RadarChip::Disturbance disturbance = {},
                  int targets = 1) {
-        chip_.measure(service_test::frame_at(timestamp, targets), disturbance);
+        chip_.measure(test_support::frame_at(timestamp, targets), disturbance);
     }
 
     Service::Options options_;

@@ -12,6 +12,11 @@
 
 namespace service_test {
 
+using test_support::HostProcess;
+using test_support::log_of;
+using test_support::recorded_frames;
+using test_support::recordings_in;
+
 constexpr char kLog[] = "/tmp/walk.csv";
 constexpr char kSettings[] = "/tmp/settings.conf";
 constexpr char kCard[] = "/var/spool/storage/SD_DISK";

@@ -6,8 +6,8 @@
 /** What the running program tells the service manager. */
 namespace {
 
-using service_test::frames_of;
 using service_test::kLog;
+using test_support::frames_of;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -17,7 +17,7 @@ TEST_F(HostNotifyTest, ReadinessIsToldWhenTheSocketsAreThere) {
     start({"--input", "scene"});
     EXPECT_THAT(host_->await_notification("READY=1"), HasSubstr("STATUS="));
     EXPECT_EQ(host_->status()["state"], "running");
-    EXPECT_GE(service_test::connect_to(host_->socket()).get(), 0);
+    EXPECT_GE(test_support::connect_to(host_->socket()).get(), 0);
 }
 
 TEST_F(HostNotifyTest, AServiceThatDoesNotStartIsNeverReady) {
@@ -32,7 +32,7 @@ TEST_F(HostNotifyTest, BeingAliveIsToldOftenEnough) {
 }
 
 TEST_F(HostNotifyTest, WithoutDataTheServiceIsNotAlive) {
-    test_support::write_file(kLog, service_test::log_of(frames_of(2, 300000)));
+    test_support::write_file(kLog, test_support::log_of(frames_of(2, 300000)));
     start({"--input", kLog, "--rate", "0.01", "--settings", settings_file("WatchdogTimeout=1\n")},
           {{"WATCHDOG_USEC", "400000"}})
         .await_ready();

@@ -11,14 +11,14 @@
 namespace {
 
 namespace fs = std::filesystem;
-using service_test::frames_of;
 using service_test::kCard;
 using service_test::kDiagnostics;
 using service_test::kSettings;
-using service_test::number;
-using service_test::read_recording;
-using service_test::recordings_in;
-using service_test::texts;
+using test_support::frames_of;
+using test_support::number;
+using test_support::read_recording;
+using test_support::recordings_in;
+using test_support::texts;
 using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -190,7 +190,7 @@ protected:
                settings_file("FileWriterLocation=1\nDataFileWriterLocation=1\n"
                              "DataFileWriterEnabled=1\n")});
         host_->await_ready();
-        client_ = service_test::connect_to(host_->socket());
+        client_ = test_support::connect_to(host_->socket());
         host_->await_status([](auto const& status) {
             return number(status["recorders"]["objects"]["errors"]) > 0 &&
                    number(status["recorders"]["raw"]["errors"]) > 0;

@@ -12,11 +12,11 @@
 namespace {
 
 namespace fs = std::filesystem;
-using service_test::HostProcess;
 using service_test::kCard;
 using service_test::kDiagnostics;
 using service_test::kLog;
 using service_test::kSettings;
+using test_support::HostProcess;
 using test_support::write_file;
 using testing::AllOf;
 using testing::ElementsAre;
@@ -220,7 +220,7 @@ class HostMalformedLogTest : public service_test::HostTest {
 protected:
     /** Plays a log with a bad value behind its 20th frame. */
     int play_damaged() {
-        write_file(kLog, service_test::log_of(service_test::frames_of(20, 1000)) +
+        write_file(kLog, test_support::log_of(test_support::frames_of(20, 1000)) +
                              "20,99000,1,2,far,4,0,5\n");
         return start({"--input", kLog, "--rate", "max"}).wait();
     }
@@ -236,7 +236,7 @@ TEST_F(HostMalformedLogTest, TheFramesBeforeADamageAreRecorded) {
     play_damaged();
     // The last one may not be whole: the line behind it could be one of its targets.
     EXPECT_EQ(recorded().size(), 19U);
-    EXPECT_THAT(service_test::recordings_in("/tmp", "radar"),
+    EXPECT_THAT(test_support::recordings_in("/tmp", "radar"),
                 ElementsAre(testing::EndsWith(".data")));
 }
 
@@ -273,7 +273,7 @@ TEST_F(HostSecondInstanceTest, IsRefusedOnTheStatusSocketToo) {
 
 TEST_F(HostSecondInstanceTest, BeginsNoFile) {
     start_second("/tmp/other.sock");
-    EXPECT_EQ(service_test::recordings_in("/tmp", "radar").size(), 1U);
+    EXPECT_EQ(test_support::recordings_in("/tmp", "radar").size(), 1U);
 }
 
 }  // namespace

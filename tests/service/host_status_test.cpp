@@ -7,10 +7,10 @@
 namespace {
 
 using nlohmann::json;
-using service_test::connect_to;
-using service_test::frames_of;
 using service_test::kLog;
-using service_test::number;
+using test_support::connect_to;
+using test_support::frames_of;
+using test_support::number;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -30,7 +30,7 @@ class HostStatusTest : public service_test::HostTest {
 protected:
     /** Plays two frames with half a minute between them. */
     void start_silent() {
-        test_support::write_file(kLog, service_test::log_of(frames_of(2, 300000)));
+        test_support::write_file(kLog, test_support::log_of(frames_of(2, 300000)));
         start(
             {"--input", kLog, "--rate", "0.01", "--settings", settings_file("WatchdogTimeout=1\n")})
             .await_ready();
@@ -38,7 +38,7 @@ protected:
 
     /** Plays frames that are at the limit of their targets. */
     void start_saturated() {
-        test_support::write_file(kLog, service_test::log_of(frames_of(100, 20000)));
+        test_support::write_file(kLog, test_support::log_of(frames_of(100, 20000)));
         start({"--input", kLog, "--loop", "--settings", settings_file("TargetLimit=1\n")})
             .await_ready();
     }
@@ -122,7 +122,7 @@ TEST_F(HostStatusTest, MissingDataIsOverWhenDataArriveAgain) {
     for (size_t i = 1; i < frames.size(); ++i) {
         frames[i].set_timestamp(frames[i].timestamp() + 300000);
     }
-    test_support::write_file(kLog, service_test::log_of(frames));
+    test_support::write_file(kLog, test_support::log_of(frames));
     start({"--input", kLog, "--rate", "0.2", "--settings", settings_file("WatchdogTimeout=1\n")})
         .await_ready();
     host_->await_status(has_failed);
@@ -175,7 +175,7 @@ TEST_F(HostStatusTest, TheSocketsAreInTheRuntimeDirectoryByDefault) {
     start_scene("", {{"RUNTIME_DIRECTORY", "/tmp/run"}});
     const auto stream = connect_to("/tmp/run/targets.sock");
     const json status =
-        json::parse(service_test::read_to_end(connect_to("/tmp/run/status.sock")), nullptr, false);
+        json::parse(test_support::read_to_end(connect_to("/tmp/run/status.sock")), nullptr, false);
     EXPECT_EQ(status["stream"]["socket"], "/tmp/run/targets.sock");
 }
 

@@ -8,10 +8,10 @@
 namespace {
 
 namespace fs = std::filesystem;
-using service_test::frames_of;
 using service_test::kDiagnostics;
-using service_test::number;
-using service_test::recordings_in;
+using test_support::frames_of;
+using test_support::number;
+using test_support::recordings_in;
 using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -47,7 +47,7 @@ TEST_P(HostStopTest, EveryFileIsCompleted) {
 
 TEST_P(HostStopTest, EveryFrameIsInTheFilesOnceAndInOrder) {
     run_and_stop();
-    const auto timestamps = service_test::timestamps(recorded());
+    const auto timestamps = test_support::timestamps(recorded());
     EXPECT_TRUE(std::is_sorted(timestamps.begin(), timestamps.end(), std::less_equal<>()));
     // The log's last line tells how many there were.
     EXPECT_THAT(host_->errors(), testing::HasSubstr("Stopped after " +
@@ -71,7 +71,7 @@ TEST_F(HostEndTest, TheProgramEndsWithItsInput) {
 }
 
 TEST_F(HostEndTest, ALoopGoesOnUntilItIsStopped) {
-    test_support::write_file(service_test::kLog, service_test::log_of(frames_of(3, 1000)));
+    test_support::write_file(service_test::kLog, test_support::log_of(frames_of(3, 1000)));
     start({"--input", service_test::kLog, "--loop"}).await_ready();
     host_->await_status(
         [](auto const& status) { return number(status["counters"]["frames"]) > 10; });
@@ -80,7 +80,7 @@ TEST_F(HostEndTest, ALoopGoesOnUntilItIsStopped) {
 
 TEST_F(HostEndTest, ConsumersGetWhatIsQueuedForThem) {
     const auto frames = frames_of(40, 10000);
-    test_support::write_file(service_test::kLog, service_test::log_of(frames));
+    test_support::write_file(service_test::kLog, test_support::log_of(frames));
     start({"--input", service_test::kLog}).await_ready();
     // It does not read before the service has ended.
     Kit::StreamClient client(host_->socket());
@@ -102,7 +102,7 @@ TEST_F(HostEndTest, TwoSignalsAtOnceAreOneRequest) {
 
 TEST_F(HostEndTest, AConsumerThatDoesNotReadDoesNotHoldUpTheEnd) {
     start({"--input", "scene", "--rate", "50"}).await_ready();
-    const auto stuck = service_test::connect_to(host_->socket());
+    const auto stuck = test_support::connect_to(host_->socket());
     host_->await_status([](auto const& status) {
         auto const& clients = status["stream"]["clients"];
         return !clients.empty() && number(clients[0]["queued"]) > 1;
@@ -112,7 +112,7 @@ TEST_F(HostEndTest, AConsumerThatDoesNotReadDoesNotHoldUpTheEnd) {
 
 TEST_F(HostEndTest, AConsumerThatHasGoneDoesNotEndTheProgram) {
     start_scene();
-    for (int i = 0; i < 10; ++i) service_test::connect_to(host_->socket()).reset();
+    for (int i = 0; i < 10; ++i) test_support::connect_to(host_->socket()).reset();
     const uint64_t frames = number(host_->status()["counters"]["frames"]);
     host_->await_status(
         [&](auto const& status) { return number(status["counters"]["frames"]) > frames + 3; });

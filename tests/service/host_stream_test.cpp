@@ -13,10 +13,10 @@ namespace {
 
 using Kit::StreamClient;
 using Kit::StreamFrame;
-using service_test::connect_to;
-using service_test::frames_of;
 using service_test::kLog;
-using service_test::number;
+using test_support::connect_to;
+using test_support::frames_of;
+using test_support::number;
 
 /** The next frames of a stream; fewer when they do not come. */
 std::vector<RO::RadarObjects> next_frames(StreamClient& client, int count) {
@@ -33,7 +33,7 @@ class HostStreamTest : public service_test::HostTest {
 protected:
     /** Plays frames whose timestamps are `step_us` apart, over and over. */
     void start_loop(int count, uint64_t step_us, std::vector<std::string> more = {}) {
-        test_support::write_file(kLog, service_test::log_of(frames_of(count, step_us)));
+        test_support::write_file(kLog, test_support::log_of(frames_of(count, step_us)));
         more.insert(more.end(), {"--input", kLog, "--loop"});
         start(std::move(more)).await_ready();
     }
@@ -60,7 +60,7 @@ TEST_F(HostStreamTest, FramesHaveTheTargetsOfTheLog) {
     const auto frames = next_frames(client, 1);
     ASSERT_EQ(frames.size(), 1U);
     EXPECT_EQ(frames[0].ShortDebugString(),
-              service_test::frame_at(frames[0].timestamp(), 2).ShortDebugString());
+              test_support::frame_at(frames[0].timestamp(), 2).ShortDebugString());
 }
 
 TEST_F(HostStreamTest, ALogIsPlayedAtItsOwnPace) {
@@ -74,15 +74,15 @@ TEST_F(HostStreamTest, ALogIsPlayedAtItsOwnPace) {
 }
 
 TEST_F(HostStreamTest, AFrameWithMoreTargetsThanTheLimitHasTheFirstOnes) {
-    test_support::write_file(kLog, service_test::log_of({service_test::frame_at(1000, 5),
-                                                         service_test::frame_at(2000, 5)}));
+    test_support::write_file(kLog, test_support::log_of({test_support::frame_at(1000, 5),
+                                                         test_support::frame_at(2000, 5)}));
     start({"--input", kLog, "--loop", "--settings", settings_file("TargetLimit=3\n")})
         .await_ready();
     StreamClient client(host_->socket());
     const auto frames = next_frames(client, 1);
     ASSERT_EQ(frames.size(), 1U);
     EXPECT_EQ(frames[0].ShortDebugString(),
-              service_test::frame_at(frames[0].timestamp(), 3).ShortDebugString());
+              test_support::frame_at(frames[0].timestamp(), 3).ShortDebugString());
 }
 
 /** Consumers that give trouble, and others that should not notice. */
@@ -166,12 +166,12 @@ TEST_F(HostConsumersTest, FramesThatAConsumerMissesAreCounted) {
 TEST_F(HostStreamTest, ConsumersLeaveTheDescriptorsThatFilesAndTheStatusTake) {
     const std::vector<std::string> limited = {"/bin/sh", "-c", "ulimit -n 80; exec \"$@\"", "sh"};
     const std::string settings = settings_file("FileWriterMaxFileSize=3000\n");
-    host_ = std::make_unique<service_test::HostProcess>(
+    host_ = std::make_unique<test_support::HostProcess>(
         std::vector<std::string>{"--input", "scene", "--settings", settings},
-        service_test::HostProcess::Environment(), limited);
+        test_support::HostProcess::Environment(), limited);
     host_->await_ready();
     std::vector<Kit::FileDescriptor> consumers;
-    for (int i = 0; i < 100; ++i) consumers.push_back(service_test::connect_to(host_->socket()));
+    for (int i = 0; i < 100; ++i) consumers.push_back(test_support::connect_to(host_->socket()));
     const auto files = [](auto const& status) {
         return number(status["recorders"]["objects"]["files_completed"]);
     };

@@ -18,7 +18,7 @@ uint32_t word(std::string const& record, size_t index) {
 }
 
 std::string record_of(int targets, FrameConditions const& conditions = {}) {
-    return Service::raw_record(service_test::frame_at(0x123456789, targets), 7, conditions);
+    return Service::raw_record(test_support::frame_at(0x123456789, targets), 7, conditions);
 }
 
 TEST(RawRecordTest, ARecordBeginsWithItsTagAndTheSizeOfItsRegisters) {
@@ -67,7 +67,7 @@ TEST(RawRecordTest, TheTargetsAreAsTheChipHasThem) {
     const std::string record = record_of(2);
     const Kit::DemoChip::TargetWords words = {word(record, 9), word(record, 10), word(record, 11)};
     EXPECT_EQ(Kit::DemoChip::unpack_target(words).ShortDebugString(),
-              service_test::frame_at(0, 2).targets(1).ShortDebugString());
+              test_support::frame_at(0, 2).targets(1).ShortDebugString());
 }
 
 TEST(RawRecordTest, AFrameWithMoreTargetsThanTheWindowHoldsIsCutAndSaysSo) {

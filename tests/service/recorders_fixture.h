@@ -15,6 +15,11 @@
 
 namespace service_test {
 
+using test_support::frame_at;
+using test_support::recorded_frames;
+using test_support::recordings_in;
+using test_support::timestamps;
+
 using Table = std::unordered_map<std::string, int>;
 
 /** The recorders, with frames to record. */

@@ -51,13 +51,13 @@ protected:
 };
 
 TEST_F(ReplayInputTest, FramesHaveTheTimestampsOfTheLog) {
-    open(service_test::log_of(service_test::frames_of(2, 100)));
+    open(test_support::log_of(test_support::frames_of(2, 100)));
     EXPECT_EQ(next_timestamp(), 1000000U);
     EXPECT_EQ(next_timestamp(), 1000100U);
 }
 
 TEST_F(ReplayInputTest, TheInputEndsWithItsLog) {
-    open(service_test::log_of(service_test::frames_of(1, 100)));
+    open(test_support::log_of(test_support::frames_of(1, 100)));
     next();
     EXPECT_EQ(next(), Input::Result::kEnd);
     EXPECT_EQ(next(), Input::Result::kEnd);
@@ -65,19 +65,19 @@ TEST_F(ReplayInputTest, TheInputEndsWithItsLog) {
 
 TEST_F(ReplayInputTest, ALoopBeginsAgainWithTheFirstTimestamp) {
     options_.loop = true;
-    open(service_test::log_of(service_test::frames_of(2, 100)));
+    open(test_support::log_of(test_support::frames_of(2, 100)));
     next();
     next();
     EXPECT_EQ(next_timestamp(), 1000000U);
 }
 
 TEST_F(ReplayInputTest, TheFirstFrameIsDueAtOnce) {
-    open(service_test::log_of(service_test::frames_of(2, 100)));
+    open(test_support::log_of(test_support::frames_of(2, 100)));
     EXPECT_LE(input_->due(), Clock::now());
 }
 
 TEST_F(ReplayInputTest, AFrameIsDueAsLongAfterTheFirstAsItWasMeasured) {
-    open(service_test::log_of(service_test::frames_of(2, 500000)));
+    open(test_support::log_of(test_support::frames_of(2, 500000)));
     const auto before = Clock::now();
     next();
     EXPECT_GE(input_->due(), before + std::chrono::milliseconds(500));
@@ -85,7 +85,7 @@ TEST_F(ReplayInputTest, AFrameIsDueAsLongAfterTheFirstAsItWasMeasured) {
 }
 
 TEST_F(ReplayInputTest, AGapOfTheLogIsKept) {
-    open(service_test::log_of(service_test::frames_of(2, 3600000000)));
+    open(test_support::log_of(test_support::frames_of(2, 3600000000)));
     const auto before = Clock::now();
     next();
     EXPECT_GE(input_->due(), before + std::chrono::hours(1));
@@ -94,14 +94,14 @@ TEST_F(ReplayInputTest, AGapOfTheLogIsKept) {
 
 TEST_F(ReplayInputTest, AGapThatIsToBeSkippedCountsAsOneFrame) {
     options_.skip_gaps = true;
-    open(service_test::log_of(service_test::frames_of(2, 3600000000)));
+    open(test_support::log_of(test_support::frames_of(2, 3600000000)));
     next();
     EXPECT_LE(input_->due(), Clock::now() + std::chrono::milliseconds(34));
 }
 
 TEST_F(ReplayInputTest, AtTwiceTheRateAFrameIsDueAfterHalfTheTime) {
     options_.rate = 2;
-    open(service_test::log_of(service_test::frames_of(2, 500000)));
+    open(test_support::log_of(test_support::frames_of(2, 500000)));
     const auto before = Clock::now();
     next();
     EXPECT_GE(input_->due(), before + std::chrono::milliseconds(250));
@@ -110,26 +110,26 @@ TEST_F(ReplayInputTest, AtTwiceTheRateAFrameIsDueAfterHalfTheTime) {
 
 TEST_F(ReplayInputTest, AtTheHighestRateEveryFrameIsDueAtOnce) {
     options_.rate = std::nullopt;
-    open(service_test::log_of(service_test::frames_of(2, 500000)));
+    open(test_support::log_of(test_support::frames_of(2, 500000)));
     next();
     EXPECT_LE(input_->due(), Clock::now());
 }
 
 TEST_F(ReplayInputTest, TheSlowestRateDoesNotOverflowTheClock) {
     options_.rate = 1e-300;
-    open(service_test::log_of(service_test::frames_of(2, 500000)));
+    open(test_support::log_of(test_support::frames_of(2, 500000)));
     next();
     EXPECT_GT(input_->due(), Clock::now() + std::chrono::hours(24));
 }
 
 TEST_F(ReplayInputTest, TheEndIsDueAtOnce) {
-    open(service_test::log_of(service_test::frames_of(1, 500000)));
+    open(test_support::log_of(test_support::frames_of(1, 500000)));
     next();
     EXPECT_LE(input_->due(), Clock::now());
 }
 
 TEST_F(ReplayInputTest, ALogWithoutFramesIsRefused) {
-    EXPECT_EQ(refusal(service_test::log_of({})), "/tmp/walk.csv: no frames");
+    EXPECT_EQ(refusal(test_support::log_of({})), "/tmp/walk.csv: no frames");
 }
 
 TEST_F(ReplayInputTest, ALogThatIsDamagedAtItsBeginningIsRefused) {
@@ -138,7 +138,7 @@ TEST_F(ReplayInputTest, ALogThatIsDamagedAtItsBeginningIsRefused) {
 }
 
 TEST_F(ReplayInputTest, TheFramesBeforeADamageAreTaken) {
-    open(service_test::log_of(service_test::frames_of(3, 100)) + "3,x,1,1,1,1,0,1\n");
+    open(test_support::log_of(test_support::frames_of(3, 100)) + "3,x,1,1,1,1,0,1\n");
     EXPECT_EQ(next_timestamp(), 1000000U);
     EXPECT_EQ(next_timestamp(), 1000100U);
     EXPECT_THROW(next(), Kit::InputError);
@@ -193,7 +193,7 @@ TEST_F(ReplayInputTest, ASceneWithAFrameRateIsTheOneOfItsSeed) {
 }
 
 TEST_F(ReplayInputTest, TheStatusTellsALogFromAScene) {
-    open(service_test::log_of(service_test::frames_of(1, 100)));
+    open(test_support::log_of(test_support::frames_of(1, 100)));
     EXPECT_EQ(input_->status().kind, "replay");
     options_.input = "scene";
     open();

@@ -11,8 +11,8 @@
 
 namespace {
 
-using service_test::connect_to;
-using service_test::read_to_end;
+using test_support::connect_to;
+using test_support::read_to_end;
 using Clock = Service::StatusServer::Clock;
 
 constexpr char kPath[] = "/tmp/status.sock";

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-namespace tools_test {
+namespace test_support {
 
 namespace {
 
@@ -45,4 +45,4 @@ void FakeService::serve() {
     }
 }
 
-}  // namespace tools_test
+}  // namespace test_support

@@ -7,7 +7,7 @@
 
 #include "kit/stream/listening_socket.h"
 
-namespace tools_test {
+namespace test_support {
 
 /** Listens at a UNIX socket and answers every connection with what a test wants. */
 class FakeService {
@@ -32,4 +32,4 @@ private:
     std::thread thread_;
 };
 
-}  // namespace tools_test
+}  // namespace test_support

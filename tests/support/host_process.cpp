@@ -14,7 +14,7 @@
 
 #include "tests/support/private_paths.h"
 
-namespace service_test {
+namespace test_support {
 
 namespace {
 
@@ -180,4 +180,4 @@ std::string read_to_end(Kit::FileDescriptor const& stream) {
     }
 }
 
-}  // namespace service_test
+}  // namespace test_support

@@ -11,7 +11,7 @@
 #include "kit/base/file_descriptor.h"
 #include "tests/support/eventually.h"
 
-namespace service_test {
+namespace test_support {
 
 /**
  * A running petrelradard, in the private paths of the test. It has sockets of its own in /tmp and
@@ -96,4 +96,4 @@ inline uint64_t number(nlohmann::json const& text) {
     return std::stoull(text.get<std::string>());
 }
 
-}  // namespace service_test
+}  // namespace test_support

@@ -9,7 +9,7 @@
 #include "tests/support/private_paths.h"
 #include "tools/program.h"
 
-namespace tools_test {
+namespace test_support {
 
 namespace {
 
@@ -60,4 +60,4 @@ Outcome run_inside(std::vector<std::string> const& arguments, std::string const&
     return outcome;
 }
 
-}  // namespace tools_test
+}  // namespace test_support

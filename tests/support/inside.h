@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 
-namespace tools_test {
+namespace test_support {
 
 /**
  * Runs the program's verbs inside this process, where doubles of system calls reach them, with
@@ -15,4 +15,4 @@ namespace tools_test {
  */
 Outcome run_inside(std::vector<std::string> const& arguments, std::string const& input = "");
 
-}  // namespace tools_test
+}  // namespace test_support

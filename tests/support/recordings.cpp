@@ -4,20 +4,14 @@
 
 #include <algorithm>
 #include <sstream>
-#include <string_view>
 
 #include "kit/base/words.h"
-#include "kit/encoding/frame_magic.h"
 #include "kit/recording/format.h"
 #include "tests/support/private_paths.h"
 
-namespace service_test {
+namespace test_support {
 
 namespace {
-
-uint32_t word_at(std::string_view bytes, size_t offset) {
-    return Kit::read_word(bytes, offset);
-}
 
 /** Names end in DDMMYY_HHMMSS_mmm: what sorts as text within one year sorts by time. */
 std::string sort_key(std::string const& name, size_t prefix_size) {
@@ -26,28 +20,6 @@ std::string sort_key(std::string const& name, size_t prefix_size) {
 }
 
 }  // namespace
-
-RO::RadarObjects frame_at(uint64_t timestamp_us, int targets) {
-    RO::RadarObjects frame;
-    frame.set_magic(Kit::kFrameMagic);
-    frame.set_timestamp(timestamp_us);
-    for (int i = 0; i < targets; ++i) {
-        RO::TargetData& target = *frame.add_targets();
-        target.set_r(static_cast<float>(i + 1));
-        target.set_rdot(-0.5F);
-        target.set_snr(12.25F);
-    }
-    return frame;
-}
-
-std::vector<RO::RadarObjects> frames_of(int count, uint64_t step_us) {
-    constexpr uint64_t kFirst = 1000000;
-    std::vector<RO::RadarObjects> frames;
-    for (int i = 0; i < count; ++i) {
-        frames.push_back(frame_at(kFirst + static_cast<uint64_t>(i) * step_us, 2));
-    }
-    return frames;
-}
 
 std::string log_of(std::vector<RO::RadarObjects> const& frames) {
     std::ostringstream log;
@@ -73,18 +45,19 @@ std::vector<RO::RadarObjects> Recording::frames() const {
 }
 
 Recording read_recording(std::string const& path) {
-    const std::string bytes = test_support::read_file(path);
+    const std::string bytes = read_file(path);
     Recording recording;
-    if (bytes.size() < Kit::kRecordingHeaderSize || word_at(bytes, 0) != Kit::kRecordingMagic) {
+    if (bytes.size() < Kit::kRecordingHeaderSize ||
+        Kit::read_word(bytes, 0) != Kit::kRecordingMagic) {
         ADD_FAILURE() << path << " has no header";
         return recording;
     }
-    recording.frame_counter = word_at(bytes, Kit::kFrameCountOffset);
+    recording.frame_counter = Kit::read_word(bytes, Kit::kFrameCountOffset);
     size_t offset = Kit::kRecordingHeaderSize;
     while (bytes.size() - offset >= Kit::kRecordHeaderSize) {
-        const uint32_t length = word_at(bytes, offset + 4);
+        const uint32_t length = Kit::read_word(bytes, offset + 4);
         if (bytes.size() - offset - Kit::kRecordHeaderSize < length) break;
-        recording.records.emplace_back(word_at(bytes, offset),
+        recording.records.emplace_back(Kit::read_word(bytes, offset),
                                        bytes.substr(offset + Kit::kRecordHeaderSize, length));
         offset += Kit::kRecordHeaderSize + length;
     }
@@ -94,7 +67,7 @@ Recording read_recording(std::string const& path) {
 
 std::vector<std::string> recordings_in(std::string const& directory, std::string const& prefix) {
     std::vector<std::string> names;
-    for (std::string const& name : test_support::list_directory(directory)) {
+    for (std::string const& name : list_directory(directory)) {
         if (name.rfind(prefix + "_", 0) == 0) names.push_back(name);
     }
     std::sort(names.begin(), names.end(), [&](auto const& left, auto const& right) {
@@ -114,16 +87,4 @@ std::vector<RO::RadarObjects> recorded_frames(std::string const& directory,
     return all;
 }
 
-std::vector<uint64_t> timestamps(std::vector<RO::RadarObjects> const& frames) {
-    std::vector<uint64_t> all;
-    for (RO::RadarObjects const& frame : frames) all.push_back(frame.timestamp());
-    return all;
-}
-
-std::vector<std::string> texts(std::vector<RO::RadarObjects> const& frames) {
-    std::vector<std::string> all;
-    for (RO::RadarObjects const& frame : frames) all.push_back(frame.ShortDebugString());
-    return all;
-}
-
-}  // namespace service_test
+}  // namespace test_support

@@ -2,21 +2,17 @@
 
 #include <string>
 
-namespace tools_test {
+#include "tests/support/process.h"
 
-/** What a command of the shell gave. */
-struct ShellOutcome {
-    int status = -1;
-    std::string text;  // what it printed, standard error included
-};
+namespace test_support {
 
-/** Runs a command to its end. */
-ShellOutcome run_in_shell(std::string const& command);
+/** Runs a command of the shell to its end; what it prints on standard error is in `out` too. */
+Outcome run_in_shell(std::string const& command);
 
 /**
  * Prints what an MCAP file holds, read by programs that are not of this project's making. Status 77
- * where they are missing; the text says which.
+ * where they are missing; `out` says which.
  */
-ShellOutcome print_mcap(std::string const& path);
+Outcome print_mcap(std::string const& path);
 
-}  // namespace tools_test
+}  // namespace test_support

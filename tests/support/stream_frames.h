@@ -3,34 +3,26 @@
 #include <cstdint>
 #include <string>
 
-#include "kit/encoding/frame_magic.h"
 #include "kit/stream/format.h"
-#include "radar_objects/radar_objects.pb.h"
+#include "tests/support/frames.h"
 
-namespace stream_test {
-
-/** The encoding of a frame with this timestamp and number of targets. */
-inline std::string payload(uint64_t timestamp, int targets = 2) {
-    RO::RadarObjects objects;
-    objects.set_magic(Kit::kFrameMagic);
-    objects.set_timestamp(timestamp);
-    for (int i = 0; i < targets; ++i) objects.add_targets()->set_r(static_cast<float>(i + 1));
-    return objects.SerializeAsString();
-}
-
-/** The stream frame of payload(). */
-inline std::string frame(uint64_t timestamp, int targets = 2) {
-    return Kit::stream_frame(payload(timestamp, targets));
-}
+namespace test_support {
 
 /** So many targets that a socket does not hold their frame, however much it has sent before. */
 constexpr int kMoreThanASocketHolds = 35000;
 
-/** The stream frames with the timestamps `first` to `last`, one behind the other. */
-inline std::string frames(uint64_t first, uint64_t last) {
+/** The stream frame of frame(). */
+inline std::string stream_frame(uint64_t timestamp, int targets = 2) {
+    return Kit::stream_frame(frame(timestamp, targets));
+}
+
+/** The stream frames with the timestamps `first` to `last`, one after the other. */
+inline std::string stream_frames(uint64_t first, uint64_t last) {
     std::string bytes;
-    for (uint64_t timestamp = first; timestamp <= last; ++timestamp) bytes += frame(timestamp);
+    for (uint64_t timestamp = first; timestamp <= last; ++timestamp) {
+        bytes += stream_frame(timestamp);
+    }
     return bytes;
 }
 
-}  // namespace stream_test
+}  // namespace test_support

@@ -15,9 +15,9 @@
 namespace {
 
 using nlohmann::json;
+using test_support::Outcome;
 using test_support::read_file;
 using testing::HasSubstr;
-using tools_test::Outcome;
 
 constexpr char kDocs[] = PETRELRADAR_SOURCE_DIR "/docs/";
 
@@ -130,7 +130,7 @@ TEST_F(CommandLinePageJsonTest, NamesTheFieldsOfRegsWatch) {
 }
 
 TEST_F(CommandLinePageJsonTest, NamesTheFieldsOfSettings) {
-    expect_on_page(tools_test::run_inside({"settings", "list", "--format", "json"}));
+    expect_on_page(test_support::run_inside({"settings", "list", "--format", "json"}));
 }
 
 }  // namespace

@@ -12,12 +12,12 @@
 
 namespace {
 
+using test_support::run_in_shell;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 using testing::UnorderedElementsAre;
-using tools_test::run_in_shell;
 
 std::vector<std::string> lines_of(std::string const& text) {
     std::istringstream stream(text);
@@ -35,7 +35,7 @@ protected:
         if (run_in_shell("command -v " + shell).status != 0) GTEST_SKIP() << shell << " is missing";
         const auto made = run_in_shell(PETRELRADAR_PROGRAM " completion " + shell);
         ASSERT_EQ(made.status, 0);
-        test_support::write_file(kScript, made.text);
+        test_support::write_file(kScript, made.out);
     }
 };
 
@@ -56,7 +56,7 @@ protected:
                                      "COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n"
                                      "_petrelradar\n"
                                      "printf '%s\\n' \"${COMPREPLY[@]}\"\n");
-        return lines_of(run_in_shell("bash --norc -u /tmp/offers.sh").text);
+        return lines_of(run_in_shell("bash --norc -u /tmp/offers.sh").out);
     }
 };
 
@@ -114,7 +114,7 @@ protected:
         return lines_of(run_in_shell("cd /tmp && touch radar_1.data && HOME=/tmp fish -N -c "
                                      "'source /tmp/completion; complete -C \"petrelradar " +
                                      line + "\"'")
-                            .text);
+                            .out);
     }
 };
 
@@ -164,7 +164,7 @@ protected:
                                      "zpty -r z reply '*<*>*'\n"
                                      "print -r -- $reply\n"
                                      "zpty -d z\n");
-        return run_in_shell("timeout 20 zsh -f /tmp/complete.zsh").text;
+        return run_in_shell("timeout 20 zsh -f /tmp/complete.zsh").out;
     }
 };
 

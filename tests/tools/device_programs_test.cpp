@@ -4,90 +4,80 @@
 
 #include <csignal>
 
-#include "tests/support/chip_process.h"
+#include "tests/support/chip_program.h"
 #include "tests/support/host_process.h"
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 
 namespace {
 
-using chip_test::Ended;
+using test_support::Outcome;
+using test_support::run;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-using tools_test::Outcome;
-using tools_test::run;
 
-class ChipProgramTest : public test_support::PrivatePathsTest {
+class RegsProgramTest : public test_support::ChipProgramTest {
 protected:
-    void SetUp() override {
-        PrivatePathsTest::SetUp();
-        if (IsSkipped()) return;
-        const std::string problem = chip_test::chip_problem();
-        if (!problem.empty()) GTEST_SKIP() << problem;
-    }
-
     /** A shell script beside the chip, in which "$P" is the program. */
-    static Ended beside_the_chip(std::string const& script) {
-        return chip_test::run(
-            chip_test::chip_with({"sh", "-c", "P=" PETRELRADAR_PROGRAM "; " + script}));
+    static Outcome beside_the_chip(std::string const& script) {
+        return test_support::run_process(
+            test_support::chip_with({"sh", "-c", "P=" PETRELRADAR_PROGRAM "; " + script}));
     }
 };
 
-TEST_F(ChipProgramTest, TheMapOfTheDemoChipIsFoundByItself) {
-    const Ended ended = beside_the_chip("$P regs read identification version.major");
-    EXPECT_EQ(ended.errors, "");
-    EXPECT_EQ(ended.output, "identification=0x31445250\nversion.major=1\n");
-    EXPECT_EQ(ended.status, 0);
+TEST_F(RegsProgramTest, TheMapOfTheDemoChipIsFoundByItself) {
+    const Outcome outcome = beside_the_chip("$P regs read identification version.major");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out, "identification=0x31445250\nversion.major=1\n");
+    EXPECT_EQ(outcome.status, 0);
 }
 
-TEST_F(ChipProgramTest, WhatIsWrittenIsReadBackByAnotherProgram) {
-    const Ended ended = beside_the_chip(
+TEST_F(RegsProgramTest, WhatIsWrittenIsReadBackByAnotherProgram) {
+    const Outcome outcome = beside_the_chip(
         "$P regs write control.frame_rate=30 scratch=0xfedcba98 --verify && "
         "$P regs read control.frame_rate scratch");
-    EXPECT_EQ(ended.errors, "");
-    EXPECT_EQ(ended.output, "control.frame_rate=30\nscratch=0xfedcba98\n");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out, "control.frame_rate=30\nscratch=0xfedcba98\n");
 }
 
-TEST_F(ChipProgramTest, ADumpTakenBeforeShowsWhatChanged) {
-    const Ended ended = beside_the_chip(
+TEST_F(RegsProgramTest, ADumpTakenBeforeShowsWhatChanged) {
+    const Outcome outcome = beside_the_chip(
         "$P regs dump >/tmp/before 2>/dev/null && $P regs write scratch=5 && "
         "$P regs diff /tmp/before");
-    EXPECT_EQ(ended.status, 1);
-    EXPECT_EQ(ended.output, "0x0008 scratch 0x00000000 -> 0x00000005\n");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "0x0008 scratch 0x00000000 -> 0x00000005\n");
 }
 
-TEST_F(ChipProgramTest, WatchPrintsWhatAnotherProgramChanges) {
-    const Ended ended = beside_the_chip(
+TEST_F(RegsProgramTest, WatchPrintsWhatAnotherProgramChanges) {
+    const Outcome outcome = beside_the_chip(
         "(sleep 0.3; $P regs write scratch=5) & "
         "$P regs watch scratch --interval 0.01 | head -n 2; wait");
-    EXPECT_THAT(ended.output, ContainsRegex("scratch 0x00000000 -> 0x00000005\n$"));
+    EXPECT_THAT(outcome.out, ContainsRegex("scratch 0x00000000 -> 0x00000005\n$"));
 }
 
-TEST_F(ChipProgramTest, WatchOnATerminalShowsRegistersInPlaceAndEndsWithQ) {
-    chip_test::Surroundings with;
-    with.terminal = true;
-    chip_test::Process chip(chip_test::chip_with({"env", "TERM=xterm", PETRELRADAR_PROGRAM, "regs",
-                                                  "watch", "scratch", "--interval", "0.02"}),
-                            with);
-    ASSERT_TRUE(chip.await_output("\x1b[?1049h")) << chip.output();
-    ASSERT_TRUE(chip.await_output("0x0008 scratch          0x00000000"));
+TEST_F(RegsProgramTest, WatchOnATerminalShowsRegistersInPlaceAndEndsWithQ) {
+    test_support::Process chip(
+        test_support::chip_with({"env", "TERM=xterm", PETRELRADAR_PROGRAM, "regs", "watch",
+                                 "scratch", "--interval", "0.02"}),
+        test_support::on_terminal());
+    ASSERT_TRUE(chip.prints("\x1b[?1049h")) << chip.out();
+    ASSERT_TRUE(chip.prints("0x0008 scratch          0x00000000"));
     chip.type("q");
-    EXPECT_EQ(chip.wait(), 0);
-    EXPECT_THAT(chip.output(), HasSubstr("\x1b[?1049l"));
+    EXPECT_EQ(chip.finish().status, 0);
+    EXPECT_THAT(chip.out(), HasSubstr("\x1b[?1049l"));
 }
 
-TEST_F(ChipProgramTest, WatchOfMoreThanAWindowHoldsShowsWhatHasChanged) {
-    chip_test::Surroundings with;
-    with.terminal = true;
+TEST_F(RegsProgramTest, WatchOfMoreThanAWindowHoldsShowsWhatHasChanged) {
     const std::string script = "export TERM=xterm P=" PETRELRADAR_PROGRAM
                                "; (sleep 0.2; $P regs write scratch=5) & $P regs watch";
-    chip_test::Process chip(chip_test::chip_with({"sh", "-c", script + " --interval 0.02"}), with);
-    ASSERT_TRUE(chip.await_output("204 registers have not changed")) << chip.output();
-    ASSERT_TRUE(chip.await_output("0x0008 scratch          0x00000005")) << chip.output();
+    test_support::Process chip(test_support::chip_with({"sh", "-c", script + " --interval 0.02"}),
+                               test_support::on_terminal());
+    ASSERT_TRUE(chip.prints("204 registers have not changed")) << chip.out();
+    ASSERT_TRUE(chip.prints("0x0008 scratch          0x00000005")) << chip.out();
     chip.type("q");
-    EXPECT_EQ(chip.wait(), 0);
+    EXPECT_EQ(chip.finish().status, 0);
 }
 
 class MachineTest : public test_support::PrivatePathsTest {};
@@ -116,13 +106,13 @@ TEST_F(MachineTest, TheSettingsThatAServiceReadsAreSet) {
 class HostStatusProgramTest : public test_support::PrivatePathsTest {
 protected:
     /** Starts a host on a scene, with these settings, and waits until it has frames. */
-    service_test::HostProcess& start(std::string const& settings) {
+    test_support::HostProcess& start(std::string const& settings) {
         test_support::write_file("/tmp/settings.conf", "[Radar]\n" + settings);
-        host_ = std::make_unique<service_test::HostProcess>(
+        host_ = std::make_unique<test_support::HostProcess>(
             std::vector<std::string>{"--input", "scene:1", "--settings", "/tmp/settings.conf"});
         host_->await_ready();
         host_->await_status([](auto const& document) {
-            return service_test::number(document["counters"]["frames"]) > 20;
+            return test_support::number(document["counters"]["frames"]) > 20;
         });
         return *host_;
     }
@@ -132,7 +122,7 @@ protected:
         return run(options);
     }
 
-    std::unique_ptr<service_test::HostProcess> host_;
+    std::unique_ptr<test_support::HostProcess> host_;
 };
 
 TEST_F(HostStatusProgramTest, AHostOnASceneIsHealthy) {

@@ -13,19 +13,19 @@
 #include <set>
 #include <sstream>
 
-#include "tests/support/chip_process.h"
+#include "tests/support/chip_program.h"
 #include "tests/support/eventually.h"
 #include "tests/support/host_process.h"
 #include "tests/support/private_paths.h"
-#include "tests/support/recorded_frames.h"
+#include "tests/support/recording_bytes.h"
 #include "tools/verbs.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using test_support::kBegin;
 using test_support::read_file;
 using test_support::write_file;
-using tools_test::kBegin;
 
 /** A command as it is printed, and where that is. */
 struct Example {
@@ -114,9 +114,9 @@ std::string recording(int count, uint64_t step_us, uint64_t begin = kBegin, floa
     std::vector<std::string> frames;
     for (int i = 0; i < count; ++i) {
         const auto number = static_cast<uint64_t>(i);
-        frames.push_back(tools_test::frame(begin + number * step_us, {{range, 0.5F, 0.1F}}));
+        frames.push_back(test_support::frame(begin + number * step_us, {{range, 0.5F, 0.1F}}));
     }
-    return tools_test::recording(frames);
+    return test_support::recording(frames);
 }
 
 /** The files that the examples speak of. */
@@ -178,8 +178,8 @@ protected:
         if (!make_private("/run") || !make_private("/media")) {
             GTEST_SKIP() << "no private /run and /media";
         }
-        if (needs_chip() && !chip_test::chip_problem().empty()) {
-            GTEST_SKIP() << chip_test::chip_problem();
+        if (needs_chip() && !test_support::chip_problem().empty()) {
+            GTEST_SKIP() << test_support::chip_problem();
         }
         make_files();
         make_home();
@@ -200,11 +200,11 @@ protected:
     void start_service() {
         write_file("/tmp/service.conf",
                    "[Radar]\nFileWriterEnabled=0\nDiagnosticFileWriterEnabled=0\n");
-        service_ = std::make_unique<service_test::HostProcess>(std::vector<std::string>{
+        service_ = std::make_unique<test_support::HostProcess>(std::vector<std::string>{
             "--input", "scene:1", "--frame-rate", "1000", "--settings", "/tmp/service.conf"});
         service_->await_ready();
         service_->await_status([](auto const& document) {
-            return service_test::number(document["counters"]["frames"]) > 20;
+            return test_support::number(document["counters"]["frames"]) > 20;
         });
         fs::create_directory("/run/petrelradar");
         fs::create_symlink(service_->socket(), "/run/petrelradar/targets.sock");
@@ -224,7 +224,7 @@ protected:
         if (sign_of_endless(command())) script += "exec ";
         script += command();
         const std::vector<std::string> words = {"sh", "-c", script};
-        return needs_chip() ? chip_test::chip_with(words) : words;
+        return needs_chip() ? test_support::chip_with(words) : words;
     }
 
     static void await_file(std::string const& beginning) {
@@ -242,22 +242,22 @@ protected:
     }
 
     /** Ends a command that is at work as a person would. */
-    static void interrupt(chip_test::Process& process, std::string const& sign) {
+    static void interrupt(test_support::Process& process, std::string const& sign) {
         if (sign.empty()) {
-            ASSERT_TRUE(process.await_output("\n")) << process.errors();
+            ASSERT_TRUE(process.prints("\n")) << process.err();
         } else {
             await_file(sign);
         }
         kill(std::stoi(read_file("/tmp/pid")), SIGINT);
     }
 
-    std::unique_ptr<service_test::HostProcess> service_;
+    std::unique_ptr<test_support::HostProcess> service_;
 };
 
 TEST_P(ExampleTest, WorksAsItIsPrinted) {
-    chip_test::Process process(shell());
+    test_support::Process process(shell());
     if (const auto sign = sign_of_endless(command())) interrupt(process, *sign);
-    EXPECT_EQ(process.wait(), status_of(command())) << process.output() << process.errors();
+    EXPECT_EQ(process.finish().status, status_of(command())) << process.out() << process.err();
 }
 
 INSTANTIATE_TEST_SUITE_P(, ExampleTest, testing::ValuesIn(all_examples()),

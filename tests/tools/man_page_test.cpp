@@ -9,15 +9,15 @@
 #include <sstream>
 
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/support/shell.h"
 #include "tools/verbs.h"
 
 namespace {
 
+using test_support::run;
+using test_support::run_in_shell;
 using testing::HasSubstr;
-using tools_test::run;
-using tools_test::run_in_shell;
 
 /** A text without the line breaks, the spaces and the hyphens that laying it out puts in. */
 std::string plain(std::string const& text) {
@@ -39,7 +39,7 @@ protected:
     /** The page of a verb, laid out without bold and underlined characters. */
     static std::string page(std::string const& name) {
         write_page(name);
-        return plain(run_in_shell("mandoc -T ascii /tmp/page.1 | sed 's/.\\x08//g'").text);
+        return plain(run_in_shell("mandoc -T ascii /tmp/page.1 | sed 's/.\\x08//g'").out);
     }
 
     static void write_page(std::string const& name) {
@@ -105,7 +105,7 @@ TEST_F(ManPageTest, NoneHasAFaultThatTheFormatterFinds) {
     for (std::string const& name : names) {
         write_page(name);
         EXPECT_EQ(
-            run_in_shell("mandoc -T lint -W warning /tmp/page.1 | grep -v 'missing date'").text, "")
+            run_in_shell("mandoc -T lint -W warning /tmp/page.1 | grep -v 'missing date'").out, "")
             << name;
     }
 }

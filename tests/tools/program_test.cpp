@@ -7,16 +7,16 @@
 #include <regex>
 #include <sstream>
 
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tools/verbs.h"
 
 namespace {
 
+using test_support::Outcome;
+using test_support::run;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using tools_test::Outcome;
-using tools_test::run;
 
 struct Case {
     char const* name;
@@ -129,7 +129,7 @@ TEST(ProgramTest, TheHelpFitsATerminalOfAHundredColumns) {
 }
 
 TEST(ProgramTest, HelpThatNobodyReadsEndsQuietly) {
-    tools_test::Program program({"--help"});
+    test_support::Program program({"--help"});
     program.stop_reading();
     const Outcome outcome = program.finish();
     EXPECT_EQ(outcome.status, 0);

@@ -10,10 +10,10 @@
 
 namespace {
 
+using test_support::Outcome;
+using test_support::run_inside;
 using testing::HasSubstr;
 using testing::StartsWith;
-using tools_test::Outcome;
-using tools_test::run_inside;
 
 class SubVerbTest : public test_support::PrivatePathsTest {
 protected:

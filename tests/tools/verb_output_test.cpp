@@ -4,21 +4,21 @@
 
 #include <filesystem>
 
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/tools/verb_rows.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using test_support::list_directory;
+using test_support::Outcome;
 using test_support::read_file;
+using test_support::run;
 using test_support::write_file;
 using testing::ElementsAre;
 using tools_test::command;
 using tools_test::good_recording;
 using tools_test::kVerbs;
-using tools_test::Outcome;
-using tools_test::run;
 using tools_test::VerbRow;
 
 constexpr char kPath[] = "/tmp/in/radar_150525_093007_042.data";

@@ -6,9 +6,13 @@
 #include <vector>
 
 #include "tests/support/private_paths.h"
-#include "tests/support/recorded_frames.h"
+#include "tests/support/recording_bytes.h"
 
 namespace tools_test {
+
+using test_support::frame;
+using test_support::kBegin;
+using test_support::recording;
 
 // In the arguments of a verb, in the place of what is read.
 inline constexpr char kSource[] = "SOURCE";

@@ -9,9 +9,9 @@
 
 namespace {
 
+using test_support::Outcome;
+using test_support::Program;
 using testing::HasSubstr;
-using tools_test::Outcome;
-using tools_test::Program;
 
 constexpr char kStream[] = "unix:/tmp/radar.sock";
 constexpr char kNoHeader[] = "the frames have no header; the recording's says height 0";
@@ -34,7 +34,8 @@ protected:
         test_support::write_file("/tmp/good.data", tools_test::good_recording());
         Program program(GetParam().arguments);
         wait_for_client();
-        for (uint64_t i = 0; i < tools_test::kFrames; ++i) publish(tools_test::kBegin + i * 50000);
+        for (uint64_t i = 0; i < tools_test::kFrames; ++i)
+            publish(test_support::kBegin + i * 50000);
         stop_service();
         return program.finish();
     }

@@ -14,7 +14,7 @@
 #include <sstream>
 #include <thread>
 
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/tools/verb_rows.h"
 #include "tools/verbs.h"
 
@@ -23,8 +23,10 @@ namespace {
 namespace fs = std::filesystem;
 using test_support::header;
 using test_support::list_directory;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::record;
+using test_support::run;
 using test_support::write_file;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -35,8 +37,6 @@ using tools_test::good_frame;
 using tools_test::good_recording;
 using tools_test::kFrames;
 using tools_test::kVerbs;
-using tools_test::Outcome;
-using tools_test::run;
 using tools_test::VerbRow;
 
 /** Verbs that only read sockets, or have no source. They have tests of their own. */

@@ -16,8 +16,8 @@
 namespace {
 
 using std::chrono::milliseconds;
-using stream_test::frame;
-using stream_test::frames;
+using test_support::stream_frame;
+using test_support::stream_frames;
 using Result = Kit::StreamClient::Result;
 
 /** A client at one end of a pair of sockets, the test at the other. */
@@ -48,38 +48,38 @@ protected:
 };
 
 TEST_F(StreamClientTest, AFrameIsReturnedDecodedAndAsItWasSent) {
-    send(frame(7));
+    send(stream_frame(7));
     ASSERT_EQ(next(), Result::kFrame);
     EXPECT_EQ(received.objects.timestamp(), 7U);
     EXPECT_EQ(received.objects.targets_size(), 2);
-    EXPECT_EQ(received.payload, stream_test::payload(7));
+    EXPECT_EQ(received.payload, test_support::frame(7, 2));
 }
 
 TEST_F(StreamClientTest, FramesThatArriveTogetherAreReturnedOneByOne) {
-    send(frames(1, 2));
+    send(stream_frames(1, 2));
     ASSERT_EQ(next(), Result::kFrame);
     ASSERT_EQ(next(0), Result::kFrame);
     EXPECT_EQ(received.objects.timestamp(), 2U);
-    EXPECT_EQ(client->bytes(), frames(1, 2).size());
+    EXPECT_EQ(client->bytes(), stream_frames(1, 2).size());
 }
 
 TEST_F(StreamClientTest, AFrameThatIsNotWholeInTimeIsATimeout) {
-    send(frame(1).substr(0, 20));
+    send(stream_frame(1).substr(0, 20));
     EXPECT_EQ(next(1), Result::kTimeout);
-    send(frame(1).substr(20));
+    send(stream_frame(1).substr(20));
     EXPECT_EQ(next(), Result::kFrame);
 }
 
 TEST_F(StreamClientTest, WithoutTimeOnlyAFrameThatHasArrivedIsReturned) {
     EXPECT_EQ(next(0), Result::kTimeout);
-    send(frame(1));
+    send(stream_frame(1));
     EXPECT_EQ(next(0), Result::kFrame);
 }
 
 TEST_F(StreamClientTest, ANegativeTimeWaitsForTheFrame) {
     std::thread later([this] {
         std::this_thread::sleep_for(milliseconds(5));
-        send(frame(1));
+        send(stream_frame(1));
     });
     EXPECT_EQ(next(-1), Result::kFrame);
     later.join();
@@ -92,7 +92,7 @@ TEST_F(StreamClientTest, ASignalEndsTheWait) {
 }
 
 TEST_F(StreamClientTest, TheEndBetweenTwoFramesIsTheEnd) {
-    send(frame(1));
+    send(stream_frame(1));
     hang_up();
     ASSERT_EQ(next(), Result::kFrame);
     EXPECT_EQ(next(), Result::kEnd);
@@ -100,7 +100,7 @@ TEST_F(StreamClientTest, TheEndBetweenTwoFramesIsTheEnd) {
 }
 
 TEST_F(StreamClientTest, TheEndInsideAFrameIsATruncation) {
-    send(frame(1) + frame(2).substr(0, 13));
+    send(stream_frame(1) + stream_frame(2).substr(0, 13));
     hang_up();
     ASSERT_EQ(next(), Result::kFrame);
     EXPECT_EQ(next(), Result::kTruncated);
@@ -108,15 +108,15 @@ TEST_F(StreamClientTest, TheEndInsideAFrameIsATruncation) {
 }
 
 TEST_F(StreamClientTest, ForeignBytesAreDistinguishedFromTheEnd) {
-    send(frame(1) + "not a radar");
+    send(stream_frame(1) + "not a radar");
     ASSERT_EQ(next(), Result::kFrame);
     EXPECT_EQ(next(), Result::kForeign);
-    EXPECT_EQ(client->problem(), "at byte " + std::to_string(frame(1).size()) +
+    EXPECT_EQ(client->problem(), "at byte " + std::to_string(stream_frame(1).size()) +
                                      ": 6e 6f 74 20 in place of the magic 02 71 bb 01");
 }
 
 TEST_F(StreamClientTest, TheStreamGoesOnAfterAPayloadThatDoesNotDecode) {
-    send(Kit::stream_frame("\x1A\x7F") + frame(2));
+    send(Kit::stream_frame("\x1A\x7F") + stream_frame(2));
     EXPECT_EQ(next(), Result::kUndecodable);
     EXPECT_EQ(client->problem(), "frame 1, 2 bytes, does not decode");
     EXPECT_EQ(received.payload, "\x1A\x7F");
@@ -126,7 +126,7 @@ TEST_F(StreamClientTest, TheStreamGoesOnAfterAPayloadThatDoesNotDecode) {
 TEST_F(StreamClientTest, AReadThatFailsIsReported) {
     test_support::SystemCalls system_calls;
     system_calls.read = test_support::fails_with(EIO);
-    send(frame(1));
+    send(stream_frame(1));
     EXPECT_EQ(next(), Result::kFailed);
     EXPECT_EQ(client->problem(), "Input/output error");
 }
@@ -139,7 +139,7 @@ TEST_F(StreamClientTest, AReadThatIsInterruptedIsTriedAgain) {
         errno = EINTR;
         return -1;
     };
-    send(frame(1));
+    send(stream_frame(1));
     EXPECT_EQ(next(), Result::kFrame);
 }
 

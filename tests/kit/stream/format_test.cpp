@@ -14,25 +14,25 @@ TEST(StreamFormatTest, AFrameIsMagicLengthAndPayloadLittleEndian) {
 }
 
 TEST(StreamFormatTest, AFrameIsAStreamFrame) {
-    EXPECT_TRUE(Kit::is_stream_frame(stream_test::frame(1)));
+    EXPECT_TRUE(Kit::is_stream_frame(test_support::stream_frame(1)));
 }
 
 TEST(StreamFormatTest, ATruncatedHeaderIsNoStreamFrame) {
-    EXPECT_FALSE(Kit::is_stream_frame(stream_test::frame(1).substr(0, 7)));
+    EXPECT_FALSE(Kit::is_stream_frame(test_support::stream_frame(1).substr(0, 7)));
 }
 
 TEST(StreamFormatTest, ATruncatedFrameIsNoStreamFrame) {
-    std::string truncated = stream_test::frame(1);
+    std::string truncated = test_support::stream_frame(1);
     truncated.pop_back();
     EXPECT_FALSE(Kit::is_stream_frame(truncated));
 }
 
 TEST(StreamFormatTest, TwoFramesAreNoStreamFrame) {
-    EXPECT_FALSE(Kit::is_stream_frame(stream_test::frames(1, 2)));
+    EXPECT_FALSE(Kit::is_stream_frame(test_support::stream_frames(1, 2)));
 }
 
 TEST(StreamFormatTest, AnotherMagicIsNoStreamFrame) {
-    std::string foreign = stream_test::frame(1);
+    std::string foreign = test_support::stream_frame(1);
     foreign[0] = '\x03';
     EXPECT_FALSE(Kit::is_stream_frame(foreign));
 }

@@ -6,8 +6,8 @@
 
 namespace {
 
-using stream_test::frame;
-using stream_test::frames;
+using test_support::stream_frame;
+using test_support::stream_frames;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -27,17 +27,18 @@ protected:
 };
 
 TEST_F(StreamParserTest, SeveralFramesInOnePieceComeOutOneByOne) {
-    EXPECT_THAT(parse(frames(1, 3)), ElementsAre(frame(1), frame(2), frame(3)));
+    EXPECT_THAT(parse(stream_frames(1, 3)),
+                ElementsAre(stream_frame(1), stream_frame(2), stream_frame(3)));
 }
 
 TEST_F(StreamParserTest, AFrameInPiecesOfOneByteComesOutWhole) {
-    EXPECT_THAT(parse(frames(1, 2), 1), ElementsAre(frame(1), frame(2)));
+    EXPECT_THAT(parse(stream_frames(1, 2), 1), ElementsAre(stream_frame(1), stream_frame(2)));
 }
 
 TEST_F(StreamParserTest, EveryPieceSizeGivesTheSameFrames) {
-    const std::string bytes = frames(1, 20);
+    const std::string bytes = stream_frames(1, 20);
     const auto expected = parse(bytes);
-    for (size_t size = 1; size < 2 * frame(1).size(); ++size) {
+    for (size_t size = 1; size < 2 * stream_frame(1).size(); ++size) {
         parser.reset();
         ASSERT_EQ(parse(bytes, size), expected) << "pieces of " << size;
     }
@@ -48,21 +49,21 @@ TEST_F(StreamParserTest, AFrameWithoutPayloadIsAFrame) {
 }
 
 TEST_F(StreamParserTest, NothingComesOutOfPartOfAFrame) {
-    EXPECT_THAT(parse(frame(1).substr(0, 12)), IsEmpty());
+    EXPECT_THAT(parse(stream_frame(1).substr(0, 12)), IsEmpty());
     EXPECT_EQ(parser.pending(), 12U);
     EXPECT_FALSE(parser.fault());
 }
 
 TEST_F(StreamParserTest, BetweenTwoFramesNothingIsPending) {
-    parse(frames(1, 2));
+    parse(stream_frames(1, 2));
     EXPECT_EQ(parser.pending(), 0U);
-    EXPECT_EQ(parser.offset(), frames(1, 2).size());
+    EXPECT_EQ(parser.offset(), stream_frames(1, 2).size());
 }
 
 TEST_F(StreamParserTest, ForeignBytesAreAFaultWithTheirOffset) {
-    parse(frame(1) + "GET / HTTP/1.1\r\n");
+    parse(stream_frame(1) + "GET / HTTP/1.1\r\n");
     ASSERT_TRUE(parser.fault());
-    EXPECT_EQ(parser.fault()->offset, frame(1).size());
+    EXPECT_EQ(parser.fault()->offset, stream_frame(1).size());
     EXPECT_EQ(parser.fault()->reason, "47 45 54 20 in place of the magic 02 71 bb 01");
 }
 
@@ -73,12 +74,12 @@ TEST_F(StreamParserTest, TheFirstForeignByteIsAFault) {
 }
 
 TEST_F(StreamParserTest, FramesBeforeAFaultComeOut) {
-    EXPECT_THAT(parse(frame(1) + "xxxx"), ElementsAre(frame(1)));
+    EXPECT_THAT(parse(stream_frame(1) + "xxxx"), ElementsAre(stream_frame(1)));
 }
 
 TEST_F(StreamParserTest, AfterAFaultNothingComesOut) {
     parse("xxxx");
-    EXPECT_THAT(parse(frame(1)), IsEmpty());
+    EXPECT_THAT(parse(stream_frame(1)), IsEmpty());
 }
 
 TEST_F(StreamParserTest, ALengthAtTheLimitIsRead) {
@@ -89,9 +90,9 @@ TEST_F(StreamParserTest, ALengthAtTheLimitIsRead) {
 
 TEST_F(StreamParserTest, ALengthOverTheLimitIsAFaultBeforeItsPayloadCame) {
     parser = Kit::StreamParser(100);
-    parse(frame(1) + Kit::stream_frame(std::string(101, 'x')).substr(0, 8));
+    parse(stream_frame(1) + Kit::stream_frame(std::string(101, 'x')).substr(0, 8));
     ASSERT_TRUE(parser.fault());
-    EXPECT_EQ(parser.fault()->offset, frame(1).size());
+    EXPECT_EQ(parser.fault()->offset, stream_frame(1).size());
     EXPECT_EQ(parser.fault()->reason, "length 101 is over the limit of 100 bytes");
 }
 
@@ -105,8 +106,8 @@ TEST_F(StreamParserTest, ResetBeginsANewStream) {
     parse("xxxx");
     parser.reset();
     EXPECT_FALSE(parser.fault());
-    EXPECT_THAT(parse(frame(1)), ElementsAre(frame(1)));
-    EXPECT_EQ(parser.offset(), frame(1).size());
+    EXPECT_THAT(parse(stream_frame(1)), ElementsAre(stream_frame(1)));
+    EXPECT_EQ(parser.offset(), stream_frame(1).size());
 }
 
 }  // namespace

@@ -9,10 +9,10 @@
 
 namespace {
 
-using stream_test::frame;
-using stream_test::kMoreThanASocketHolds;
 using stream_test::numbers;
 using test_support::eventually;
+using test_support::kMoreThanASocketHolds;
+using test_support::stream_frame;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;

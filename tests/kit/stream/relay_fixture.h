@@ -38,7 +38,7 @@ protected:
     /** Publishes frames with the timestamps `first` to `last`. */
     void publish(uint64_t first, uint64_t last, int targets = 2) {
         for (uint64_t timestamp = first; timestamp <= last; ++timestamp) {
-            relay->publish(frame(timestamp, targets));
+            relay->publish(test_support::stream_frame(timestamp, targets));
         }
     }
 

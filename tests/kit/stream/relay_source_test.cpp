@@ -12,10 +12,10 @@
 
 namespace {
 
-using stream_test::frame;
-using stream_test::frames;
 using stream_test::numbers;
 using test_support::eventually;
+using test_support::stream_frame;
+using test_support::stream_frames;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;
@@ -77,34 +77,34 @@ TEST_F(RelaySourceTest, FramesOfTheLibraryReachAClient) {
 
 TEST_F(RelaySourceTest, FramesThatComeAtOnceAreDeliveredBeforeTheirBytesFillAQueue) {
     Kit::RelayOptions options{kPath};
-    options.queue_bytes = frame(1).size();
+    options.queue_bytes = stream_frame(1).size();
     relay = std::make_unique<Kit::Relay>(options);
     relay->relay_from(reading);
     const Client client = connect();
-    write(frames(1, 20));
+    write(stream_frames(1, 20));
     EXPECT_EQ(receive(client, 20), numbers(1, 20));
 }
 
 TEST_F(RelaySourceTest, FramesAreDeliveredByteForByte) {
     start();
     const Client client = connect();
-    write(frame(1, 40));
+    write(stream_frame(1, 40));
     Kit::StreamFrame received;
     ASSERT_EQ(client->next(received, 30s), Result::kFrame);
-    EXPECT_EQ(received.payload, stream_test::payload(1, 40));
+    EXPECT_EQ(received.payload, test_support::frame(1, 40));
 }
 
 TEST_F(RelaySourceTest, AFrameInPiecesIsPublishedWhole) {
     start();
     const Client client = connect();
-    for (const char byte : frames(1, 2)) write(std::string(1, byte));
+    for (const char byte : stream_frames(1, 2)) write(std::string(1, byte));
     EXPECT_EQ(receive(client, 2), numbers(1, 2));
 }
 
 TEST_F(RelaySourceTest, ABurstOfMoreFramesThanTheQueueHoldsArrivesWhole) {
     start(4);
     const Client client = connect();
-    write(frames(1, 200));
+    write(stream_frames(1, 200));
     EXPECT_EQ(receive(client, 200), numbers(1, 200));
     EXPECT_EQ(relay->counters().frames_dropped, 0U);
 }
@@ -112,7 +112,7 @@ TEST_F(RelaySourceTest, ABurstOfMoreFramesThanTheQueueHoldsArrivesWhole) {
 TEST_F(RelaySourceTest, AClientThatDoesNotReadDoesNotStopTheWriter) {
     start(4);
     const Client client = connect();
-    const std::string large = frame(1, 2000);
+    const std::string large = stream_frame(1, 2000);
     for (int i = 0; i < 200; ++i) write(large);  // blocks for ever when nobody reads
     EXPECT_TRUE(eventually([&] { return relay->counters().frames == 200; }));
     EXPECT_GT(relay->counters().frames_dropped, 0U);
@@ -123,9 +123,9 @@ TEST_F(RelaySourceTest, SeveralStreamsAreRelayedAtOnce) {
     const Radar::RadarSocket socket;
     relay->relay_from(socket.external());
     const Client client = connect();
-    write(frame(1));
+    write(stream_frame(1));
     EXPECT_EQ(receive(client, 1), numbers(1, 1));
-    ASSERT_GT(::write(socket.internal(), frame(2).data(), frame(2).size()), 0);
+    ASSERT_GT(::write(socket.internal(), stream_frame(2).data(), stream_frame(2).size()), 0);
     EXPECT_EQ(receive(client, 1), numbers(2, 2));
 }
 
@@ -141,21 +141,21 @@ TEST_F(RelaySourceTest, ClosingTheDescriptorDoesNotEndTheRelaying) {
     const Client client = connect();
     close(reading);
     reading = -1;
-    write(frame(1));
+    write(stream_frame(1));
     EXPECT_EQ(receive(client, 1), numbers(1, 1));
 }
 
 TEST_F(RelaySourceTest, StopPublishesWhatWasWritten) {
     start();
     const Client client = connect();
-    write(frames(1, 100));
+    write(stream_frames(1, 100));
     relay->stop(30s);
     EXPECT_EQ(receive(client, 100), numbers(1, 100));
 }
 
 TEST_F(RelaySourceTest, TheEndBetweenTwoFramesIsNoFault) {
     start();
-    write(frames(1, 3));
+    write(stream_frames(1, 3));
     end_stream();
     ASSERT_TRUE(eventually([&] { return relay->counters().frames == 3; }));
     relay->stop(0ms);
@@ -165,7 +165,7 @@ TEST_F(RelaySourceTest, TheEndBetweenTwoFramesIsNoFault) {
 
 TEST_F(RelaySourceTest, AnEndInsideAFrameIsAFault) {
     start();
-    write(frame(1) + frame(2).substr(0, 11));
+    write(stream_frame(1) + stream_frame(2).substr(0, 11));
     end_stream();
     EXPECT_EQ(fault(), "ended 11 bytes into a frame");
     EXPECT_EQ(relay->counters().frames, 1U);
@@ -176,8 +176,8 @@ TEST_F(RelaySourceTest, AnEndInsideAFrameIsAFault) {
 TEST_F(RelaySourceTest, ForeignBytesAreAFaultAndReachNoClient) {
     start();
     const Client client = connect();
-    write(frame(1) + "GET / HTTP/1.1\r\n" + frame(2));
-    EXPECT_EQ(fault(), "at byte " + std::to_string(frame(1).size()) +
+    write(stream_frame(1) + "GET / HTTP/1.1\r\n" + stream_frame(2));
+    EXPECT_EQ(fault(), "at byte " + std::to_string(stream_frame(1).size()) +
                            ": 47 45 54 20 in place of the magic 02 71 bb 01");
     relay->stop(30s);
     EXPECT_EQ(receive(client, 2), numbers(1, 1));
@@ -265,7 +265,7 @@ TEST_F(RelaySourceFaultTest, ADescriptorThatCannotBeWatchedIsAnError) {
     EXPECT_EQ(error_of(reading), failure_to_relay("No space left on device"));
     full = false;
     EXPECT_EQ(error_of(reading), "none");
-    write(frame(1));
+    write(stream_frame(1));
     EXPECT_TRUE(eventually([&] { return relay->counters().frames == 1; }));
 }
 
@@ -273,7 +273,7 @@ TEST_F(RelaySourceFaultTest, ADescriptorThatStaysBlockingIsAFaultAndNotRead) {
     system_calls.ioctl = test_support::fails_with(EIO);
     start();
     EXPECT_EQ(fault(), "Input/output error");
-    write(frame(1));
+    write(stream_frame(1));
     relay->stop(0ms);
     EXPECT_EQ(relay->counters().frames, 0U);
 }
@@ -281,7 +281,7 @@ TEST_F(RelaySourceFaultTest, ADescriptorThatStaysBlockingIsAFaultAndNotRead) {
 TEST_F(RelaySourceFaultTest, AModeThatCannotBeRestoredIsLogged) {
     fail_fcntl(F_SETFL);
     start();
-    write(frame(1));
+    write(stream_frame(1));
     ASSERT_TRUE(eventually([&] { return relay->counters().frames == 1; }));
     relay->stop(0ms);
     EXPECT_THAT(log(), ElementsAre("Failed to restore the blocking mode of descriptor " +

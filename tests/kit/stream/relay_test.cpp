@@ -11,10 +11,10 @@
 
 namespace {
 
-using stream_test::frame;
-using stream_test::frames;
 using stream_test::numbers;
 using test_support::eventually;
+using test_support::stream_frame;
+using test_support::stream_frames;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;
@@ -61,7 +61,7 @@ TEST_F(RelayTest, FramesAreCountedAlthoughNobodyListens) {
     start();
     publish(1, 3);
     EXPECT_EQ(relay->counters().frames, 3U);
-    EXPECT_EQ(relay->counters().bytes, frames(1, 3).size());
+    EXPECT_EQ(relay->counters().bytes, stream_frames(1, 3).size());
     EXPECT_EQ(relay->counters().frames_dropped, 0U);
 }
 
@@ -72,14 +72,14 @@ TEST_F(RelayTest, WhatAClientGotIsCounted) {
     receive(client, 3);
     ASSERT_TRUE(eventually([&] { return only_client().frames_sent == 3; }));
     EXPECT_EQ(only_client().id, 1U);
-    EXPECT_EQ(only_client().bytes_sent, frames(1, 3).size());
+    EXPECT_EQ(only_client().bytes_sent, stream_frames(1, 3).size());
     EXPECT_EQ(only_client().queued, 0U);
 }
 
 TEST_F(RelayTest, SomethingElseThanAFrameIsNotPublished) {
     start();
     const Client client = connect();
-    EXPECT_THROW(relay->publish(frame(1) + frame(2)), std::invalid_argument);
+    EXPECT_THROW(relay->publish(stream_frame(1) + stream_frame(2)), std::invalid_argument);
     publish(3, 3);
     EXPECT_EQ(receive(client, 1), numbers(3, 3));
 }
@@ -102,7 +102,7 @@ TEST_F(RelayTest, AClientThatReadsTooLateGetsTheRecentFramesAndTheCount) {
     const Client client = connect();
     publish(1, 100, kLarge);
     EXPECT_TRUE(eventually([&] { return only_client().queued <= 5; }));
-    relay->publish(frame(101, kLarge));
+    relay->publish(stream_frame(101, kLarge));
     const uint64_t dropped = only_client().frames_dropped;
     EXPECT_GT(dropped, 50U);
     const auto received = receive(client, 101 - dropped);
@@ -124,7 +124,7 @@ TEST_F(RelayTest, TheQueueOfAClientThatDoesNotReadIsBounded) {
 
 TEST_F(RelayTest, TheBytesInTheQueueOfAClientThatDoesNotReadAreBounded) {
     Kit::RelayOptions options{kPath, 1000, kNever};
-    options.queue_bytes = 4 * frame(1, kLarge).size();
+    options.queue_bytes = 4 * stream_frame(1, kLarge).size();
     relay = std::make_unique<Kit::Relay>(options);
     const Client client = connect();
     for (uint64_t timestamp = 1; timestamp <= 200; ++timestamp) {
@@ -211,7 +211,7 @@ TEST_F(RelayTest, StopReturnsAtOnceWhenNothingIsQueued) {
 TEST_F(RelayTest, StopEndsAfterItsGraceAndSaysWhatWasNotDelivered) {
     start(4);
     const Client client = connect();
-    publish(1, 16, stream_test::kMoreThanASocketHolds);
+    publish(1, 16, test_support::kMoreThanASocketHolds);
     relay->stop(5ms);
     ASSERT_EQ(log().size(), 1U);
     EXPECT_THAT(log().front(), testing::MatchesRegex("/tmp/radar.sock: [45] frames were not "

@@ -6,19 +6,19 @@
 
 #include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/support/recording_bytes.h"
 
 namespace {
 
 using test_support::frame;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::record;
+using test_support::run;
 using test_support::word;
 using test_support::write_file;
 using testing::HasSubstr;
-using tools_test::Outcome;
-using tools_test::run;
 
 constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
 constexpr char kPart[] = "/tmp/part.data";
@@ -138,7 +138,7 @@ TEST_F(CutTest, FramesWithoutAHeaderGetOneThatSaysWhatWithoutSettingsIsTrue) {
 TEST_F(CutTest, AStreamIsRecordedUnderAHeaderThatIsMadeUp) {
     const std::string payload = frame(kStart * uint64_t{1000000}, 2);
     write_file(kRecording, header(2) + record(payload) + record(payload));
-    tools_test::Program radar(
+    test_support::Program radar(
         {"play", kRecording, "--socket", "/tmp/radar.sock", "--rate", "max", "--wait"});
     const Outcome outcome = cut_stream("/tmp/radar.sock");
     EXPECT_EQ(outcome.status, 0);

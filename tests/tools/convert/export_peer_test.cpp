@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/support/random_frames.h"
 #include "tests/support/recording_bytes.h"
 #include "tests/support/shell.h"
@@ -13,24 +13,24 @@
 namespace {
 
 using test_support::record;
+using test_support::run;
 using test_support::write_file;
-using tools_test::run;
 
 constexpr char kRecording[] = "/tmp/recording";
 
 class ExportPeerTest : public test_support::PrivatePathsTest {
 protected:
-    static tools_test::ShellOutcome compare() {
+    static test_support::Outcome compare() {
         EXPECT_EQ(run({"export", kRecording, "-o", "/tmp/frames.ndjson"}).status, 0);
         EXPECT_EQ(run({"export", kRecording, "-o", "/tmp/frames.mcap"}).status, 0);
         return run_peer();
     }
 
-    static tools_test::ShellOutcome run_peer() {
+    static test_support::Outcome run_peer() {
         // Before a python3 from elsewhere, the one that the system's packages are for.
-        return tools_test::run_in_shell("PATH=/usr/bin:$PATH python3 " PETRELRADAR_SOURCE_DIR
-                                        "/tests/tools/convert/export_peer.py /tmp/recording "
-                                        "/tmp/frames.ndjson /tmp/frames.mcap");
+        return test_support::run_in_shell("PATH=/usr/bin:$PATH python3 " PETRELRADAR_SOURCE_DIR
+                                          "/tests/tools/convert/export_peer.py /tmp/recording "
+                                          "/tmp/frames.ndjson /tmp/frames.mcap");
     }
 };
 
@@ -46,8 +46,8 @@ TEST_F(ExportPeerTest, RandomFramesAreTheSameToAnother) {
     }
     write_file(kRecording, bytes);
     const auto outcome = compare();
-    if (outcome.status == 77) GTEST_SKIP() << outcome.text;
-    EXPECT_EQ(outcome.text, "300 frames, " + std::to_string(targets) + " targets\n");
+    if (outcome.status == 77) GTEST_SKIP() << outcome.out;
+    EXPECT_EQ(outcome.out, "300 frames, " + std::to_string(targets) + " targets\n");
 }
 
 TEST_F(ExportPeerTest, NumbersAtTheirLimitsAreTheSameToAnother) {
@@ -63,8 +63,8 @@ TEST_F(ExportPeerTest, NumbersAtTheirLimitsAreTheSameToAnother) {
     target.set_options(std::numeric_limits<uint32_t>::max());
     write_file(kRecording, test_support::header(1) + record(frame.SerializeAsString()));
     const auto outcome = compare();
-    if (outcome.status == 77) GTEST_SKIP() << outcome.text;
-    EXPECT_EQ(outcome.text, "1 frames, 1 targets\n");
+    if (outcome.status == 77) GTEST_SKIP() << outcome.out;
+    EXPECT_EQ(outcome.out, "1 frames, 1 targets\n");
 }
 
 TEST_F(ExportPeerTest, AFrameThatDiffersIsNoticed) {

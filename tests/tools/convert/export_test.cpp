@@ -12,7 +12,7 @@
 
 #include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/support/recording_bytes.h"
 #include "tests/support/shell.h"
 
@@ -20,13 +20,13 @@ namespace {
 
 using test_support::frame;
 using test_support::header;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::record;
+using test_support::run;
 using test_support::write_file;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using tools_test::Outcome;
-using tools_test::run;
 
 constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
 constexpr uint64_t kTime = 1747301407050000;
@@ -135,7 +135,7 @@ TEST_F(ExportTest, CtrlCLeavesWhatWasExportedSoFar) {
     const int pipe = open("/tmp/pipe", O_RDWR | O_CLOEXEC);
     const std::string bytes = header(1) + record(frame(kTime, 2)) + "more";
     ASSERT_EQ(write(pipe, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    tools_test::Program program({"export", "/tmp/pipe", "-o", "/tmp/log.csv"});
+    test_support::Program program({"export", "/tmp/pipe", "-o", "/tmp/log.csv"});
     wait_for_file_in_work();
     program.send_signal(SIGINT);
     const Outcome outcome = program.finish();
@@ -150,14 +150,14 @@ protected:
     void SetUp() override {
         ExportTest::SetUp();
         if (IsSkipped()) return;
-        const auto outcome = tools_test::print_mcap("/dev/null");
-        if (outcome.status == 77) GTEST_SKIP() << outcome.text;
+        const auto outcome = test_support::print_mcap("/dev/null");
+        if (outcome.status == 77) GTEST_SKIP() << outcome.out;
     }
 
     static std::string read_back() {
-        const auto outcome = tools_test::print_mcap("/tmp/log.mcap");
-        EXPECT_EQ(outcome.status, 0) << outcome.text;
-        return outcome.text;
+        const auto outcome = test_support::print_mcap("/tmp/log.mcap");
+        EXPECT_EQ(outcome.status, 0) << outcome.out;
+        return outcome.out;
     }
 };
 

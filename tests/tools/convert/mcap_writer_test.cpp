@@ -8,8 +8,8 @@
 
 namespace {
 
+using test_support::print_mcap;
 using testing::HasSubstr;
-using tools_test::print_mcap;
 
 constexpr char kPath[] = "/tmp/file.mcap";
 
@@ -145,14 +145,14 @@ protected:
         McapWriterTest::SetUp();
         if (IsSkipped()) return;
         const auto outcome = print_mcap("/dev/null");
-        if (outcome.status == 77) GTEST_SKIP() << outcome.text;
+        if (outcome.status == 77) GTEST_SKIP() << outcome.out;
     }
 
     std::string read_back() {
         finish();
         const auto outcome = print_mcap(kPath);
-        EXPECT_EQ(outcome.status, 0) << outcome.text;
-        return outcome.text;
+        EXPECT_EQ(outcome.status, 0) << outcome.out;
+        return outcome.out;
     }
 };
 

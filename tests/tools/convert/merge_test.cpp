@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/support/recording_bytes.h"
 #include "tests/support/shell.h"
 
@@ -13,13 +13,13 @@ namespace {
 
 using test_support::frame;
 using test_support::header;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::record;
+using test_support::run;
 using test_support::word;
 using test_support::write_file;
 using testing::HasSubstr;
-using tools_test::Outcome;
-using tools_test::run;
 
 constexpr char kResult[] = "/tmp/result";
 
@@ -171,8 +171,8 @@ TEST_F(MergeTest, StandardInputIsASourceToo) {
     write_recording("/tmp/a", {10, 30});
     write_recording("/tmp/b", {20});
     const auto outcome =
-        tools_test::run_in_shell(PETRELRADAR_PROGRAM " merge /tmp/a - -o /tmp/result < /tmp/b");
-    EXPECT_EQ(outcome.status, 0) << outcome.text;
+        test_support::run_in_shell(PETRELRADAR_PROGRAM " merge /tmp/a - -o /tmp/result < /tmp/b");
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
     EXPECT_EQ(read_file(kResult), header(3) + frames({10, 20, 30}));
 }
 
@@ -186,8 +186,8 @@ TEST_F(MergeTest, ManyFilesThatFollowOneAnotherNeedFewDescriptors) {
     }
     std::string command = "ulimit -n 12; " PETRELRADAR_PROGRAM " merge -o /tmp/result";
     for (std::string const& argument : arguments) command += " " + argument;
-    const auto outcome = tools_test::run_in_shell(command);
-    EXPECT_EQ(outcome.status, 0) << outcome.text;
+    const auto outcome = test_support::run_in_shell(command);
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
     EXPECT_EQ(read_file(kResult), header(60) + frames(times));
 }
 

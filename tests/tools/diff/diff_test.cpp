@@ -10,7 +10,7 @@
 
 #include "tests/support/page.h"
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/support/recording_bytes.h"
 
 namespace {
@@ -18,13 +18,13 @@ namespace {
 using nlohmann::json;
 using test_support::frame;
 using test_support::header;
+using test_support::Outcome;
 using test_support::record;
+using test_support::run;
 using test_support::word;
 using test_support::write_file;
 using testing::HasSubstr;
 using testing::StartsWith;
-using tools_test::Outcome;
-using tools_test::run;
 
 class DiffTest : public test_support::PrivatePathsTest {
 protected:

@@ -10,20 +10,20 @@
 #include <thread>
 
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/support/recording_bytes.h"
 
 namespace {
 
 using test_support::frame;
 using test_support::header;
+using test_support::Outcome;
 using test_support::record;
+using test_support::run;
 using test_support::word;
 using test_support::write_file;
 using testing::HasSubstr;
 using testing::StartsWith;
-using tools_test::Outcome;
-using tools_test::run;
 
 constexpr char kPath[] = "/tmp/bad.data";
 

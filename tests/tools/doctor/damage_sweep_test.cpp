@@ -10,11 +10,11 @@ namespace {
 
 using test_support::frame;
 using test_support::header;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::record;
+using test_support::run_inside;
 using test_support::write_file;
-using tools_test::Outcome;
-using tools_test::run_inside;
 
 constexpr char kPath[] = "/tmp/radar_150525_093007_042.data";
 constexpr char kSaved[] = "/tmp/saved/radar_150525_093007_042.data";

@@ -15,15 +15,15 @@ namespace {
 using nlohmann::json;
 using test_support::frame;
 using test_support::header;
+using test_support::Outcome;
 using test_support::record;
+using test_support::run_inside;
 using test_support::word;
 using test_support::write_file;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using tools_test::Outcome;
-using tools_test::run_inside;
 
 constexpr char kName[] = "/tmp/radar_150525_093007_042.data";
 constexpr uint64_t kStart = 1747301407000000;

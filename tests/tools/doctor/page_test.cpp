@@ -12,9 +12,9 @@
 namespace {
 
 using test_support::record;
+using test_support::run_inside;
 using test_support::word;
 using testing::HasSubstr;
-using tools_test::run_inside;
 
 std::string page() {
     return test_support::read_file(PETRELRADAR_SOURCE_DIR "/docs/doctor.md");

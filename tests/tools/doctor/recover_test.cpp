@@ -17,16 +17,16 @@ using nlohmann::json;
 using test_support::frame;
 using test_support::header;
 using test_support::list_directory;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::record;
+using test_support::run_inside;
 using test_support::word;
 using test_support::write_file;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using tools_test::Outcome;
-using tools_test::run_inside;
 
 constexpr char kName[] = "radar_150525_093007_042.data";
 constexpr char kPath[] = "/tmp/radar_150525_093007_042.data";

@@ -7,10 +7,15 @@
 #include <vector>
 
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
-#include "tests/support/recorded_frames.h"
+#include "tests/support/process.h"
+#include "tests/support/recording_bytes.h"
 
 namespace tools_test {
+
+using test_support::kBegin;
+using test_support::Outcome;
+using test_support::run;
+using test_support::steady_recording;
 
 constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
 

@@ -12,14 +12,14 @@
 
 namespace {
 
+using test_support::frame;
 using test_support::header;
+using test_support::kBegin;
+using test_support::Outcome;
+using test_support::Program;
 using test_support::record;
 using testing::HasSubstr;
 using tools_test::CatTest;
-using tools_test::frame;
-using tools_test::kBegin;
-using tools_test::Outcome;
-using tools_test::Program;
 
 constexpr char kGrowing[] = "/tmp/radar_150525_093007_042";
 

@@ -9,25 +9,26 @@
 #include <filesystem>
 
 #include "kit/stream/relay.h"
+#include "tests/support/eventually.h"
 #include "tests/support/stream_frames.h"
 #include "tests/tools/inspect/cat_fixture.h"
 
 namespace {
 
+using test_support::frame;
 using test_support::header;
+using test_support::kBegin;
+using test_support::Outcome;
+using test_support::Program;
 using test_support::read_file;
 using test_support::record;
+using test_support::recording;
+using test_support::steady_recording;
 using test_support::write_file;
 using testing::HasSubstr;
 using testing::StartsWith;
 using tools_test::CatTest;
-using tools_test::frame;
-using tools_test::kBegin;
 using tools_test::kRecording;
-using tools_test::Outcome;
-using tools_test::Program;
-using tools_test::recording;
-using tools_test::steady_recording;
 
 TEST_F(CatTest, ADirectoryIsReadInOrderOfTimeUnfinishedFilesIncluded) {
     std::filesystem::create_directory("/tmp/a");
@@ -149,7 +150,7 @@ TEST_F(CatTest, AReaderThatHasEnoughEndsItQuietly) {
 TEST_F(CatTest, ALiveStreamIsPrinted) {
     Kit::Relay relay(Kit::RelayOptions{"/tmp/radar.sock"});
     Program program({"cat", "unix:/tmp/radar.sock", "--format", "csv", "--fields", "timestamp"});
-    ASSERT_TRUE(stream_test::eventually([&] { return !relay.counters().clients.empty(); }));
+    ASSERT_TRUE(test_support::eventually([&] { return !relay.counters().clients.empty(); }));
     relay.publish(Kit::stream_frame(frame(kBegin + 7000, {{1, 0, 0}})));
     EXPECT_TRUE(program.prints("1747301407007000\n"));
     relay.stop(std::chrono::seconds(30));
@@ -159,7 +160,7 @@ TEST_F(CatTest, ALiveStreamIsPrinted) {
 TEST_F(CatTest, APayloadOfALiveStreamThatDoesNotDecodeIsReported) {
     Kit::Relay relay(Kit::RelayOptions{"/tmp/radar.sock"});
     Program program({"cat", "unix:/tmp/radar.sock"});
-    ASSERT_TRUE(stream_test::eventually([&] { return !relay.counters().clients.empty(); }));
+    ASSERT_TRUE(test_support::eventually([&] { return !relay.counters().clients.empty(); }));
     relay.publish(Kit::stream_frame(frame(kBegin, {})));
     relay.publish(Kit::stream_frame("\x1A\x7F"));
     relay.stop(std::chrono::seconds(30));
@@ -171,7 +172,7 @@ TEST_F(CatTest, APayloadOfALiveStreamThatDoesNotDecodeIsReported) {
 TEST_F(CatTest, CtrlCEndsALiveStreamWell) {
     Kit::Relay relay(Kit::RelayOptions{"/tmp/radar.sock"});
     Program program({"cat", "unix:/tmp/radar.sock"});
-    ASSERT_TRUE(stream_test::eventually([&] { return !relay.counters().clients.empty(); }));
+    ASSERT_TRUE(test_support::eventually([&] { return !relay.counters().clients.empty(); }));
     program.send_signal(SIGINT);
     const Outcome outcome = program.finish();
     EXPECT_EQ(outcome.status, 0);

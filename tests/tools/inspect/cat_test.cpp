@@ -6,16 +6,16 @@
 
 namespace {
 
+using test_support::frame;
 using test_support::header;
+using test_support::kBegin;
+using test_support::Outcome;
+using test_support::recording;
 using test_support::write_file;
 using testing::HasSubstr;
 using testing::StartsWith;
 using tools_test::CatTest;
-using tools_test::frame;
-using tools_test::kBegin;
 using tools_test::kRecording;
-using tools_test::Outcome;
-using tools_test::recording;
 
 TEST_F(CatTest, TextIsTheDebugText) {
     write_file(kRecording, recording({frame(kBegin, {{2.5F, -0.5F, 0}}), frame(kBegin + 1, {})}));

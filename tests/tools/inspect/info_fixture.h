@@ -6,10 +6,13 @@
 #include <string>
 
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
-#include "tests/support/recorded_frames.h"
+#include "tests/support/process.h"
+#include "tests/support/recording_bytes.h"
 
 namespace tools_test {
+
+using test_support::Outcome;
+using test_support::run;
 
 constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
 

@@ -7,21 +7,22 @@
 #include <nlohmann/json.hpp>
 
 #include "kit/stream/relay.h"
+#include "tests/support/eventually.h"
 #include "tests/support/stream_frames.h"
 #include "tests/tools/inspect/info_fixture.h"
 
 namespace {
 
 using Json = nlohmann::json;
+using test_support::frame;
+using test_support::kBegin;
+using test_support::Outcome;
 using test_support::read_file;
+using test_support::steady_recording;
 using test_support::write_file;
 using testing::HasSubstr;
-using tools_test::frame;
 using tools_test::InfoTest;
-using tools_test::kBegin;
 using tools_test::kRecording;
-using tools_test::Outcome;
-using tools_test::steady_recording;
 
 constexpr char kUnfinished[] = "/tmp/radar_150525_093007_042";
 
@@ -76,8 +77,8 @@ TEST_F(InfoTest, StandardInputIsRead) {
 
 TEST_F(InfoTest, ALiveStreamIsToldAboutAtItsEnd) {
     Kit::Relay relay(Kit::RelayOptions{"/tmp/radar.sock"});
-    tools_test::Program program({"info", "--format", "json", "unix:/tmp/radar.sock"});
-    ASSERT_TRUE(stream_test::eventually([&] { return !relay.counters().clients.empty(); }));
+    test_support::Program program({"info", "--format", "json", "unix:/tmp/radar.sock"});
+    ASSERT_TRUE(test_support::eventually([&] { return !relay.counters().clients.empty(); }));
     relay.publish(Kit::stream_frame(frame(kBegin, {{1, 0, 0}})));
     relay.stop(std::chrono::seconds(30));
     const Json all = Json::parse(program.finish().out);

@@ -10,19 +10,19 @@
 namespace {
 
 using Json = nlohmann::json;
+using test_support::frame;
 using test_support::header;
+using test_support::kBegin;
+using test_support::Outcome;
 using test_support::read_file;
+using test_support::recording;
+using test_support::steady_recording;
 using test_support::word;
 using test_support::write_file;
 using testing::HasSubstr;
 using testing::Not;
-using tools_test::frame;
 using tools_test::InfoTest;
-using tools_test::kBegin;
 using tools_test::kRecording;
-using tools_test::Outcome;
-using tools_test::recording;
-using tools_test::steady_recording;
 
 TEST_F(InfoTest, TheTextTellsEverything) {
     write_file(kRecording,

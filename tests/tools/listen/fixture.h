@@ -11,7 +11,7 @@
 #include "radar_objects/radar_objects.pb.h"
 #include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 
 namespace tools_test {
 

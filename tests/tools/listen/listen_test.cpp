@@ -11,10 +11,10 @@
 
 namespace {
 
+using test_support::Outcome;
+using test_support::Program;
+using test_support::run;
 using testing::HasSubstr;
-using tools_test::Outcome;
-using tools_test::Program;
-using tools_test::run;
 
 class ListenTest : public tools_test::ListenTest {};
 

@@ -6,11 +6,11 @@
 
 namespace {
 
+using test_support::Outcome;
+using test_support::Program;
+using test_support::Surroundings;
 using testing::HasSubstr;
 using testing::Not;
-using tools_test::Outcome;
-using tools_test::Program;
-using tools_test::Surroundings;
 
 constexpr char kHideCursor[] = "\x1b[?25l";
 constexpr char kShowCursor[] = "\x1b[?25h";

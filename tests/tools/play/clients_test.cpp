@@ -3,22 +3,23 @@
 #include <filesystem>
 #include <thread>
 
+#include "tests/support/eventually.h"
 #include "tests/tools/play/fixture.h"
 
 namespace {
 
+using test_support::kBegin;
+using test_support::Outcome;
+using test_support::steady_recording;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using tools_test::kBegin;
 using tools_test::kRecording;
 using tools_test::kSocket;
-using tools_test::Outcome;
-using tools_test::recording;
 
 class PlayClientsTest : public tools_test::PlayTest {};
 
 TEST_F(PlayClientsTest, AClientThatTakesNothingIsDisconnectedAndReported) {
-    test_support::write_file(kRecording, recording(5000, 100, 60));
+    test_support::write_file(kRecording, steady_recording(5000, 100, 60));
     const auto program = start({"--wait", "--rate", "max"});
     const auto client = connect();
     const Outcome outcome = program->finish();
@@ -28,11 +29,11 @@ TEST_F(PlayClientsTest, AClientThatTakesNothingIsDisconnectedAndReported) {
 }
 
 TEST_F(PlayClientsTest, ASlowClientMissesWholeFramesAndThatIsReported) {
-    test_support::write_file(kRecording, recording(3000, 100, 60));
+    test_support::write_file(kRecording, steady_recording(3000, 100, 60));
     const auto program = start({"--wait"});
     const auto client = connect();
     // The socket goes first at the end; then there is a second left for what is queued.
-    ASSERT_TRUE(stream_test::eventually([] { return !std::filesystem::exists(kSocket); }));
+    ASSERT_TRUE(test_support::eventually([] { return !std::filesystem::exists(kSocket); }));
     const size_t size = next(*client, 10000).size();
     EXPECT_LT(size, 3000U);
     const Outcome outcome = program->finish();

@@ -7,28 +7,22 @@
 #include <vector>
 
 #include "kit/stream/client.h"
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
-#include "tests/support/program.h"
+#include "tests/support/process.h"
 #include "tests/support/recording_bytes.h"
 #include "tests/support/stream_frames.h"
 
 namespace tools_test {
 
 using Kit::StreamClient;
+using test_support::kBegin;
+using test_support::Program;
+using test_support::steady_recording;
+using test_support::Surroundings;
 
 constexpr char kRecording[] = "/tmp/radar_150525_093007_042.data";
 constexpr char kSocket[] = "/tmp/play.sock";
-constexpr uint64_t kBegin = 1747301407000000;
-
-/** A recording of frames that are `step_us` apart, with as many targets as their number says. */
-inline std::string recording(int frames, uint64_t step_us, int targets = 1) {
-    std::string bytes = test_support::header(static_cast<uint32_t>(frames));
-    for (int i = 0; i < frames; ++i) {
-        bytes += test_support::record(
-            test_support::frame(kBegin + static_cast<uint64_t>(i) * step_us, targets));
-    }
-    return bytes;
-}
 
 /** A recording that is played. */
 class PlayTest : public test_support::PrivatePathsTest {
@@ -47,7 +41,7 @@ protected:
     /** Connects as soon as the program serves. */
     static std::unique_ptr<StreamClient> connect() {
         std::unique_ptr<StreamClient> client;
-        EXPECT_TRUE(stream_test::eventually([&] {
+        EXPECT_TRUE(test_support::eventually([&] {
             try {
                 client = std::make_unique<StreamClient>(kSocket);
             } catch (std::exception const&) {

@@ -7,19 +7,19 @@
 namespace {
 
 using Kit::StreamClient;
+using test_support::Outcome;
+using test_support::Program;
+using test_support::steady_recording;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using tools_test::kRecording;
-using tools_test::Outcome;
-using tools_test::Program;
-using tools_test::recording;
 
 class PlayKeysTest : public tools_test::PlayTest {
 protected:
     void SetUp() override {
         PlayTest::SetUp();
         if (IsSkipped()) return;
-        test_support::write_file(kRecording, recording(4000, 50000));
+        test_support::write_file(kRecording, steady_recording(4000, 50000));
         program = start({"--paused"}, {{}, 120, 24, true});
         client = connect();
         EXPECT_TRUE(program->prints("1 client "));

@@ -4,23 +4,24 @@
 #include <filesystem>
 #include <thread>
 
+#include "tests/support/eventually.h"
 #include "tests/tools/play/fixture.h"
 
 namespace {
 
 using Kit::StreamClient;
+using test_support::kBegin;
+using test_support::Outcome;
+using test_support::Program;
+using test_support::run;
+using test_support::steady_recording;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using tools_test::kBegin;
 using tools_test::kRecording;
 using tools_test::kSocket;
-using tools_test::Outcome;
-using tools_test::Program;
-using tools_test::recording;
-using tools_test::run;
 
 class PlayTest : public tools_test::PlayTest {};
 
@@ -42,7 +43,7 @@ TEST_F(PlayTest, AClientGetsThePayloadsByteForByte) {
 }
 
 TEST_F(PlayTest, TheEndOfTheRecordingIsTheEndOfTheProgramAndItsSocket) {
-    test_support::write_file(kRecording, recording(3, 1000));
+    test_support::write_file(kRecording, steady_recording(3, 1000));
     const Outcome outcome = run(with_defaults({}));
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
@@ -51,7 +52,7 @@ TEST_F(PlayTest, TheEndOfTheRecordingIsTheEndOfTheProgramAndItsSocket) {
 }
 
 TEST_F(PlayTest, WithoutAClientItPlaysOn) {
-    test_support::write_file(kRecording, recording(4, 100000));
+    test_support::write_file(kRecording, steady_recording(4, 100000));
     const auto program = start({"--rate", "2"});
     const auto client = connect();
     const auto times = next(*client, 100);
@@ -60,7 +61,7 @@ TEST_F(PlayTest, WithoutAClientItPlaysOn) {
 }
 
 TEST_F(PlayTest, FramesComeNotFasterThanTheyWereRecorded) {
-    test_support::write_file(kRecording, recording(3, 30000));
+    test_support::write_file(kRecording, steady_recording(3, 30000));
     const auto program = start({"--wait"});
     const auto client = connect();
     next(*client);
@@ -70,7 +71,7 @@ TEST_F(PlayTest, FramesComeNotFasterThanTheyWereRecorded) {
 }
 
 TEST_F(PlayTest, AGapOfTheRecordingIsKept) {
-    test_support::write_file(kRecording, recording(2, 4000000));
+    test_support::write_file(kRecording, steady_recording(2, 4000000));
     const auto program = start({"--wait", "--rate", "100"});
     const auto client = connect();
     next(*client);
@@ -80,19 +81,19 @@ TEST_F(PlayTest, AGapOfTheRecordingIsKept) {
 }
 
 TEST_F(PlayTest, AGapThatIsToBeSkippedIsLeftOut) {
-    test_support::write_file(kRecording, recording(2, 3600000000));
+    test_support::write_file(kRecording, steady_recording(2, 3600000000));
     const auto program = start({"--wait", "--skip-gaps"});
     const auto client = connect();
     EXPECT_THAT(next(*client, 2), ElementsAre(0, 3600000000));
 }
 
 TEST_F(PlayTest, AFastReaderGetsEveryFrameAsFastAsPossible) {
-    test_support::write_file(kRecording, recording(5000, 33333, 20));
+    test_support::write_file(kRecording, steady_recording(5000, 33333, 20));
     EXPECT_EQ(played({}).size(), 5000U);
 }
 
 TEST_F(PlayTest, AsFastAsPossibleASlowReaderIsWaitedFor) {
-    test_support::write_file(kRecording, recording(2000, 33333, 60));
+    test_support::write_file(kRecording, steady_recording(2000, 33333, 60));
     const auto program = start({"--rate", "max", "--wait"});
     const auto client = connect();
     next(*client, 1);
@@ -102,7 +103,7 @@ TEST_F(PlayTest, AsFastAsPossibleASlowReaderIsWaitedFor) {
 }
 
 TEST_F(PlayTest, ALoopBeginsAgainAtTheEnd) {
-    test_support::write_file(kRecording, recording(2, 1000));
+    test_support::write_file(kRecording, steady_recording(2, 1000));
     const auto program = start({"--loop", "--wait"});
     const auto client = connect();
     EXPECT_THAT(next(*client, 5), ElementsAre(0, 1000, 0, 1000, 0));
@@ -114,13 +115,13 @@ TEST_F(PlayTest, ALoopWithoutFramesEnds) {
 }
 
 TEST_F(PlayTest, OnlyTheSelectedPartIsPlayed) {
-    test_support::write_file(kRecording, recording(10, 100000));
+    test_support::write_file(kRecording, steady_recording(10, 100000));
     EXPECT_THAT(played({"--start", "+250ms", "--end", "-200ms"}),
                 ElementsAre(300000, 400000, 500000, 600000));
 }
 
 TEST_F(PlayTest, ALoopRepeatsTheSelectedPart) {
-    test_support::write_file(kRecording, recording(10, 1000));
+    test_support::write_file(kRecording, steady_recording(10, 1000));
     const auto program = start({"--loop", "--wait", "--frames", "4-5"});
     const auto client = connect();
     EXPECT_THAT(next(*client, 4), ElementsAre(4000, 5000, 4000, 5000));
@@ -128,16 +129,17 @@ TEST_F(PlayTest, ALoopRepeatsTheSelectedPart) {
 
 TEST_F(PlayTest, ADirectoryIsOneRecording) {
     std::filesystem::create_directory("/tmp/a");
-    test_support::write_file("/tmp/a/radar_150525_093007_042.data", recording(2, 1000));
-    test_support::write_file("/tmp/a/radar_150525_093007_999", recording(1, 1000));
+    test_support::write_file("/tmp/a/radar_150525_093007_042.data", steady_recording(2, 1000));
+    test_support::write_file("/tmp/a/radar_150525_093007_999", steady_recording(1, 1000));
     Program program({"play", "/tmp/a", "--socket", kSocket, "--rate", "max", "--wait"});
     const auto client = connect();
     EXPECT_THAT(next(*client, 10), ElementsAre(0, 1000, 0));
 }
 
 TEST_F(PlayTest, DamageIsToldOnceAndPlayedOver) {
-    std::string bytes = recording(3, 1000);
-    bytes.insert(bytes.size() - recording(1, 0).size() + 40, "damage");  // before the last record
+    std::string bytes = steady_recording(3, 1000);
+    bytes.insert(bytes.size() - steady_recording(1, 0).size() + 40,
+                 "damage");  // before the last record
     test_support::write_file(kRecording, bytes);
     const auto program = start({"--loop", "--rate", "max", "--wait"});
     const auto client = connect();
@@ -153,7 +155,7 @@ TEST_F(PlayTest, DamageIsToldOnceAndPlayedOver) {
 class PlaySignalTest : public PlayTest, public testing::WithParamInterface<int> {};
 
 TEST_P(PlaySignalTest, ARequestToEndEndsItWellAndRemovesTheSocket) {
-    test_support::write_file(kRecording, recording(2, 1000));
+    test_support::write_file(kRecording, steady_recording(2, 1000));
     const auto program = start({"--loop", "--wait"});
     const auto client = connect();
     next(*client);
@@ -171,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(, PlaySignalTest, testing::Values(SIGINT, SIGTERM, SIGH
                          });
 
 TEST_F(PlayTest, ASecondOneOnTheSameSocketIsRefused) {
-    test_support::write_file(kRecording, recording(2, 1000));
+    test_support::write_file(kRecording, steady_recording(2, 1000));
     const auto program = start({"--loop"});
     connect();
     const Outcome second = run(with_defaults({}));
@@ -181,14 +183,14 @@ TEST_F(PlayTest, ASecondOneOnTheSameSocketIsRefused) {
 }
 
 TEST_F(PlayTest, WhatIsNoSocketIsLeftAlone) {
-    test_support::write_file(kRecording, recording(2, 1000));
+    test_support::write_file(kRecording, steady_recording(2, 1000));
     const Outcome outcome = run({"play", kRecording, "--socket", kRecording});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(test_support::read_file(kRecording), recording(2, 1000));
+    EXPECT_EQ(test_support::read_file(kRecording), steady_recording(2, 1000));
 }
 
 TEST_F(PlayTest, PausedNothingIsSentUntilTheSignal) {
-    test_support::write_file(kRecording, recording(3, 1000));
+    test_support::write_file(kRecording, steady_recording(3, 1000));
     const auto program = start({"--paused", "--wait"});
     const auto client = connect();
     Kit::StreamFrame frame;
@@ -198,7 +200,7 @@ TEST_F(PlayTest, PausedNothingIsSentUntilTheSignal) {
 }
 
 TEST_F(PlayTest, StandardInputIsPlayed) {
-    test_support::write_file(kRecording, recording(3, 1000));
+    test_support::write_file(kRecording, steady_recording(3, 1000));
     const std::string command = std::string(PETRELRADAR_PROGRAM) + " play - --socket " + kSocket +
                                 " --wait --rate max < " + kRecording;
     std::thread program([&] { EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0); });
@@ -208,13 +210,13 @@ TEST_F(PlayTest, StandardInputIsPlayed) {
 }
 
 TEST_F(PlayTest, ALiveStreamIsPassedOn) {
-    test_support::write_file(kRecording, recording(3, 1000));
+    test_support::write_file(kRecording, steady_recording(3, 1000));
     const auto first = start({"--wait", "--rate", "max"});
-    ASSERT_TRUE(stream_test::eventually([] { return std::filesystem::exists(kSocket); }));
+    ASSERT_TRUE(test_support::eventually([] { return std::filesystem::exists(kSocket); }));
     Program second(
         {"play", std::string("unix:") + kSocket, "--socket", "/tmp/second.sock", "--wait"});
     std::unique_ptr<StreamClient> client;
-    ASSERT_TRUE(stream_test::eventually([&] {
+    ASSERT_TRUE(test_support::eventually([&] {
         try {
             client = std::make_unique<StreamClient>("/tmp/second.sock");
         } catch (std::exception const&) {

@@ -6,18 +6,19 @@
 #include <filesystem>
 
 #include "kit/stream/relay.h"
+#include "tests/support/eventually.h"
 #include "tests/support/stream_frames.h"
 #include "tests/tools/plot/fixture.h"
 
 namespace {
 
+using test_support::frame;
+using test_support::kBegin;
+using test_support::Outcome;
+using test_support::recording;
 using testing::HasSubstr;
-using tools_test::frame;
-using tools_test::kBegin;
 using tools_test::kRecording;
-using tools_test::Outcome;
 using tools_test::PlotTest;
-using tools_test::recording;
 using tools_test::xml_problem;
 
 TEST_F(PlotTest, ADirectoryIsOneRecording) {
@@ -39,9 +40,9 @@ TEST_F(PlotTest, StandardInputIsRead) {
 
 TEST_F(PlotTest, ALiveStreamIsDrawnWhenTheSelectionEnds) {
     Kit::Relay relay(Kit::RelayOptions{"/tmp/radar.sock"});
-    tools_test::Program program(
+    test_support::Program program(
         {"plot", "unix:/tmp/radar.sock", "-o", "/tmp/p.svg", "--frames", "0"});
-    ASSERT_TRUE(stream_test::eventually([&] { return !relay.counters().clients.empty(); }));
+    ASSERT_TRUE(test_support::eventually([&] { return !relay.counters().clients.empty(); }));
     relay.publish(Kit::stream_frame(frame(kBegin, {{3, 1, 0}})));
     relay.publish(Kit::stream_frame(frame(kBegin + 1, {{3, 1, 0}})));
     EXPECT_EQ(program.finish().status, 0);
@@ -50,8 +51,8 @@ TEST_F(PlotTest, ALiveStreamIsDrawnWhenTheSelectionEnds) {
 
 TEST_F(PlotTest, ALiveStreamIsDrawnWhenThePersonEndsIt) {
     Kit::Relay relay(Kit::RelayOptions{"/tmp/radar.sock"});
-    tools_test::Program program({"plot", "unix:/tmp/radar.sock", "-o", "/tmp/p.svg"});
-    ASSERT_TRUE(stream_test::eventually([&] { return !relay.counters().clients.empty(); }));
+    test_support::Program program({"plot", "unix:/tmp/radar.sock", "-o", "/tmp/p.svg"});
+    ASSERT_TRUE(test_support::eventually([&] { return !relay.counters().clients.empty(); }));
     program.send_signal(SIGINT);
     EXPECT_EQ(program.finish().status, 0);
     EXPECT_EQ(xml_problem(test_support::read_file("/tmp/p.svg")), "");

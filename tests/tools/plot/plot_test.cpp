@@ -10,14 +10,14 @@
 
 namespace {
 
+using test_support::frame;
+using test_support::kBegin;
+using test_support::Outcome;
+using test_support::recording;
+using test_support::Target;
 using testing::HasSubstr;
-using tools_test::frame;
-using tools_test::kBegin;
 using tools_test::kRecording;
-using tools_test::Outcome;
 using tools_test::PlotTest;
-using tools_test::recording;
-using tools_test::Target;
 using tools_test::xml_problem;
 
 /** A picture in pixels. */

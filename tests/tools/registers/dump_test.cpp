@@ -6,11 +6,11 @@
 namespace {
 
 using nlohmann::json;
+using test_support::Outcome;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-using tools_test::Outcome;
 
 constexpr char kSmallMap[] =
     "control 0x10 0 32 rw\n"

@@ -12,6 +12,9 @@
 
 namespace tools_test {
 
+using test_support::Outcome;
+using test_support::run_inside;
+
 constexpr char kMap[] = "/tmp/chip.map";
 
 /** The verbs on registers, with a chip in this process. */

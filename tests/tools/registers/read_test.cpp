@@ -3,8 +3,8 @@
 /** petrelradar regs read */
 namespace {
 
+using test_support::Outcome;
 using testing::HasSubstr;
-using tools_test::Outcome;
 using tools_test::RegsCase;
 
 using RegsReadTest = tools_test::RegsTest;
@@ -166,13 +166,13 @@ TEST_F(RegsReadTest, AFieldThatReadingChangesProtectsItsWholeRegister) {
 }
 
 TEST_F(RegsReadTest, AMissingMapIsNamed) {
-    const Outcome outcome = tools_test::run_inside({"regs", "read", "x", "--map", "/tmp/none"});
+    const Outcome outcome = test_support::run_inside({"regs", "read", "x", "--map", "/tmp/none"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "petrelradar regs read: /tmp/none: No such file or directory\n");
 }
 
 TEST_F(RegsReadTest, WithoutAMapThatCanBeFoundOneHasToBeNamed) {
-    const Outcome outcome = tools_test::run_inside({"regs", "read", "x"});
+    const Outcome outcome = test_support::run_inside({"regs", "read", "x"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err, HasSubstr("demo-chip.map: No such file or directory; name a map with "
                                        "--map\n"));

@@ -8,9 +8,9 @@
 namespace {
 
 using nlohmann::json;
+using test_support::Outcome;
 using testing::ElementsAre;
 using testing::MatchesRegex;
-using tools_test::Outcome;
 
 constexpr char kTime[] = "[0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9] ";
 

@@ -3,8 +3,8 @@
 /** petrelradar regs write */
 namespace {
 
+using test_support::Outcome;
 using testing::HasSubstr;
-using tools_test::Outcome;
 using tools_test::RegsCase;
 
 class RegsWriteTest : public tools_test::RegsTest {

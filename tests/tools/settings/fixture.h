@@ -13,6 +13,9 @@
 
 namespace tools_test {
 
+using test_support::Outcome;
+using test_support::run_inside;
+
 constexpr char kFile[] = "/tmp/etc/radar.conf";
 constexpr char kDefault[] = "/etc/radar/radar.conf";
 

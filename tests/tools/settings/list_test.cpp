@@ -12,12 +12,12 @@
 namespace {
 
 using nlohmann::json;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::write_file;
 using testing::IsEmpty;
 using tools_test::kDefault;
 using tools_test::kFile;
-using tools_test::Outcome;
 using tools_test::SettingsTest;
 
 using SettingsListTest = SettingsTest;
@@ -57,12 +57,12 @@ TEST_F(SettingsListTest, AsJsonItIsOneDocument) {
 
 TEST_F(SettingsListTest, WithoutAFileTheServicesIsMeant) {
     write_file(kDefault, "[Radar]\nTargetLimit=77\n");
-    EXPECT_THAT(tools_test::run_inside({"settings", "list"}).out,
+    EXPECT_THAT(test_support::run_inside({"settings", "list"}).out,
                 testing::ContainsRegex("\nTargetLimit +77 "));
 }
 
 TEST_F(SettingsListTest, WithoutTheServicesFileEverythingHasItsDefault) {
-    const Outcome outcome = tools_test::run_inside({"settings", "list"});
+    const Outcome outcome = test_support::run_inside({"settings", "list"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err,
               "petrelradar settings list: there is no /etc/radar/radar.conf; every setting has its "

@@ -12,12 +12,12 @@ namespace {
 
 namespace fs = std::filesystem;
 using test_support::list_directory;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::write_file;
 using testing::ElementsAre;
 using testing::StartsWith;
 using tools_test::kFile;
-using tools_test::Outcome;
 using tools_test::SettingsTest;
 
 struct Refusal {

@@ -17,13 +17,13 @@ namespace {
 namespace fs = std::filesystem;
 using test_support::fails_with;
 using test_support::list_directory;
+using test_support::Outcome;
 using test_support::read_file;
 using test_support::write_file;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using tools_test::kFile;
-using tools_test::Outcome;
 using tools_test::SettingsTest;
 
 using SettingsSetTest = SettingsTest;

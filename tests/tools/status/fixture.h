@@ -13,6 +13,10 @@
 
 namespace tools_test {
 
+using test_support::FakeService;
+using test_support::Outcome;
+using test_support::run_inside;
+
 constexpr char kSocket[] = "/tmp/status.sock";
 constexpr char kSource[] = "unix:/tmp/status.sock";
 

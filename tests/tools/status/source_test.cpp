@@ -12,13 +12,13 @@
 
 namespace {
 
+using test_support::FakeService;
+using test_support::Outcome;
+using test_support::run_inside;
 using testing::HasSubstr;
-using tools_test::FakeService;
 using tools_test::healthy;
 using tools_test::kSocket;
 using tools_test::kSource;
-using tools_test::Outcome;
-using tools_test::run_inside;
 using tools_test::StatusTest;
 
 struct Foreign {

@@ -10,18 +10,18 @@
 
 namespace {
 
+using test_support::FakeService;
+using test_support::Outcome;
+using test_support::Program;
+using test_support::run_inside;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 using tools_test::failed;
-using tools_test::FakeService;
 using tools_test::healthy;
 using tools_test::kSocket;
 using tools_test::kSource;
-using tools_test::Outcome;
-using tools_test::Program;
-using tools_test::run_inside;
 using tools_test::StatusTest;
 
 TEST_F(StatusTest, OfAHealthyServiceIsZero) {
@@ -214,13 +214,13 @@ TEST_F(StatusTest, WatchedOnATerminalItIsRedrawnInPlaceAndEndsWithQ) {
 
 TEST_F(StatusTest, OnATerminalItIsColoured) {
     const FakeService service(kSocket, Kit::status_document(healthy()));
-    EXPECT_THAT(tools_test::run({"status", kSource}, {{}, 80, 24, false}).out,
+    EXPECT_THAT(test_support::run({"status", kSource}, {{}, 80, 24, false}).out,
                 HasSubstr("\x1b[32mhealth       healthy\x1b[0m"));
 }
 
 TEST_F(StatusTest, OnATerminalWithNoColorItIsNot) {
     const FakeService service(kSocket, Kit::status_document(healthy()));
-    EXPECT_THAT(tools_test::run({"status", kSource}, {{"NO_COLOR=1"}, 80, 24, false}).out,
+    EXPECT_THAT(test_support::run({"status", kSource}, {{"NO_COLOR=1"}, 80, 24, false}).out,
                 Not(HasSubstr("\x1b")));
 }
 
