@@ -29,11 +29,16 @@ std::string checked_target(std::string const& path, bool force) {
     if (fs::path(target).filename().empty()) {
         throw Kit::Error(target + ": " + Kit::errno_text(EISDIR));
     }
+    const auto exists = [&] {
+        return Kit::Error(target + ": already exists (use --force to overwrite)");
+    };
     struct stat status = {};
-    // What keeps it from being examined keeps it from being created, which reports it.
-    if (stat(target.c_str(), &status) != 0) return target;
+    if (stat(target.c_str(), &status) != 0) {
+        if (!force && lstat(target.c_str(), &status) == 0) throw exists();  // a link to nothing
+        return target;  // where it cannot be examined, it cannot be created, which is reported
+    }
     if (!S_ISREG(status.st_mode)) throw Kit::Error(target + ": not a regular file");
-    if (!force) throw Kit::Error(target + ": already exists (use --force to overwrite)");
+    if (!force) throw exists();
     return target;
 }
 
