@@ -1,6 +1,5 @@
-#include "static_objects.h"
-
 #include "config/configuration.h"
+#include "config/setting_names.h"
 #include "radar/radar_status_interface.h"
 
 /**

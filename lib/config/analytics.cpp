@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "config/key_file.h"
+#include "config/setting_names.h"
 #include "log/ilog.h"
-#include "static_objects.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "config/key_file.h"
+#include "config/setting_names.h"
 #include "log/ilog.h"
-#include "static_objects.h"
 
 namespace Radar {
 
