@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "tests/support/process.h"
-#include "tests/tools/verb_rows.h"
+#include "tests/tools/verbs_rows.h"
 
 namespace {
 

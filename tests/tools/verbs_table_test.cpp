@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "tests/support/process.h"
-#include "tests/tools/verb_rows.h"
+#include "tests/tools/verbs_rows.h"
 #include "tools/verbs.h"
 
 namespace {
