@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "kit/base/positive_number.h"
+#include "kit/base/usage_error.h"
 
 namespace Chip {
 
@@ -29,7 +30,7 @@ constexpr int kHighestFrameRate = 1000;
 double number_of(std::string const& option, std::string const& text, int highest) {
     const std::optional<double> number = Kit::positive_number(text);
     if (number && *number <= highest) return *number;
-    throw UsageError(
+    throw Kit::UsageError(
         fmt::format("{}: \"{}\" is not a number above 0 and up to {}", option, text, highest));
 }
 
@@ -72,14 +73,14 @@ void add_options(CLI::App& app, Options& options, Texts& texts) {
 }
 
 void check(CLI::App const& app, Texts const& texts, Options& options) {
-    if (options.input.empty()) throw UsageError("--input: the name is empty");
+    if (options.input.empty()) throw Kit::UsageError("--input: the name is empty");
     options.rate = number_of("--rate", texts.rate, kHighestRate);
     if (app.count("--frame-rate") > 0) {
         options.frame_rate = number_of("--frame-rate", texts.frame_rate, kHighestFrameRate);
     }
     if (options.command_byte < 0 || options.command_byte > 0xFE || options.command_byte % 2 != 0) {
-        throw UsageError(fmt::format("--command-byte: {} is not an even number from 0 to 254",
-                                     options.command_byte));
+        throw Kit::UsageError(fmt::format("--command-byte: {} is not an even number from 0 to 254",
+                                          options.command_byte));
     }
 }
 
@@ -97,7 +98,7 @@ std::optional<Options> parse_options(int argc, char const* const* argv, std::ost
         app.exit(request, out, out);
         return std::nullopt;
     } catch (CLI::ParseError const& error) {
-        throw UsageError(error.what());
+        throw Kit::UsageError(error.what());
     }
     if (texts.print_map) {
         out << Kit::DemoChip::register_map_text();

@@ -2,19 +2,12 @@
 
 #include <optional>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "kit/demo_chip/registers.h"
 
 namespace Chip {
-
-/** A command line that the program does not understand. what() is one line. */
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /** What a person asked the simulated chip for. */
 struct Options {
@@ -41,7 +34,7 @@ struct Options {
  * Reads the command line. Returns nothing after it has printed to `out` what was asked for instead
  * of a chip: the help, the version or the register map.
  *
- * @throws UsageError for an unknown option, a value out of range or options that exclude each
+ * @throws Kit::UsageError for an unknown option, a value out of range or options that exclude each
  * other.
  */
 std::optional<Options> parse_options(int argc, char const* const* argv, std::ostream& out);

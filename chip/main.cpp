@@ -19,6 +19,7 @@
 #include "chip/spi_slave.h"
 #include "chip/spidev.h"
 #include "kit/base/input_error.h"
+#include "kit/base/usage_error.h"
 #include "kit/frames/open.h"
 
 namespace {
@@ -86,7 +87,7 @@ int main(int argc, char** argv) {
     try {
         const std::optional<Chip::Options> options = Chip::parse_options(argc, argv, std::cout);
         return options ? run(*options) : 0;
-    } catch (Chip::UsageError const& error) {
+    } catch (Kit::UsageError const& error) {
         report(std::string(error.what()) + "; see --help");
         return kUsage;
     } catch (Chip::Unavailable const& error) {

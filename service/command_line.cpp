@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "kit/base/positive_number.h"
+#include "kit/base/usage_error.h"
 #include "kit/frames/scene_name.h"
 #include "service/version.h"
 
@@ -59,7 +60,7 @@ void check_names(CLI::App const& app) {
     for (char const* const name : {"--input", "--settings", "--socket", "--status-socket"}) {
         CLI::Option const* const option = app.get_option(name);
         if (option->count() > 0 && option->as<std::string>().empty()) {
-            throw UsageError(std::string(name) + ": the name is empty");
+            throw Kit::UsageError(std::string(name) + ": the name is empty");
         }
     }
 }
@@ -67,13 +68,14 @@ void check_names(CLI::App const& app) {
 void read_rates(Texts const& texts, CLI::App const& app, Options& options) {
     options.rate = texts.rate == "max" ? std::nullopt : Kit::positive_number(texts.rate);
     if (!options.rate && texts.rate != "max") {
-        throw UsageError("--rate: \"" + texts.rate + "\" is neither a number above 0 nor \"max\"");
+        throw Kit::UsageError("--rate: \"" + texts.rate +
+                              "\" is neither a number above 0 nor \"max\"");
     }
     if (app.count("--frame-rate") == 0) return;
     options.frame_rate = Kit::positive_number(texts.frame_rate);
     if (!options.frame_rate || *options.frame_rate > kHighestFrameRate) {
-        throw UsageError("--frame-rate: \"" + texts.frame_rate +
-                         "\" is not a number above 0 and up to 1000");
+        throw Kit::UsageError("--frame-rate: \"" + texts.frame_rate +
+                              "\" is not a number above 0 and up to 1000");
     }
 }
 
@@ -81,16 +83,18 @@ void check_combination(CLI::App const& app, Options const& options) {
     const bool chip = options.input == "chip";
     const bool scene = Kit::names_scene(options.input);
     if (chip && app.count("--rate") > 0) {
-        throw UsageError("--rate: the chip has a pace of its own; see --frame-rate");
+        throw Kit::UsageError("--rate: the chip has a pace of its own; see --frame-rate");
     }
-    if (chip && options.loop) throw UsageError("--loop: a chip does not begin again");
-    if (chip && options.skip_gaps) throw UsageError("--skip-gaps: a chip has a pace of its own");
+    if (chip && options.loop) throw Kit::UsageError("--loop: a chip does not begin again");
+    if (chip && options.skip_gaps)
+        throw Kit::UsageError("--skip-gaps: a chip has a pace of its own");
     if (options.frame_rate && chip &&
         (*options.frame_rate > 255 || *options.frame_rate != std::floor(*options.frame_rate))) {
-        throw UsageError("--frame-rate: the chip takes whole numbers up to 255");
+        throw Kit::UsageError("--frame-rate: the chip takes whole numbers up to 255");
     }
     if (options.frame_rate && !chip && !scene) {
-        throw UsageError("--frame-rate: a log or a recording has a pace of its own; see --rate");
+        throw Kit::UsageError(
+            "--frame-rate: a log or a recording has a pace of its own; see --rate");
     }
 }
 
@@ -110,7 +114,7 @@ std::optional<Options> parse_options(int argc, char const* const* argv, std::ost
         app.exit(request, out, out);
         return std::nullopt;
     } catch (CLI::ParseError const& error) {
-        throw UsageError(error.what());
+        throw Kit::UsageError(error.what());
     }
     check_names(app);
     read_rates(texts, app, options);

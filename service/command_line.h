@@ -2,16 +2,9 @@
 
 #include <optional>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 
 namespace Service {
-
-/** A command line that the program does not understand. what() is one line. */
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /** What a person asked the service for. */
 struct Options {
@@ -36,7 +29,7 @@ struct Options {
  * Reads the command line. Returns nothing after it has printed to `out` what was asked for instead
  * of a service: the help or the version.
  *
- * @throws UsageError for an unknown option, a value out of range or options that exclude each
+ * @throws Kit::UsageError for an unknown option, a value out of range or options that exclude each
  * other.
  */
 std::optional<Options> parse_options(int argc, char const* const* argv, std::ostream& out);

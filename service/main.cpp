@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "kit/base/usage_error.h"
 #include "service/command_line.h"
 #include "service/log_sink.h"
 #include "service/radar_service.h"
@@ -37,7 +38,7 @@ int main(int argc, char** argv) {
         service.run();
         Service::log_held_back_messages();
         return 0;
-    } catch (Service::UsageError const& error) {
+    } catch (Kit::UsageError const& error) {
         return complain(error, " (see --help)", kUsage);
     } catch (std::exception const& error) {
         Service::log_held_back_messages();

@@ -1,4 +1,4 @@
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/completion.h"
 
 namespace Tools {
@@ -31,7 +31,7 @@ std::string value_branches(std::vector<CommandNode const*> const& commands) {
             }
             text += ")\n";
             if (!option.choices.empty()) {
-                text += "            words='" + joined(option.choices, " ") + "' ;;\n";
+                text += "            words='" + Kit::joined(option.choices, " ") + "' ;;\n";
             } else {
                 text += option.takes_file() ? "            files=yes ;;\n" : "            ;;\n";
             }
@@ -56,7 +56,7 @@ std::string word_branches(std::vector<CommandNode const*> const& commands) {
             files = files || argument.takes_file();
         }
         text += "                '" + command->path + "')\n                    options='" +
-                joined(options, " ") + "' words='" + joined(words, " ") + "'" +
+                Kit::joined(options, " ") + "' words='" + Kit::joined(words, " ") + "'" +
                 (files ? " files=yes" : "") + " ;;\n";
     }
     return text;

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/usage_error.h"
+#include "kit/base/usage_error.h"
 #include "tools/command_line.h"
 #include "tools/screen/terminal.h"
 #include "tools/verbs.h"
@@ -66,7 +66,7 @@ ExitStatus finish(std::string const& verb, Work work) {
         return ExitStatus::kDamaged;
     } catch (OutputClosed const&) {
         return status;  // of the work, if that was done; a reader that leaves is all well
-    } catch (UsageError const& error) {
+    } catch (Kit::UsageError const& error) {
         return usage_failure(verb, error.what());
     } catch (std::exception const& error) {
         console.messages.error(error.what());

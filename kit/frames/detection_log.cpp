@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
+#include "kit/base/text.h"
 #include "kit/encoding/frame_magic.h"
 #include "kit/recording/format.h"
 
@@ -17,12 +18,11 @@ namespace Kit {
 
 namespace {
 
-/** `text` in quotes, short and fit for a terminal. */
-std::string quoted(std::string_view text) {
+/** The begin of `text`, quoted. */
+std::string excerpt(std::string_view text) {
     constexpr size_t kLongest = 40;
-    std::string result = "'";
-    for (const char c : text.substr(0, kLongest)) result += c >= ' ' && c <= '~' ? c : '?';
-    return result + (text.size() > kLongest ? "...'" : "'");
+    if (text.size() <= kLongest) return quoted(valid_utf8(text));
+    return quoted(valid_utf8(text.substr(0, kLongest)) + "...");
 }
 
 /** A number too small for a float is the nearest float, as everywhere else; one too large is not.
@@ -98,9 +98,9 @@ void DetectionLog::add_column(std::string_view name, size_t begin) {
     int i = 0;
     while (i < kColumns && name_of(static_cast<Column>(i)) != name) ++i;
     if (i == kColumns && begin == 0) {
-        fail(begin, "not a header line, which begins with a column's name: " + quoted(name));
+        fail(begin, "not a header line, which begins with a column's name: " + excerpt(name));
     }
-    if (i == kColumns) fail(begin, "unknown column " + quoted(name));
+    if (i == kColumns) fail(begin, "unknown column " + excerpt(name));
     const auto column = static_cast<Column>(i);
     if (std::find(columns_.begin(), columns_.end(), column) != columns_.end()) {
         fail(begin, "column " + std::string(name) + " stands there twice");
@@ -198,7 +198,7 @@ Number DetectionLog::parse(Column column, std::string_view text) const {
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error == std::errc::invalid_argument || end != text.data() + text.size()) {
         const std::string problem =
-            text.empty() ? " has no value" : " is not a number: " + quoted(text);
+            text.empty() ? " has no value" : " is not a number: " + excerpt(text);
         fail(row_.begins[column], std::string(name_of(column)) + problem);
     }
     if constexpr (std::is_floating_point_v<Number>) {
@@ -207,7 +207,7 @@ Number DetectionLog::parse(Column column, std::string_view text) const {
     }
     if (error != std::errc()) {
         fail(row_.begins[column],
-             std::string(name_of(column)) + " is out of range: " + quoted(text));
+             std::string(name_of(column)) + " is out of range: " + excerpt(text));
     }
     return number;
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/base/usage_error.h"
 #include "tests/support/private_paths.h"
 
 namespace {
@@ -23,7 +24,7 @@ protected:
     std::string usage_error(Arguments const& arguments) {
         try {
             parse(arguments);
-        } catch (Chip::UsageError const& error) {
+        } catch (Kit::UsageError const& error) {
             return error.what();
         }
         return "none";

@@ -4,10 +4,12 @@
 
 #include <sstream>
 
+#include "kit/base/usage_error.h"
+
 namespace {
 
+using Kit::UsageError;
 using Service::Options;
-using Service::UsageError;
 using testing::HasSubstr;
 
 class OptionsTest : public testing::Test {

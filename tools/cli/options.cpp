@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string_view>
 
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -30,12 +30,12 @@ bool is_count(std::string const& text) {
 
 CLI::Option* add_choice(CLI::App& parser, std::string const& name, std::string& value,
                         std::vector<std::string> const& choices, std::string const& description) {
-    return parser.add_option(name, value, description + ": " + joined(choices, ", "))
+    return parser.add_option(name, value, description + ": " + Kit::joined(choices, ", "))
         ->type_name("WORD")
         ->check(check([choices](std::string& word) -> std::string {
                     if (std::find(choices.begin(), choices.end(), word) != choices.end()) return "";
-                    return "'" + word + "' is none of " + joined(choices, ", ");
-                }).name(std::string(kChoices) + joined(choices, " ")));
+                    return "'" + word + "' is none of " + Kit::joined(choices, ", ");
+                }).name(std::string(kChoices) + Kit::joined(choices, " ")));
 }
 
 std::vector<std::string> choices_of(CLI::Option& option) {

@@ -1,6 +1,6 @@
 #include "tools/cli/source_name.h"
 
-#include "tools/cli/usage_error.h"
+#include "kit/base/usage_error.h"
 
 namespace Tools {
 
@@ -13,11 +13,11 @@ constexpr char kSocketPrefix[] = "unix:";
 SourceName parse_source_name(std::string const& text) {
     if (text == "-") return {SourceName::Kind::kStandardInput, "", "standard input"};
     if (text.rfind(kSocketPrefix, 0) != 0) {
-        if (text.empty()) throw UsageError("SOURCE is empty");
+        if (text.empty()) throw Kit::UsageError("SOURCE is empty");
         return {SourceName::Kind::kPath, text, text};
     }
     const std::string path = text.substr(sizeof(kSocketPrefix) - 1);
-    if (path.empty()) throw UsageError("SOURCE " + text + " has no path behind unix:");
+    if (path.empty()) throw Kit::UsageError("SOURCE " + text + " has no path behind unix:");
     return {SourceName::Kind::kLiveStream, path, text};
 }
 

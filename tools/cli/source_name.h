@@ -17,7 +17,8 @@ struct SourceName {
     std::string text;  // as it was given, for messages
 };
 
-/** Takes a SOURCE apart. Whether it exists is not looked at. @throws UsageError when it is empty.
+/** Takes a SOURCE apart. Whether it exists is not looked at. @throws Kit::UsageError when it is
+ * empty.
  */
 SourceName parse_source_name(std::string const& text);
 

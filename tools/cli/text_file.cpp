@@ -9,7 +9,7 @@
 
 #include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/cli/signals.h"
 
 namespace Tools {
@@ -17,7 +17,7 @@ namespace Tools {
 namespace {
 
 [[noreturn]] void fail(std::string const& name, std::string const& reason) {
-    throw Kit::InputError(printable(name) + ": " + reason);
+    throw Kit::InputError(Kit::printable(name) + ": " + reason);
 }
 
 /** A descriptor that is closed when it goes. */

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/cli/number_text.h"
 
 namespace Tools {
@@ -47,7 +47,7 @@ uint32_t TextLine::number(char const* what, uint32_t lowest, uint32_t highest) {
     const std::string_view found = word(what);
     const std::optional<uint64_t> value = whole_number(found);
     if (value && *value >= lowest && *value <= highest) return static_cast<uint32_t>(*value);
-    fail(fmt::format("{} is no {}, which is {} to {}", in_quotes(found), what, lowest, highest));
+    fail(fmt::format("{} is no {}, which is {} to {}", Kit::quoted(found), what, lowest, highest));
 }
 
 std::string_view TextLine::rest() {
@@ -69,7 +69,7 @@ void for_each_line(std::string const& name, std::string const& text,
     std::string_view left = text;
     for (int number = 1; !left.empty(); ++number) {
         const size_t end = std::min(left.find('\n'), left.size());
-        TextLine line(left.substr(0, end), fmt::format("{}:{}", printable(name), number));
+        TextLine line(left.substr(0, end), fmt::format("{}:{}", Kit::printable(name), number));
         left.remove_prefix(std::min(end + 1, left.size()));
         if (!line.is_empty()) use(line, number);
     }

@@ -21,8 +21,8 @@ struct Console {
 };
 
 /**
- * Does a verb's work. Ends with a status, or by throwing Kit::InputError (status 1), UsageError
- * (2) or whatever `out` throws.
+ * Does a verb's work. Ends with a status, or by throwing Kit::InputError (status 1),
+ * Kit::UsageError (2) or whatever `out` throws.
  */
 using Run = std::function<ExitStatus(Console&)>;
 

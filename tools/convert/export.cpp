@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "kit/base/usage_error.h"
 #include "tools/cli/options.h"
-#include "tools/cli/usage_error.h"
 #include "tools/convert/frame_export.h"
 #include "tools/input/damage_report.h"
 #include "tools/input/open.h"
@@ -26,8 +26,8 @@ std::string format_of(Options const& options) {
     if (!options.format.empty()) return options.format;
     std::string format = export_format_of(options.output.path);
     if (format.empty()) {
-        throw UsageError(options.output.path +
-                         ": the name does not end with a format's; --format says which");
+        throw Kit::UsageError(options.output.path +
+                              ": the name does not end with a format's; --format says which");
     }
     return format;
 }

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "kit/base/input_error.h"
+#include "kit/base/usage_error.h"
 #include "tools/cli/signals.h"
-#include "tools/cli/usage_error.h"
 #include "tools/convert/assembly.h"
 #include "tools/convert/merge_source.h"
 #include "tools/output/destination.h"
@@ -70,7 +70,7 @@ private:
 
     void refuse_two_readers_of_standard_input() const {
         if (std::count(options_.sources.begin(), options_.sources.end(), "-") > 1) {
-            throw UsageError("standard input can be one source only");
+            throw Kit::UsageError("standard input can be one source only");
         }
     }
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "kit/base/usage_error.h"
 #include "tools/cli/options.h"
-#include "tools/cli/usage_error.h"
 #include "tools/diff/alignment.h"
 #include "tools/diff/comparison.h"
 #include "tools/diff/report.h"
@@ -154,7 +154,7 @@ private:
 
 ExitStatus run_diff(Options const& options, Console& console) {
     if (options.a == "-" && options.b == "-") {
-        throw UsageError("standard input can be one source only");
+        throw Kit::UsageError("standard input can be one source only");
     }
     return Diff(options, console).run();
 }

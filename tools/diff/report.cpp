@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -161,10 +161,10 @@ private:
 }  // namespace
 
 std::string text_of(DiffSum const& sum, std::string const& a, std::string const& b) {
-    if (sum.is_equal()) return counted(sum.compared, "frame") + " compared, no difference";
+    if (sum.is_equal()) return Kit::count_text(sum.compared, "frame") + " compared, no difference";
     std::string text =
         fmt::format("{} compared, {} {}; {} only in {}, {} only in {}",
-                    counted(sum.compared, "frame"), sum.differing,
+                    Kit::count_text(sum.compared, "frame"), sum.differing,
                     sum.differing == 1 ? "differs" : "differ", sum.only_in_a, a, sum.only_in_b, b);
     if (sum.header_fields > 0) text += "; the headers differ";
     return text;

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <sstream>
 
-#include "tools/cli/usage_error.h"
+#include "kit/base/usage_error.h"
 
 namespace Tools {
 
@@ -15,7 +15,7 @@ constexpr FrameField kFloats[] = {FrameField::kRcs, FrameField::kR, FrameField::
                                   FrameField::kTheta, FrameField::kSnr};
 
 [[noreturn]] void refuse(std::string const& text, std::string const& reason) {
-    throw UsageError("--tolerance " + text + ": " + reason);
+    throw Kit::UsageError("--tolerance " + text + ": " + reason);
 }
 
 /** The whole of `text` as a number, which is not negative. */

@@ -25,7 +25,7 @@ public:
      * relative one, for a field or, without a field, for all floats. A field may have both. Of
      * timestamps it is in us, and absolute. Later ones replace earlier ones of their kind.
      *
-     * @throws UsageError when it makes no sense.
+     * @throws Kit::UsageError when it makes no sense.
      */
     void add(std::string const& text);
 

@@ -1,6 +1,6 @@
 #include "tools/doctor/finding_sum.h"
 
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -16,14 +16,14 @@ void FindingSum::add(DoctorFinding const& finding) {
 
 ExitStatus FindingSum::tell(Messages const& messages, uint64_t frames, bool interrupted) const {
     if (error_count_ > 0) {
-        std::string text = counted(error_count_, "error") + " (";
+        std::string text = Kit::count_text(error_count_, "error") + " (";
         for (auto const& [code, count] : codes_) {
             if (text.back() != '(') text += ", ";
             text += code + (count == 1 ? "" : " " + std::to_string(count) + " times");
         }
-        messages.warn(text + "), " + counted(skipped_, "byte") + " skipped");
+        messages.warn(text + "), " + Kit::count_text(skipped_, "byte") + " skipped");
     }
-    if (interrupted) messages.warn("interrupted after " + counted(frames, "frame"));
+    if (interrupted) messages.warn("interrupted after " + Kit::count_text(frames, "frame"));
     return error_count_ > 0 || interrupted ? ExitStatus::kDamaged : ExitStatus::kOk;
 }
 

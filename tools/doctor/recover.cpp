@@ -5,9 +5,9 @@
 #include <string>
 
 #include "kit/base/input_error.h"
+#include "kit/base/usage_error.h"
 #include "tools/cli/options.h"
 #include "tools/cli/source_name.h"
-#include "tools/cli/usage_error.h"
 #include "tools/doctor/finding_sum.h"
 #include "tools/doctor/findings.h"
 #include "tools/doctor/recover_report.h"
@@ -118,7 +118,8 @@ private:
 
 ExitStatus recover(Options const& options, Console& console) {
     if (parse_source_name(options.input.source).kind == SourceName::Kind::kLiveStream) {
-        throw UsageError("recover reads recordings, not the live stream " + options.input.source);
+        throw Kit::UsageError("recover reads recordings, not the live stream " +
+                              options.input.source);
     }
     const auto input = open_frame_input(options.input);
     return Work(options, console).run(*input);

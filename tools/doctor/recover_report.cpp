@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -46,7 +46,8 @@ void RecoverReport::add(SavedRecording const& saved) {
     if (saved.is_suspect) {
         suspect_count_ += saved.records;
         print({"suspect", saved.from, saved.offset, 0, "wrong-tag",
-               counted(saved.records, "record") + " of another tag, in " + saved.path, &saved});
+               Kit::count_text(saved.records, "record") + " of another tag, in " + saved.path,
+               &saved});
         return;
     }
     if (saved.header != Header::kKept) {
@@ -56,7 +57,7 @@ void RecoverReport::add(SavedRecording const& saved) {
     ++recording_count_;
     record_count_ += saved.records;
     print({"kept", saved.from, saved.offset, saved.bytes, "",
-           counted(saved.records, "record") + ", in " + saved.path, &saved});
+           Kit::count_text(saved.records, "record") + ", in " + saved.path, &saved});
 }
 
 /** A reader that has gone is no reason to save less. */
@@ -89,11 +90,12 @@ void RecoverReport::print(Result const& result) {
 void RecoverReport::print_text(Result const& result) {
     std::string line = result.kind;
     line.resize(10, ' ');
-    line += printable(result.file) + ": ";
+    line += Kit::printable(result.file) + ": ";
     if (result.saved == nullptr) line += fmt::format("offset {}: ", result.offset);
-    if (std::string(result.kind) == "skipped") line += counted(result.length, "byte") + ": ";
+    if (std::string(result.kind) == "skipped")
+        line += Kit::count_text(result.length, "byte") + ": ";
     if (!result.code.empty()) line += result.code + ": ";
-    write(line + printable(result.message) + "\n");
+    write(line + Kit::printable(result.message) + "\n");
 }
 
 void RecoverReport::print_json(Result const& result) {

@@ -6,8 +6,8 @@
 #include <set>
 #include <utility>
 
+#include "kit/base/text.h"
 #include "tools/cli/ansi.h"
-#include "tools/cli/message_text.h"
 #include "tools/screen/terminal.h"
 
 namespace Tools {
@@ -44,16 +44,16 @@ public:
             severity = Ansi::styled(
                 finding.code.severity == Severity::kError ? Ansi::kRed : Ansi::kYellow, severity);
         }
-        std::string line = fmt::format("{}: offset {}: {}: {}: {}", printable(finding.file),
+        std::string line = fmt::format("{}: offset {}: {}: {}: {}", Kit::printable(finding.file),
                                        finding.offset, severity, finding.code.name, finding.text);
-        if (finding.length > 0) line += "; " + counted(finding.length, "byte") + " skipped";
+        if (finding.length > 0) line += "; " + Kit::count_text(finding.length, "byte") + " skipped";
         out_.write(line + "\n");
     }
 
     void end(Sum const& sum) override {
         if (told_.empty()) {
-            out_.write("nothing found in " + counted(sum.frames, "frame") + " of " +
-                       counted(sum.files, "file") + "\n");
+            out_.write("nothing found in " + Kit::count_text(sum.frames, "frame") + " of " +
+                       Kit::count_text(sum.files, "file") + "\n");
             return;
         }
         out_.write("\nWhat to do:\n");

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "tools/cli/usage_error.h"
+#include "kit/base/usage_error.h"
 
 namespace Tools {
 
@@ -19,7 +19,7 @@ FrameField parse_field(std::string const& word) {
     if (word == "timestamp_us") return FrameField::kTimestamp;
     std::string names;
     for (char const* name : kNames) names += std::string(names.empty() ? "" : ", ") + name;
-    throw UsageError("--fields: '" + word + "' is none of " + names);
+    throw Kit::UsageError("--fields: '" + word + "' is none of " + names);
 }
 
 }  // namespace
@@ -38,7 +38,8 @@ std::vector<FrameField> parse_fields(std::string const& text) {
         const size_t end = std::min(text.find(',', begin), text.size());
         const FrameField field = parse_field(text.substr(begin, end - begin));
         if (std::find(fields.begin(), fields.end(), field) != fields.end()) {
-            throw UsageError(std::string("--fields: ") + name_of(field) + " stands there twice");
+            throw Kit::UsageError(std::string("--fields: ") + name_of(field) +
+                                  " stands there twice");
         }
         fields.push_back(field);
         begin = end + 1;

@@ -18,7 +18,7 @@ char const* name_of(FrameField field);
  * Reads what --fields lists, "r,rdot,snr" for example; "timestamp_us" is another word for
  * "timestamp".
  *
- * @throws UsageError when a word is no field, or stands there twice.
+ * @throws Kit::UsageError when a word is no field, or stands there twice.
  */
 std::vector<FrameField> parse_fields(std::string const& text);
 

@@ -35,7 +35,8 @@ std::unique_ptr<FrameFormatter> make_csv_formatter(std::vector<FrameField> field
 /** One JSON object a line and frame. */
 std::unique_ptr<FrameFormatter> make_ndjson_formatter(std::vector<FrameField> const& fields);
 
-/** Protobuf's debug text. @throws UsageError when kFrameIndex is wanted, which it does not have. */
+/** Protobuf's debug text. @throws Kit::UsageError when kFrameIndex is wanted, which it does not
+ * have. */
 std::unique_ptr<FrameFormatter> make_text_formatter(std::vector<FrameField> const& fields);
 
 /** One line a frame, for people. */

@@ -4,8 +4,8 @@
 #include <limits>
 #include <string>
 
+#include "kit/base/text.h"
 #include "kit/encoding/target_reader.h"
-#include "tools/cli/message_text.h"
 #include "tools/format/formatter.h"
 
 namespace Tools {
@@ -18,7 +18,7 @@ public:
 
     void append(InputFrame const& frame, TextBuffer& text) override {
         text.add(fmt::format("frame {}  timestamp {}  {}{}\n", frame.number, frame.timestamp,
-                             counted(frame.target_count, "target"),
+                             Kit::count_text(frame.target_count, "target"),
                              frame.target_count > 0 ? extremes(frame.payload) : ""));
     }
 

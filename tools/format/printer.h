@@ -37,7 +37,7 @@ class FramePrinter {
 public:
     /**
      * @param fields what is printed of each frame; everything when empty. Lines have no fields.
-     * @throws UsageError when the format does not have one of the fields.
+     * @throws Kit::UsageError when the format does not have one of the fields.
      */
     FramePrinter(FrameFormat format, Output& out, std::vector<FrameField> const& fields = {});
     /** The same, into whatever takes the text. */

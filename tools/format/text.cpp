@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <string>
 
+#include "kit/base/usage_error.h"
 #include "kit/encoding/target_reader.h"
 #include "radar_objects/radar_objects.pb.h"
-#include "tools/cli/usage_error.h"
 #include "tools/format/formatter.h"
 
 namespace Tools {
@@ -104,7 +104,7 @@ private:
 
 std::unique_ptr<FrameFormatter> make_text_formatter(std::vector<FrameField> const& fields) {
     if (std::find(fields.begin(), fields.end(), FrameField::kFrameIndex) != fields.end()) {
-        throw UsageError("--fields: frame_index is nothing that a text says");
+        throw Kit::UsageError("--fields: frame_index is nothing that a text says");
     }
     return std::make_unique<DebugTextFormatter>(fields);
 }

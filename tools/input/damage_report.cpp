@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -162,17 +162,18 @@ void DamageReport::check_content(FrameInput const& input) {
 ExitStatus DamageReport::finish(FrameInput const& input) {
     const ExitStatus status = finish();
     if (!input.is_interrupted() || input.is_endless()) return status;
-    messages_.warn(source_ + "interrupted after " + counted(frames_, "frame"));
+    messages_.warn(source_ + "interrupted after " + Kit::count_text(frames_, "frame"));
     return ExitStatus::kDamaged;
 }
 
 ExitStatus DamageReport::finish() {
     report_pending();
     bar_.clear();
-    if (unreported_ > 0) messages_.warn(source_ + "and " + counted(unreported_, "place") + " more");
+    if (unreported_ > 0)
+        messages_.warn(source_ + "and " + Kit::count_text(unreported_, "place") + " more");
     if (places_ > 1 || unreported_ > 0) {
-        messages_.warn(source_ + counted(places_, "damaged place") + ", " +
-                       counted(skipped_, "byte") + " skipped");
+        messages_.warn(source_ + Kit::count_text(places_, "damaged place") + ", " +
+                       Kit::count_text(skipped_, "byte") + " skipped");
     }
     return places_ > 0 ? ExitStatus::kDamaged : ExitStatus::kOk;
 }

@@ -10,7 +10,7 @@
 
 #include "kit/base/directory_of.h"
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -83,7 +83,7 @@ void SourceFiles::choose_recorder(std::string const& path, std::string const& re
             throw Kit::InputError(path +
                                   ": holds files of several recorders, choose with "
                                   "--recorder: " +
-                                  joined(recorders, ", "));
+                                  Kit::joined(recorders, ", "));
         }
     } else {
         const size_t blank = recorder.rfind(' ');  // "radar 0xFEED0007"
@@ -96,9 +96,10 @@ void SourceFiles::choose_recorder(std::string const& path, std::string const& re
         found_.erase(others, found_.end());
     }
     if (!found_.empty() || following_) return;
-    throw Kit::InputError(path + (recorder.empty() ? ": holds no recordings"
-                                                   : ": holds no recordings of " + recorder +
-                                                         ", but of: " + joined(recorders, ", ")));
+    throw Kit::InputError(path + (recorder.empty()
+                                      ? ": holds no recordings"
+                                      : ": holds no recordings of " + recorder +
+                                            ", but of: " + Kit::joined(recorders, ", ")));
 }
 
 /** Whether a file is of the chosen recorder, as far as is known. */

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "kit/base/usage_error.h"
 #include "tools/cli/source_name.h"
-#include "tools/cli/usage_error.h"
 #include "tools/input/recording_input.h"
 #include "tools/input/stream_input.h"
 
@@ -16,11 +16,11 @@ Selection make_selection(SourceOptions const& options, SourceName const& source)
     Selection selection(options.selection);
     if (!selection.needs_last_timestamp()) return selection;
     if (source.kind != SourceName::Kind::kPath) {
-        throw UsageError("a time before the last frame needs a file or a directory, not " +
-                         source.text);
+        throw Kit::UsageError("a time before the last frame needs a file or a directory, not " +
+                              source.text);
     }
     if (options.follow && selection.ends_by_last_timestamp()) {
-        throw UsageError("--end " + options.selection.end + " makes no sense with --follow");
+        throw Kit::UsageError("--end " + options.selection.end + " makes no sense with --follow");
     }
     selection.set_last_timestamp(find_last_timestamp(source, options));
     return selection;

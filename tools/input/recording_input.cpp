@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
+#include "kit/base/usage_error.h"
 #include "tools/cli/signals.h"
-#include "tools/cli/usage_error.h"
 
 namespace Tools {
 
@@ -248,8 +248,9 @@ void RecordingInput::wait() const {
 uint64_t find_last_timestamp(SourceName const& source, SourceOptions const& options) {
     std::error_code ignored;
     if (std::filesystem::is_fifo(source.path, ignored)) {
-        throw UsageError("a time before the last frame needs a file or a directory, not the pipe " +
-                         source.text);
+        throw Kit::UsageError(
+            "a time before the last frame needs a file or a directory, not the pipe " +
+            source.text);
     }
     SourceFiles files(source.path, options.recorder, false);
     for (auto file = files.files().rbegin(); file != files.files().rend(); ++file) {

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "kit/base/text_parts.h"
-#include "tools/cli/usage_error.h"
+#include "kit/base/usage_error.h"
 
 namespace Tools {
 
@@ -161,20 +161,21 @@ Moment parse_moment(std::string const& option, std::string const& text) {
     if (!text.empty() && (text[0] == '+' || text[0] == '-')) {
         moment.origin = text[0] == '+' ? Moment::Origin::kFirstFrame : Moment::Origin::kLastFrame;
         if (parse_length(view.substr(1), moment.us)) return moment;
-        throw UsageError(option + " " + text + ": no length of time such as " + text[0] +
-                         "10s, with the units us, ms, s, min and h");
+        throw Kit::UsageError(option + " " + text + ": no length of time such as " + text[0] +
+                              "10s, with the units us, ms, s, min and h");
     }
     if (parse_number(view, moment.us) || parse_date_time(view, moment.us)) return moment;
-    throw UsageError(option + " " + text +
-                     ": no time; write 2025-05-15T09:30:07Z, seconds or microseconds since 1970, "
-                     "+10s after the first frame or -5s before the last");
+    throw Kit::UsageError(
+        option + " " + text +
+        ": no time; write 2025-05-15T09:30:07Z, seconds or microseconds since 1970, "
+        "+10s after the first frame or -5s before the last");
 }
 
 Selection::Selection(SelectionOptions const& options)
     : start_(parse_if_given("--start", options.start)), end_(parse_if_given("--end", options.end)) {
     if (!options.frames.empty() && !parse_range(options.frames, first_number_, last_number_)) {
-        throw UsageError("--frames " + options.frames +
-                         ": no range of whole numbers such as 10-20, 10- or -20");
+        throw Kit::UsageError("--frames " + options.frames +
+                              ": no range of whole numbers such as 10-20, 10- or -20");
     }
 }
 

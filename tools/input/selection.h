@@ -39,7 +39,7 @@ struct Moment {
  * which are whole numbers from 100000000000 on.
  *
  * @param option what the person gave it to, for messages: "--start".
- * @throws UsageError when it is none of these.
+ * @throws Kit::UsageError when it is none of these.
  */
 Moment parse_moment(std::string const& option, std::string const& text);
 
@@ -54,7 +54,7 @@ public:
     /** Selects everything. */
     Selection() = default;
 
-    /** @throws UsageError when an option makes no sense. */
+    /** @throws Kit::UsageError when an option makes no sense. */
     explicit Selection(SelectionOptions const& options);
 
     /** Whether set_last_timestamp() has to be called before frames are judged. */

@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/cli/time_text.h"
 
 namespace Tools {
@@ -48,8 +48,10 @@ std::string condition_of(FileSurvey const& file) {
     std::string text = name_of(file.state);
     if (file.state == FileState::kUnknown) text = "no recorder's name";
     if (file.cut_offset) text += ", cut off at offset " + std::to_string(*file.cut_offset);
-    if (file.damaged_places > 0) text += ", " + counted(file.damaged_places, "damaged place");
-    if (file.skipped_bytes > 0) text += ", " + counted(file.skipped_bytes, "byte") + " skipped";
+    if (file.damaged_places > 0)
+        text += ", " + Kit::count_text(file.damaged_places, "damaged place");
+    if (file.skipped_bytes > 0)
+        text += ", " + Kit::count_text(file.skipped_bytes, "byte") + " skipped";
     return text;
 }
 
@@ -62,7 +64,7 @@ std::string tags_text(SourceSurvey const& survey) {
     for (auto const& [tag, count] : survey.tags()) {
         if (tag == 0) continue;  // a stream has none
         text += (text.empty() ? "" : ", ") + Kit::hexadecimal(tag);
-        if (survey.tags().size() > 1) text += " (" + counted(count, "record") + ")";
+        if (survey.tags().size() > 1) text += " (" + Kit::count_text(count, "record") + ")";
     }
     return text.empty() ? "none" : text;
 }
@@ -107,7 +109,7 @@ std::string gap_lines(FrameTiming const& timing, bool several_files) {
     }
     if (gaps.size() > kMostLines) text += line("", "and more; --format json lists the longest");
     if (timing.steps_back() > 0) {
-        text += line("time back", counted(timing.steps_back(), "time"));
+        text += line("time back", Kit::count_text(timing.steps_back(), "time"));
     }
     return text;
 }
@@ -212,8 +214,8 @@ std::string info_text(SourceName const& source, SourceSurvey const& survey) {
         return text + line("condition", condition_of(survey.files().front()));
     }
     for (FileSurvey const& file : survey.files()) {
-        text += line("file", file.file.path + ": " + counted(file.records, "record") + ", " +
-                                 condition_of(file));
+        text += line("file", file.file.path + ": " + Kit::count_text(file.records, "record") +
+                                 ", " + condition_of(file));
     }
     return text;
 }

@@ -11,13 +11,13 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
+#include "kit/base/text.h"
+#include "kit/base/usage_error.h"
 #include "kit/status/runtime_directory.h"
 #include "kit/stream/client.h"
-#include "tools/cli/message_text.h"
 #include "tools/cli/options.h"
 #include "tools/cli/signals.h"
 #include "tools/cli/source_name.h"
-#include "tools/cli/usage_error.h"
 #include "tools/listen/rate_meter.h"
 #include "tools/listen/view.h"
 #include "tools/screen/terminal.h"
@@ -49,7 +49,7 @@ struct Options {
 std::string socket_path(std::string const& text) {
     SourceName source = parse_source_name(text);
     if (source.kind == SourceName::Kind::kLiveStream) return source.path;
-    throw UsageError("SOURCE " + text + " is no live stream, which is written unix:PATH");
+    throw Kit::UsageError("SOURCE " + text + " is no live stream, which is written unix:PATH");
 }
 
 /** Where a service that was started without options sends its stream. */
@@ -58,7 +58,7 @@ std::string default_source() {
 }
 
 std::string frames_text(uint64_t count) {
-    return counted(count, "frame");
+    return Kit::count_text(count, "frame");
 }
 
 /** One run of the verb. */
@@ -192,8 +192,8 @@ private:
     ExitStatus report() const {
         if (is_live_) {
             console_.messages.note(frames_text(status_.frames) + ", " +
-                                   counted(targets_, "target") + ", " +
-                                   counted(status_.bytes, "byte"));
+                                   Kit::count_text(targets_, "target") + ", " +
+                                   Kit::count_text(status_.bytes, "byte"));
         }
         if (status_.lost_frames == 0) return ExitStatus::kOk;
         console_.messages.warn(frames_text(cut_) + " cut off, " + frames_text(undecodable_) +

@@ -6,8 +6,8 @@
 #include <array>
 #include <cmath>
 
+#include "kit/base/text.h"
 #include "tools/cli/ansi.h"
-#include "tools/cli/message_text.h"
 
 namespace Tools {
 
@@ -160,9 +160,9 @@ void add_status(Picture& picture, LiveStatus const& status, RO::RadarObjects con
     picture.add(
         Ansi::kBold,
         fmt::format("frame {}  {:.1f}/s  {}  {}  {} lost  {}", status.frames, status.frame_rate,
-                    counted(static_cast<uint64_t>(frame.targets_size()), "target"),
+                    Kit::count_text(static_cast<uint64_t>(frame.targets_size()), "target"),
                     bytes_text(status.bytes), status.lost_frames,
-                    counted(status.reconnects, "reconnect")));
+                    Kit::count_text(status.reconnects, "reconnect")));
 }
 
 }  // namespace
@@ -176,7 +176,7 @@ std::vector<std::string> draw_target_table(LiveStatus const& status, RO::RadarOb
     const auto targets = by_range(frame);
     for (size_t i = 0; i < targets.size(); ++i) {
         if (picture.rows_left() == 1 && i + 1 < targets.size()) {
-            picture.add(Ansi::kDim, "  " + counted(targets.size() - i, "more target"));
+            picture.add(Ansi::kDim, "  " + Kit::count_text(targets.size() - i, "more target"));
             break;
         }
         picture.add_target(*targets[i]);

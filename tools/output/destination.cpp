@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <system_error>
 
+#include "kit/base/usage_error.h"
 #include "kit/recording/files.h"
 #include "tools/cli/source_name.h"
-#include "tools/cli/usage_error.h"
 #include "tools/output/file.h"
 
 namespace Tools {
@@ -26,7 +26,7 @@ void add_output_options(CLI::App& parser, OutputOptions& options, std::string co
 
 void refuse_input_as_output(SourceOptions const& input, OutputOptions const& output) {
     if (output.path == "-") {
-        throw UsageError("-o takes the name of a file; cat prints on standard output");
+        throw Kit::UsageError("-o takes the name of a file; cat prints on standard output");
     }
     const SourceName source = parse_source_name(input.source);
     if (source.kind == SourceName::Kind::kLiveStream) return;

@@ -23,7 +23,7 @@ void add_output_options(CLI::App& parser, OutputOptions& options, std::string co
  * Makes sure that no input is replaced, nor the file that standard input is redirected from.
  *
  * @throws Kit::Error when the output is the input's file or one of those in its directory;
- *         UsageError when it is "-".
+ *         Kit::UsageError when it is "-".
  */
 void refuse_input_as_output(SourceOptions const& input, OutputOptions const& output);
 

@@ -9,10 +9,10 @@
 #include <ctime>
 #include <utility>
 
+#include "kit/base/text.h"
+#include "kit/base/usage_error.h"
 #include "kit/stream/format.h"
-#include "tools/cli/message_text.h"
 #include "tools/cli/signals.h"
-#include "tools/cli/usage_error.h"
 #include "tools/play/status.h"
 #include "tools/screen/terminal.h"
 
@@ -51,7 +51,7 @@ void on_pause_signal(int) {
 
 void check(PlayOptions const& options, PlaySource const& source) {
     if (options.loop && !source.can_rewind()) {
-        throw UsageError("--loop needs a file or a directory, not " + options.input.source);
+        throw Kit::UsageError("--loop needs a file or a directory, not " + options.input.source);
     }
 }
 
@@ -299,14 +299,14 @@ ExitStatus Player::report() {
     relay_->stop(kStopGrace);
     const Kit::RelayCounters counters = relay_->counters();
     if (draws_) {
-        console_.messages.note(counted(published_, "frame") + " to " +
-                               counted(counters.clients_accepted, "client"));
+        console_.messages.note(Kit::count_text(published_, "frame") + " to " +
+                               Kit::count_text(counters.clients_accepted, "client"));
     }
     const ExitStatus status = source_.finish();
     if (counters.frames_dropped == 0 && counters.clients_dropped_stuck == 0) return status;
-    console_.messages.warn(counted(counters.frames_dropped, "frame") +
+    console_.messages.warn(Kit::count_text(counters.frames_dropped, "frame") +
                            " not delivered to clients that were too slow, " +
-                           counted(counters.clients_dropped_stuck, "client") +
+                           Kit::count_text(counters.clients_dropped_stuck, "client") +
                            " disconnected that took none");
     return ExitStatus::kDamaged;
 }

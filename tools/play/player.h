@@ -36,8 +36,8 @@ public:
     /**
      * Opens the source, then the socket.
      *
-     * @throws Kit::InputError when one of them cannot be opened; UsageError when options make no
-     *         sense with this source.
+     * @throws Kit::InputError when one of them cannot be opened; Kit::UsageError when options make
+     * no sense with this source.
      */
     Player(PlayOptions options, Console& console);
     ~Player();

@@ -2,7 +2,7 @@
 
 #include <fmt/core.h>
 
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -42,7 +42,7 @@ std::string play_status_text(PlayStatus const& status, int columns) {
     std::string text = fmt::format("{} {}  {}", state_text(status.state), rate_text(status.rate),
                                    position_text(status.position_us));
     if (status.share > 0) text += fmt::format(" ({:.0f} %)", 100 * status.share);
-    text += fmt::format("  frame {}  {}", status.frame, counted(status.clients, "client"));
+    text += fmt::format("  frame {}  {}", status.frame, Kit::count_text(status.clients, "client"));
     if (status.dropped > 0) text += fmt::format(", {} dropped", status.dropped);
     const size_t width = columns > 1 ? static_cast<size_t>(columns) - 1 : 0;
     if (text.size() + sizeof(kKeys) - 1 <= width) text += kKeys;

@@ -9,6 +9,7 @@
 #include <cmath>
 
 #include "kit/base/error.h"
+#include "kit/base/text.h"
 #include "tools/plot/dot_image.h"
 #include "tools/plot/text.h"
 
@@ -165,7 +166,7 @@ double PlotCanvas::text_width(std::string const& text, TextStyle const& style) {
 
 std::string PlotCanvas::fit_text(std::string const& text, TextStyle const& style, double width) {
     if (text_width(text, style) <= width) return text;
-    const std::vector<std::string> characters = characters_of(text);
+    const std::vector<std::string> characters = Kit::characters_of(text);
     for (size_t kept = characters.size(); kept-- > 2;) {
         std::string shorter;
         for (size_t i = 0; i < kept / 2; ++i) shorter += characters[i];
@@ -205,7 +206,7 @@ void PlotCanvas::add_svg_text(double x, double y, std::string const& text, TextS
         left, base, style.size * scale_, kAnchors[static_cast<size_t>(style.align)],
         part(style.colour.red), part(style.colour.green), part(style.colour.blue),
         style.bold ? R"( font-weight="bold")" : "",
-        style.upwards ? fmt::format(R"( transform="rotate(-90 {:.2f} {:.2f})")", left, base) : "",
+        style.upwards ? fmt::format(R"~( transform="rotate(-90 {:.2f} {:.2f})")~", left, base) : "",
         xml_text(text));
 }
 

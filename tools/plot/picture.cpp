@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "kit/base/text.h"
 #include "tools/cli/time_text.h"
 #include "tools/plot/axis.h"
 #include "tools/plot/text.h"
@@ -24,7 +25,7 @@ constexpr double kBarWidth = 14;
 constexpr double kHighestBar = 300;
 constexpr int kBarSteps = 64;
 
-std::string counted(uint64_t count, std::string const& what) {
+std::string grouped_count(uint64_t count, std::string const& what) {
     std::string digits = std::to_string(count);
     for (size_t i = digits.size(); i > 3; i -= 3) digits.insert(i - 3, "\u202F");
     return digits + " " + what + (count == 1 ? "" : "s");
@@ -34,7 +35,7 @@ void draw_head(PlotCanvas& canvas, PlotData const& data, PlotText const& text) {
     const double width = canvas.width() - 2 * kMargin;
     const TextStyle title = {kTitleSize, Align::kLeft, true};
     const TextStyle subtitle = {kTextSize, Align::kLeft, false, false, kFaintInk};
-    std::string name = printable_text(text.name);
+    std::string name = Kit::valid_utf8(Kit::printable(text.name));
     const std::string before = plot_title(data.view(), "");
     name = canvas.fit_text(name, title, width - canvas.text_width(before, title));
     canvas.text(kMargin, kMargin + 14, before + name, title);
@@ -95,7 +96,8 @@ std::string plot_subtitle(PlotData const& data) {
         text = fmt::format("from {} \u00b5s", begin);
     }
     if (data.frames() > 1) text += ", " + length_text(data.duration_s() * 1e6);
-    return text + ", " + counted(data.frames(), "frame") + ", " + counted(data.targets(), "target");
+    return text + ", " + grouped_count(data.frames(), "frame") + ", " +
+           grouped_count(data.targets(), "target");
 }
 
 double speed_scale(PlotData const& data) {

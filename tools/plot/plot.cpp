@@ -8,10 +8,10 @@
 #include <string>
 
 #include "kit/base/positive_number.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
+#include "kit/base/usage_error.h"
 #include "tools/cli/options.h"
 #include "tools/cli/source_name.h"
-#include "tools/cli/usage_error.h"
 #include "tools/input/damage_report.h"
 #include "tools/input/open.h"
 #include "tools/output/destination.h"
@@ -50,7 +50,7 @@ PlotFormat format_of(std::string const& path) {
     if (ending == ".svg") return PlotFormat::kSvg;
     if (ending == ".png") return PlotFormat::kPng;
     if (ending == ".pdf") return PlotFormat::kPdf;
-    throw UsageError("-o " + path + ": the name has to end with .svg, .png or .pdf");
+    throw Kit::UsageError("-o " + path + ": the name has to end with .svg, .png or .pdf");
 }
 
 bool parse_size(std::string const& text, int& width, int& height) {
@@ -73,10 +73,11 @@ std::string name_of(SourceOptions const& input) {
 
 void tell_left_out(PlotData const& data, DamageReport& report, Messages const& messages) {
     if (data.beyond() > 0) {
-        messages.note(counted(data.beyond(), "target") + " beyond what the picture is to show");
+        messages.note(Kit::count_text(data.beyond(), "target") +
+                      " beyond what the picture is to show");
     }
     if (data.unusable() > 0) {
-        report.add_loss(counted(data.unusable(), "target") +
+        report.add_loss(Kit::count_text(data.unusable(), "target") +
                         " left out: not a number, beyond 1000 km or of a negative range");
     }
 }
@@ -95,7 +96,8 @@ ExitStatus plot(Options const& options, Console& console) {
     report.read_frames(*input, [&](InputFrame const& frame) { data.add(frame); });
     tell_left_out(data, report, console.messages);
     const std::string name = name_of(options.input);
-    PlotCanvas canvas(format, width, height, plot_title(data.view(), printable_text(name)));
+    PlotCanvas canvas(format, width, height,
+                      plot_title(data.view(), Kit::valid_utf8(Kit::printable(name))));
     draw_plot(canvas, data, {name, options.trail_s});
     canvas.finish([&](std::string_view bytes) { file.write(bytes); });
     file.finish();

@@ -5,9 +5,9 @@
 #include <system_error>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
+#include "kit/base/usage_error.h"
 #include "tools/cli/number_text.h"
-#include "tools/cli/usage_error.h"
 
 namespace Tools {
 
@@ -29,8 +29,8 @@ std::optional<int> command_byte(std::string const& text) {
 Selected select_address(RegisterMap const& map, std::string const& text) {
     const std::optional<uint64_t> address = whole_number(text);
     if (!address || *address > kLastAddress) {
-        throw UsageError(in_quotes(text) + " is no address, which is 0 to " +
-                         address_text(kLastAddress));
+        throw Kit::UsageError(Kit::quoted(text) + " is no address, which is 0 to " +
+                              address_text(kLastAddress));
     }
     const MappedRegister whole = map.register_at(static_cast<int32_t>(*address));
     return {{whole.label(), {whole.address, 0, 32}, whole.is_readable, whole.is_writable, ""},
@@ -69,7 +69,8 @@ Selected select_bits(RegisterMap const& map, std::string const& text) {
     }
     NamedBits const* const bits = map.find(text);
     if (bits == nullptr) {
-        throw UsageError(in_quotes(text) + " is no register or field in " + printable(map.name()));
+        throw Kit::UsageError(Kit::quoted(text) + " is no register or field in " +
+                              Kit::printable(map.name()));
     }
     return {*bits, map.register_at(bits->bits.address)};
 }

@@ -37,7 +37,7 @@ struct Selected {
  * Finds what `text` names in the map: a register, a field, or an address, which is a register of
  * the map or one that the map does not have.
  *
- * @throws UsageError when it is none of these.
+ * @throws Kit::UsageError when it is none of these.
  */
 Selected select_bits(RegisterMap const& map, std::string const& text);
 

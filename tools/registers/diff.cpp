@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "kit/base/usage_error.h"
 #include "tools/cli/number_text.h"
 #include "tools/cli/options.h"
 #include "tools/cli/text_file.h"
-#include "tools/cli/usage_error.h"
 #include "tools/registers/chip_access.h"
 #include "tools/registers/dump_file.h"
 #include "tools/registers/regs.h"
@@ -138,7 +138,7 @@ std::string as_json(std::map<int32_t, Pair> const& pairs) {
 
 ExitStatus run(Options const& options, Console& console) {
     if (options.before == "-" && options.after == "-") {
-        throw UsageError("standard input holds one dump, not two");
+        throw Kit::UsageError("standard input holds one dump, not two");
     }
     const RegisterDump before = load_dump(options.before);
     const RegisterDump after = options.after.empty() ? read_same_registers(before, options.chip)

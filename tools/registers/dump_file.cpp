@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/cli/number_text.h"
 #include "tools/cli/text_line.h"
 
@@ -43,7 +43,7 @@ std::string reason_text(std::string const& labels, std::string const& reason) {
 }
 
 [[noreturn]] void fail(std::string const& name, std::string const& reason) {
-    throw Kit::InputError(printable(name) + ": " + reason);
+    throw Kit::InputError(Kit::printable(name) + ": " + reason);
 }
 
 /** "NAME:LINE:COLUMN" of a byte, which is counted from 1. */
@@ -60,7 +60,7 @@ std::pair<std::string, uint32_t> take_field(TextLine& line) {
     const auto value =
         sign == std::string::npos ? std::nullopt : whole_number(field.substr(sign + 1));
     if (sign == 0 || !value || *value > kLargest) {
-        line.fail(in_quotes(field) + " is no field, which is written NAME=VALUE");
+        line.fail(Kit::quoted(field) + " is no field, which is written NAME=VALUE");
     }
     return {field.substr(0, sign), static_cast<uint32_t>(*value)};
 }
@@ -78,7 +78,7 @@ RegisterValue take_register(TextLine& line) {
 /** A number of a JSON document. @throws Kit::InputError without its place when it is none. */
 uint32_t number_of(Json const& value, std::string const& name, uint32_t largest) {
     if (value.is_number_unsigned() && value <= largest) return value.get<uint32_t>();
-    throw Kit::InputError(fmt::format("{} is no number from 0 to {}", in_quotes(name), largest));
+    throw Kit::InputError(fmt::format("{} is no number from 0 to {}", Kit::quoted(name), largest));
 }
 
 RegisterValue register_in(Json const& object) {
@@ -90,10 +90,10 @@ RegisterValue register_in(Json const& object) {
     };
     whole.address = static_cast<int32_t>(number_of(member("address"), "address", kLastAddress));
     whole.value = number_of(member("value"), "value", kLargest);
-    if (member("name").is_string()) whole.name = printable(member("name").get<std::string>());
+    if (member("name").is_string()) whole.name = Kit::printable(member("name").get<std::string>());
     if (!member("fields").is_object()) return whole;
     for (auto const& [field, value] : member("fields").items()) {
-        whole.fields.emplace_back(printable(field), number_of(value, field, kLargest));
+        whole.fields.emplace_back(Kit::printable(field), number_of(value, field, kLargest));
     }
     return whole;
 }
@@ -103,7 +103,7 @@ std::vector<RegisterValue> parse_json(std::string const& name, std::string const
     try {
         document = Json::parse(text);
     } catch (Json::parse_error const& error) {
-        throw Kit::InputError(place_of(printable(name), text, error.byte) + ": no valid JSON");
+        throw Kit::InputError(place_of(Kit::printable(name), text, error.byte) + ": no valid JSON");
     }
     const auto registers = document.find("registers");
     if (registers == document.end() || !registers->is_array()) fail(name, "no dump of registers");

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/cli/number_text.h"
 #include "tools/cli/text_file.h"
 #include "tools/cli/text_line.h"
@@ -40,7 +40,7 @@ bool is_name(std::string_view text) {
 std::string take_name(TextLine& line) {
     const std::string_view found = line.word("name");
     if (is_name(found)) return std::string(found);
-    line.fail(in_quotes(found) + " is no name: a letter, then letters, digits, '.', '-' and '_'");
+    line.fail(Kit::quoted(found) + " is no name: a letter, then letters, digits, '.', '-' and '_'");
 }
 
 Radar::RadarField take_place(TextLine& line) {
@@ -55,7 +55,7 @@ Radar::RadarField take_place(TextLine& line) {
 std::string take_access(TextLine& line) {
     const std::string_view found = line.word("access");
     if (found == "r" || found == "w" || found == "rw" || found == "rc") return std::string(found);
-    line.fail(in_quotes(found) + " is no access: r, w, rw or rc");
+    line.fail(Kit::quoted(found) + " is no access: r, w, rw or rc");
 }
 
 }  // namespace
@@ -94,9 +94,10 @@ RegisterMap::RegisterMap(std::string name, std::string const& text) : map_name_(
         const Radar::RadarField bits = take_place(line);
         const std::string access = take_access(line);
         const bool is_writable = access == "w" || access == "rw";
-        add({bits_name, bits, access != "w", is_writable, printable(line.rest())}, access == "rc");
+        add({bits_name, bits, access != "w", is_writable, Kit::printable(line.rest())},
+            access == "rc");
     });
-    if (by_name_.empty()) throw Kit::InputError(printable(map_name_) + ": names no register");
+    if (by_name_.empty()) throw Kit::InputError(Kit::printable(map_name_) + ": names no register");
 }
 
 void RegisterMap::add(NamedBits const& bits, bool changes_by_reading) {

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
+#include "kit/base/usage_error.h"
 #include "tools/cli/number_text.h"
-#include "tools/cli/usage_error.h"
 #include "tools/registers/chip_access.h"
 #include "tools/registers/regs.h"
 
@@ -33,14 +33,14 @@ struct Setting {
 Setting parse_setting(RegisterMap const& map, std::string const& text) {
     const size_t sign = text.find('=');
     if (sign == std::string::npos) {
-        throw UsageError(in_quotes(text) + " is not written NAME=VALUE");
+        throw Kit::UsageError(Kit::quoted(text) + " is not written NAME=VALUE");
     }
     const Selected selected = select_bits(map, text.substr(0, sign));
     const std::string value_text = text.substr(sign + 1);
     const std::optional<uint64_t> value = whole_number(value_text);
     if (!value || *value > selected.bits.largest()) {
-        throw UsageError(fmt::format("{}: {} is no number from 0 to {}", selected.bits.name,
-                                     in_quotes(value_text), selected.bits.largest()));
+        throw Kit::UsageError(fmt::format("{}: {} is no number from 0 to {}", selected.bits.name,
+                                          Kit::quoted(value_text), selected.bits.largest()));
     }
     return {selected, static_cast<uint32_t>(*value)};
 }

@@ -10,7 +10,7 @@
 #include "kit/base/durable_file.h"
 #include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/cli/text_file.h"
 
 namespace Tools {
@@ -25,14 +25,15 @@ std::string follow_links(std::string const& path) {
     if (!fs::is_symlink(path, error)) return path;
     const std::string target = fs::canonical(path, error).string();
     if (!error) return target;
-    throw Kit::InputError(printable(path) + ": a symbolic link that leads nowhere: " +
+    throw Kit::InputError(Kit::printable(path) + ": a symbolic link that leads nowhere: " +
                           Kit::errno_text(error.value()));
 }
 
 struct stat look_at(std::string const& path, std::string const& name) {
     struct stat status = {};
     if (stat(path.c_str(), &status) == 0) return status;
-    if (errno != ENOENT) throw Kit::InputError(printable(name) + ": " + Kit::errno_text(errno));
+    if (errno != ENOENT)
+        throw Kit::InputError(Kit::printable(name) + ": " + Kit::errno_text(errno));
     return {};
 }
 
@@ -55,7 +56,7 @@ void SettingsFile::save() const {
     constexpr mode_t kModeOfANewFile = 0644;
     constexpr mode_t kPrivate = 0600;  // until it has the owner and mode of the file before
     using Existing = Kit::DurableFile::Existing;
-    Kit::DurableFile replacement(real_path_, Existing::kReplaced, printable(name_), kPrivate);
+    Kit::DurableFile replacement(real_path_, Existing::kReplaced, Kit::printable(name_), kPrivate);
     replacement.write(content_.text());
     if (is_there_) {
         replacement.set_owner_and_mode(before_);
@@ -81,7 +82,7 @@ void SettingsFile::check_unchanged() const {
 }
 
 void SettingsFile::fail(std::string const& reason) const {
-    throw Kit::Error(printable(name_) + ": " + reason);
+    throw Kit::Error(Kit::printable(name_) + ": " + reason);
 }
 
 }  // namespace Tools

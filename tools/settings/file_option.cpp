@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -17,7 +17,7 @@ void add_settings_file(CLI::App& parser, std::string& file) {
 SettingsText load_settings(std::string const& file, Messages const& messages) {
     const SettingsFile settings(file.empty() ? kDefaultSettingsFile : file);
     if (!settings.exists() && !file.empty()) {
-        throw Kit::InputError(printable(file) + ": No such file or directory");
+        throw Kit::InputError(Kit::printable(file) + ": No such file or directory");
     }
     if (!settings.exists()) {
         messages.note(std::string("there is no ") + kDefaultSettingsFile +

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/settings/file_option.h"
 #include "tools/settings/keys.h"
 #include "tools/settings/settings.h"
@@ -26,7 +26,7 @@ ExitStatus run(Options const& options, Console& console) {
         console.messages.note(options.name + " is not set; this is its default");
         console.out.write(std::to_string(key->without) + "\n");
     } else {
-        throw Kit::InputError(printable(options.name) + " is not set, and has no default");
+        throw Kit::InputError(Kit::printable(options.name) + " is not set, and has no default");
     }
     return ExitStatus::kOk;
 }

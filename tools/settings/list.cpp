@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/cli/options.h"
 #include "tools/settings/file_option.h"
 #include "tools/settings/keys.h"
@@ -46,7 +46,8 @@ using Cells = std::array<std::string, kColumns>;
 
 Cells cells_of(Row const& row) {
     const std::string value = row.value ? std::to_string(*row.value) : "-";
-    if (row.key == nullptr) return {printable(row.name), value, "-", "-", "-", "not understood"};
+    if (row.key == nullptr)
+        return {Kit::printable(row.name), value, "-", "-", "-", "not understood"};
     const std::string unit = row.key->unit;
     return {row.name,
             value,

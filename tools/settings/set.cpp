@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
-#include "tools/cli/usage_error.h"
+#include "kit/base/text.h"
+#include "kit/base/usage_error.h"
 #include "tools/settings/file_option.h"
 #include "tools/settings/keys.h"
 #include "tools/settings/settings.h"
@@ -42,18 +42,18 @@ bool is_key(std::string const& text) {
 Assignment parse_assignment(std::string const& text) {
     const size_t sign = text.find('=');
     if (sign == std::string::npos) {
-        throw UsageError(in_quotes(text) + " is not written SETTING=VALUE");
+        throw Kit::UsageError(Kit::quoted(text) + " is not written SETTING=VALUE");
     }
     Assignment made = {text.substr(0, sign), 0};
     if (!is_key(made.name)) {
-        throw UsageError(in_quotes(made.name) + " is no name of a setting");
+        throw Kit::UsageError(Kit::quoted(made.name) + " is no name of a setting");
     }
     const std::string value = text.substr(sign + 1);
     char const* const end = value.data() + value.size();
     const auto result = std::from_chars(value.data(), end, made.value);
     if (result.ec != std::errc() || result.ptr != end) {
-        throw UsageError(made.name + ": " + in_quotes(value) +
-                         " is no integer from -2147483648 to 2147483647");
+        throw Kit::UsageError(made.name + ": " + Kit::quoted(value) +
+                              " is no integer from -2147483648 to 2147483647");
     }
     return made;
 }
@@ -98,7 +98,7 @@ ExitStatus run(Options const& options, Console& console) {
     for (std::string const& line : file.text().repetitions()) console.messages.warn(line);
     if (changes.empty()) return ExitStatus::kOk;
     file.save();
-    if (!file.exists()) console.messages.note(printable(path) + " is new");
+    if (!file.exists()) console.messages.note(Kit::printable(path) + " is new");
     console.out.write(changes);
     return ExitStatus::kOk;
 }

@@ -10,7 +10,7 @@
 
 #include "kit/base/glib_pointers.h"
 #include "kit/base/input_error.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -21,7 +21,7 @@ constexpr char kBlanks[] = " \t\f\v\r\n";
 
 /** GLib's text for an error, in one line; frees the error. */
 std::string take_message(GError* error) {
-    return printable(Kit::GLibErrorPointer(error)->message);
+    return Kit::printable(Kit::GLibErrorPointer(error)->message);
 }
 
 /** Without blanks at either end. */
@@ -70,10 +70,10 @@ std::string line_number(size_t index) {
 
 SettingsText::SettingsText(std::string name, std::string_view text) : name_(std::move(name)) {
     if (text.find('\0') != std::string_view::npos) {
-        throw Kit::InputError(printable(name_) + ": holds a NUL byte, so it is no key file");
+        throw Kit::InputError(Kit::printable(name_) + ": holds a NUL byte, so it is no key file");
     }
     if (text.substr(0, 3) == "\xef\xbb\xbf") {
-        throw Kit::InputError(printable(name_) + ": begins with a byte-order mark");
+        throw Kit::InputError(Kit::printable(name_) + ": begins with a byte-order mark");
     }
     take_lines(text);
     take_values();
@@ -90,7 +90,7 @@ void SettingsText::take_lines(std::string_view text) {
             is_in_group = true;
             is_in_radar_group = *group == kGroup;
         } else if (!is_in_group && !key_of(line).empty()) {
-            throw Kit::InputError(printable(name_) + ": " + line_number(lines_.size()) +
+            throw Kit::InputError(Kit::printable(name_) + ": " + line_number(lines_.size()) +
                                   " stands outside a group; a service would replace this file");
         }
         take_line(line, is_in_radar_group);
@@ -116,7 +116,7 @@ void SettingsText::take_values() {
     const std::string whole = text();
     GError* error = nullptr;
     g_key_file_load_from_data(file.get(), whole.data(), whole.size(), G_KEY_FILE_NONE, &error);
-    if (error != nullptr) throw Kit::InputError(printable(name_) + ": " + take_message(error));
+    if (error != nullptr) throw Kit::InputError(Kit::printable(name_) + ": " + take_message(error));
     if (g_key_file_has_group(file.get(), kGroup) == FALSE) return;
 
     const Kit::TextListPointer keys(g_key_file_get_keys(file.get(), kGroup, nullptr, nullptr));
@@ -142,8 +142,8 @@ std::string SettingsText::no_integer(std::string const& key) const {
         value = trimmed(line);
         where = ": " + line_number(places.back());
     }
-    return printable(name_) + where + ": " + printable(key) + " is " +
-           in_quotes(value.substr(0, kLongest)) + (value.size() > kLongest ? "..." : "") +
+    return Kit::printable(name_) + where + ": " + Kit::printable(key) + " is " +
+           Kit::quoted(value.substr(0, kLongest)) + (value.size() > kLongest ? "..." : "") +
            ", which is no 32-bit integer";
 }
 
@@ -169,8 +169,8 @@ std::vector<std::string> SettingsText::repetitions() const {
     std::vector<std::string> all;
     for (auto const& [key, those] : places) {
         if (those.size() < 2) continue;
-        all.push_back(fmt::format("{}: {} is there {} times; {} counts", printable(name_),
-                                  printable(key), those.size(), line_number(those.back())));
+        all.push_back(fmt::format("{}: {} is there {} times; {} counts", Kit::printable(name_),
+                                  Kit::printable(key), those.size(), line_number(those.back())));
     }
     return all;
 }

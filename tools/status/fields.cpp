@@ -1,6 +1,6 @@
 #include "tools/status/fields.h"
 
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 #include "tools/cli/number_text.h"
 
 namespace Tools {
@@ -12,7 +12,7 @@ StatusFields StatusFields::operator[](char const* name) const {
 }
 
 std::string StatusFields::text() const {
-    if (part_.is_string()) return printable(part_.get_ref<std::string const&>());
+    if (part_.is_string()) return Kit::printable(part_.get_ref<std::string const&>());
     return part_.is_number() ? part_.dump() : "?";
 }
 

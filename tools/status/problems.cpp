@@ -3,7 +3,7 @@
 #include <fmt/core.h>
 
 #include "failure/failure.h"
-#include "tools/cli/message_text.h"
+#include "kit/base/text.h"
 
 namespace Tools {
 
@@ -84,7 +84,7 @@ std::vector<StatusProblem> find_problems(StatusFields const& status) {
     nlohmann::json const& recorders = status["recorders"].json();
     if (!recorders.is_object()) return problems;
     for (auto const& [name, recorder] : recorders.items()) {
-        add_recorder(printable(name), StatusFields(recorder), problems);
+        add_recorder(Kit::printable(name), StatusFields(recorder), problems);
     }
     return problems;
 }

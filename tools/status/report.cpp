@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "kit/base/input_error.h"
+#include "kit/base/text.h"
 #include "tools/cli/ansi.h"
-#include "tools/cli/message_text.h"
 #include "tools/status/fields.h"
 
 namespace Tools {
@@ -51,7 +51,7 @@ std::string in_brackets(StatusFields const& reason) {
 }
 
 /** "1 frame", "2 frames", "? frames" */
-std::string counted(StatusFields const& count, std::string const& what) {
+std::string count_of(StatusFields const& count, std::string const& what) {
     const std::string text = count.text();
     return text + " " + what + (text == "1" ? "" : "s");
 }
@@ -71,7 +71,7 @@ public:
                 duration_text(status["uptime_us"].number() / 1000000) + ", version " +
                 status["version"].text() + ", process " + status["pid"].text(),
             is_running ? Ansi::kBold : Ansi::kYellow);
-        add("health", problems == 0 ? "healthy" : Tools::counted(problems, "problem"),
+        add("health", problems == 0 ? "healthy" : Kit::count_text(problems, "problem"),
             problems == 0 ? Ansi::kGreen : Ansi::kRed);
     }
 
@@ -81,17 +81,17 @@ public:
         const bool has_errors = input["errors"].number() > 0;
         add("input",
             input["name"].text() + " (" + input["kind"].text() + "), " +
-                counted(input["errors"], "error") + in_brackets(input["last_error"]),
+                count_of(input["errors"], "error") + in_brackets(input["last_error"]),
             has_errors ? Ansi::kYellow : "");
         const uint64_t last = counters["last_timestamp_us"].number();
-        add("frames", counted(counters["frames"], "frame") + " with " +
-                          counted(counters["targets"], "target") + ", " +
-                          counted(counters["targets_dropped"], "target") +
+        add("frames", count_of(counters["frames"], "frame") + " with " +
+                          count_of(counters["targets"], "target") + ", " +
+                          count_of(counters["targets_dropped"], "target") +
                           " left out, last frame " + (last > 0 ? "at " + time_text(last) : "none"));
         const StatusFields watchdog = status["watchdog"];
         add("watchdog", std::string(watchdog["expired"].is_set() ? "expired" : "armed") + ", " +
                             watchdog["timeout_s"].text() + " s, has run out " +
-                            counted(watchdog["expirations"], "time"));
+                            count_of(watchdog["expirations"], "time"));
     }
 
     void add_stream(StatusFields const& stream) {
@@ -100,28 +100,28 @@ public:
         const bool has_lost =
             stream["frames_dropped"].number() > 0 || stream["clients_dropped_stuck"].number() > 0;
         add("stream",
-            stream["socket"].text() + ", " + counted(StatusFields(count), "consumer") + ", " +
+            stream["socket"].text() + ", " + count_of(StatusFields(count), "consumer") + ", " +
                 stream["clients_accepted"].text() + " so far, " +
                 stream["clients_dropped_stuck"].text() + " of them stuck, " +
-                counted(stream["frames_dropped"], "frame") + " dropped",
+                count_of(stream["frames_dropped"], "frame") + " dropped",
             has_lost ? Ansi::kYellow : "");
         if (!clients.is_array()) return;
         for (Json const& entry : clients) {
             const StatusFields client(entry);
             add("  consumer " + client["id"].text() + " ",
-                counted(client["frames_sent"], "frame") + ", " +
-                    counted(client["bytes_sent"], "byte") + ", " +
-                    counted(client["frames_dropped"], "frame") + " dropped, " +
+                count_of(client["frames_sent"], "frame") + ", " +
+                    count_of(client["bytes_sent"], "byte") + ", " +
+                    count_of(client["frames_dropped"], "frame") + " dropped, " +
                     client["queued"].text() + " waiting");
         }
     }
 
     void add_recorder(std::string const& name, StatusFields const& recorder) {
         if (!recorder["enabled"].is_set()) return add("recorder", name + ": off", Ansi::kDim);
-        add("recorder", name + ": " + counted(recorder["frames"], "frame") + ", " +
+        add("recorder", name + ": " + count_of(recorder["frames"], "frame") + ", " +
                             recorder["frames_written"].text() + " of them in files, " +
-                            counted(recorder["files_completed"], "file") + " completed, " +
-                            counted(recorder["errors"], "error"));
+                            count_of(recorder["files_completed"], "file") + " completed, " +
+                            count_of(recorder["errors"], "error"));
         add("", recorder["file"].is_empty() ? "no file open in " + recorder["directory"].text()
                                             : "writes " + recorder["file"].text());
     }
@@ -129,7 +129,7 @@ public:
     void add_log(StatusFields const& status) {
         add("settings", status["settings"]["file"].text());
         const StatusFields log = status["log"];
-        add("log", counted(log["warnings"], "warning") + ", " + counted(log["errors"], "error") +
+        add("log", count_of(log["warnings"], "warning") + ", " + count_of(log["errors"], "error") +
                        in_brackets(log["last"]));
     }
 
@@ -147,7 +147,8 @@ Json parse(std::string const& source, std::string const& document) {
     Json status = Json::parse(document, nullptr, false);
     const bool has_all = status.is_object() && status.count("state") == 1 &&
                          status.count("failure") == 1 && status.count("recorders") == 1;
-    if (!has_all) throw Kit::InputError(printable(source) + ": what answers is no radar service");
+    if (!has_all)
+        throw Kit::InputError(Kit::printable(source) + ": what answers is no radar service");
     return status;
 }
 
@@ -163,7 +164,7 @@ StatusReport report_status(std::string const& source, std::string const& documen
     report.add_stream(status["stream"]);
     if (parsed["recorders"].is_object()) {
         for (auto const& [name, recorder] : parsed["recorders"].items()) {
-            report.add_recorder(printable(name), StatusFields(recorder));
+            report.add_recorder(Kit::printable(name), StatusFields(recorder));
         }
     }
     report.add_log(status);

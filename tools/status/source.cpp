@@ -11,8 +11,8 @@
 
 #include "kit/base/errno_text.h"
 #include "kit/base/input_error.h"
+#include "kit/base/text.h"
 #include "kit/stream/unix_address.h"
-#include "tools/cli/message_text.h"
 #include "tools/cli/signals.h"
 
 namespace Tools {
@@ -88,7 +88,7 @@ private:
     }
 
     [[noreturn]] void fail(std::string const& reason) const {
-        throw Kit::InputError("unix:" + printable(path_) + ": " + reason);
+        throw Kit::InputError("unix:" + Kit::printable(path_) + ": " + reason);
     }
 
     std::string const& path_;

@@ -6,12 +6,12 @@
 #include <vector>
 
 #include "kit/base/input_error.h"
+#include "kit/base/usage_error.h"
 #include "kit/status/runtime_directory.h"
 #include "tools/cli/ansi.h"
 #include "tools/cli/options.h"
 #include "tools/cli/signals.h"
 #include "tools/cli/source_name.h"
-#include "tools/cli/usage_error.h"
 #include "tools/screen/repeater.h"
 #include "tools/status/report.h"
 #include "tools/status/source.h"
@@ -30,7 +30,8 @@ struct Options {
 std::string socket_path(std::string const& text) {
     const SourceName source = parse_source_name(text);
     if (source.kind == SourceName::Kind::kLiveStream) return source.path;
-    throw UsageError("SOURCE " + text + " is no socket of a service, which is written unix:PATH");
+    throw Kit::UsageError("SOURCE " + text +
+                          " is no socket of a service, which is written unix:PATH");
 }
 
 /** Where a service that was started without options answers. */

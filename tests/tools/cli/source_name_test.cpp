@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/cli/usage_error.h"
+#include "kit/base/usage_error.h"
 
 namespace {
 
@@ -26,11 +26,11 @@ TEST(SourceNameTest, UnixAndAPathIsALiveStream) {
 }
 
 TEST(SourceNameTest, ALiveStreamWithoutAPathIsRefused) {
-    EXPECT_THROW(parse_source_name("unix:"), Tools::UsageError);
+    EXPECT_THROW(parse_source_name("unix:"), Kit::UsageError);
 }
 
 TEST(SourceNameTest, NothingIsRefused) {
-    EXPECT_THROW(parse_source_name(""), Tools::UsageError);
+    EXPECT_THROW(parse_source_name(""), Kit::UsageError);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "tools/cli/usage_error.h"
+#include "kit/base/usage_error.h"
 
 namespace {
 
@@ -80,7 +80,7 @@ TEST(TolerancesTest, WhatMakesNoSenseIsRefused) {
          {"", "x", "-1", "inf", "nan", "1,,2", "r", "r=", "r=1 ", "%", "height=1", "options=1",
           "timestamp=1%", "timestamp=1.5", "=1="}) {
         Tolerances tolerances;
-        EXPECT_THROW(tolerances.add(text), Tools::UsageError) << text;
+        EXPECT_THROW(tolerances.add(text), Kit::UsageError) << text;
     }
 }
 

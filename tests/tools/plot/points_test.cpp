@@ -133,14 +133,6 @@ TEST(SpeedColourTest, BeyondTheScaleIsTheStrongestColour) {
     EXPECT_DOUBLE_EQ(Tools::speed_colour(-7).red, Tools::speed_colour(-1).red);
 }
 
-TEST(PlotTextTest, WhatCannotBeShownIsAQuestionMark) {
-    EXPECT_EQ(Tools::printable_text("a\nb\x7f\xff\xc3"), "a?b???");
-    EXPECT_EQ(Tools::printable_text("m\u00fcnchen \u20ac \U0001F600"),
-              "m\u00fcnchen \u20ac \U0001F600");
-    EXPECT_EQ(Tools::printable_text("\xed\xa0\x80"), "???");  // half of a pair
-    EXPECT_EQ(Tools::printable_text("\xc0\xaf"), "??");       // a slash in disguise
-}
-
 TEST(PlotTextTest, MarkupIsEscaped) {
     EXPECT_EQ(Tools::xml_text("<a> & b"), "&lt;a&gt; &amp; b");
 }

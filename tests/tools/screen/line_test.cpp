@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "tools/cli/message_text.h"
-
 namespace {
 
 using testing::ElementsAre;
@@ -29,15 +27,6 @@ TEST(ScreenLineTest, AColourTakesNoRoom) {
 
 TEST(ScreenLineTest, WithoutColoursOnlyTheTextIsLeft) {
     EXPECT_THAT(fit_lines({{kRed, "abc"}}, {3, 24}, false), ElementsAre("abc"));
-}
-
-TEST(MessageTextTest, ControlCharactersOfBothSetsAreReplaced) {
-    EXPECT_EQ(Tools::printable("a\tb\x7f\xc2\x80\xc2\x9f\xc2\xa0z"), "a?b???\xc2\xa0z");
-    EXPECT_EQ(Tools::printable("\xc2"), "\xc2");
-}
-
-TEST(MessageTextTest, AWordIsQuoted) {
-    EXPECT_EQ(Tools::in_quotes("a\nb"), "'a?b'");
 }
 
 }  // namespace
