@@ -16,6 +16,7 @@
 
 #include "tests/scripts/script_fixture.h"
 #include "tests/support/chip_program.h"
+#include "tests/support/eventually.h"
 
 namespace {
 
@@ -131,11 +132,7 @@ protected:
     }
 
     void await_held() const {
-        constexpr std::chrono::milliseconds kPause(10);
-        for (int tries = 0; tries < 2000 && !exists("held"); ++tries) {
-            std::this_thread::sleep_for(kPause);
-        }
-        ASSERT_TRUE(exists("held"));
+        ASSERT_TRUE(test_support::eventually([this] { return exists("held"); }));
     }
 
     std::string clone_ = "/tmp/a clone";
@@ -235,14 +232,11 @@ TEST_F(CloneTest, OneBuildsAtATime) {
     Process first(command("test", {}));
     await_held();
     Process second(command("run", {"--seconds", "1"}));
-    constexpr std::chrono::milliseconds kPause(300);
-    std::this_thread::sleep_for(kPause);
+    EXPECT_TRUE(second.complains("run: build: waiting for another ./run or ./test to build\n"));
     fs::remove(clone_ + "/hold-build");
     fs::remove(clone_ + "/held");
-    EXPECT_EQ(first.wait(), 0) << first.errors();
-    EXPECT_EQ(second.wait(), 0) << second.errors();
-    EXPECT_THAT(second.errors(),
-                HasSubstr("run: build: waiting for another ./run or ./test to build\n"));
+    EXPECT_EQ(first.finish().status, 0) << first.err();
+    EXPECT_EQ(second.finish().status, 0) << second.err();
 }
 
 TEST_F(CloneTest, AProjectThatCannotBeConfiguredSaysWhy) {

@@ -12,6 +12,7 @@
 
 #include "tests/scripts/script_fixture.h"
 #include "tests/support/chip_program.h"
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/recordings.h"
 
@@ -152,11 +153,7 @@ TEST_F(RunTest, WhereItIsKilledTheServiceEndsToo) {
     start({});
     ASSERT_TRUE(process_->prints("frame 5 "));
     process_->send_signal(SIGKILL);
-    constexpr std::chrono::milliseconds kPause(20);
-    for (int tries = 0; tries < 500 && any_process_is_left(); ++tries) {
-        std::this_thread::sleep_for(kPause);
-    }
-    EXPECT_FALSE(any_process_is_left());
+    EXPECT_TRUE(test_support::eventually([] { return !any_process_is_left(); }));
 }
 
 TEST_F(RunTest, WithoutAHomeItsSettingsAreThoseOfOneRun) {
@@ -183,11 +180,12 @@ TEST_F(RunTest, ItRunsBesideAServiceAndReportsItsOwnFilesOnly) {
                      "--status-socket", "/tmp/other-status.sock"});
     const std::vector<std::string> frames = {PETRELRADAR_PROGRAM, "listen", "--frames", "1",
                                              "unix:/tmp/other.sock"};
-    while (test_support::run_process(frames).status != 0) std::this_thread::yield();
+    ASSERT_TRUE(
+        test_support::eventually([&] { return test_support::run_process(frames).status == 0; }));
     EXPECT_EQ(run({"--seconds", "1"}), 0);
     EXPECT_EQ(test_support::run_process(frames).status, 0);
-    service.signal(SIGTERM);
-    EXPECT_EQ(service.wait(), 0);
+    service.send_signal(SIGTERM);
+    EXPECT_EQ(service.finish().status, 0);
     EXPECT_EQ(left("radar_").size(), 2U);
     EXPECT_THAT(process_->out(), ContainsRegex("Recorded:\n  /tmp/radar_[^\n]*\n"
                                                "  /tmp/radar-diagnostics/radar_[^\n]*\nThe"));
