@@ -59,9 +59,9 @@ Kit::RelayOptions relay_options(std::string const& path) {
     return options;
 }
 
-void log_unknown_keys(Settings const& settings) {
-    for (std::string const& key : settings.unknown_keys()) {
-        Petrel::ilog(1) << settings.file() << ": no such setting: " << key << std::endl;
+void log_warnings(Settings const& settings) {
+    for (std::string const& warning : settings.warnings()) {
+        Petrel::ilog(1) << warning << std::endl;
     }
 }
 
@@ -75,19 +75,19 @@ RadarService::RadarService(Options const& options, StopSignals& signals)
       relay_(relay_options(sockets_.stream)),
       status_server_(block_, sockets_.status),
       recorders_(settings_),
-      target_limit_(settings_.value(kTargetLimitKey, kDefaultTargetLimit)),
+      target_limit_(settings_.value("TargetLimit")),
       buffer_(target_limit_),
       frame_timer_(&block_, "frame"),
       report_timer_(&block_, "report"),
       alive_timer_(&block_, "alive"),
-      watchdog_(&block_, settings_.value(kWatchdogTimeoutKey, kDefaultWatchdogTimeout)) {
+      watchdog_(&block_, settings_.value("WatchdogTimeout")) {
     signals_.watch(block_);
     buffer_.set_fd(kRelayKey, duplicate(radar_socket_.internal()));
     relay_.relay_from(radar_socket_.external());
     arm(report_timer_, std::chrono::seconds(kReportSeconds), true);
     if (const auto interval = Notifier::alive_interval()) arm(alive_timer_, *interval, true);
     register_status_items();
-    log_unknown_keys(settings_);
+    log_warnings(settings_);
 }
 
 RadarService::~RadarService() {

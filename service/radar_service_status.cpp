@@ -103,8 +103,8 @@ Kit::Status RadarService::status() {
     status.last_timestamp_us = last_timestamp_;
     status.stream = stream_status(relay_.counters(), sockets_.stream);
     status.recorders = recorders_.status();
-    status.watchdog = {settings_.value(kWatchdogTimeoutKey, kDefaultWatchdogTimeout),
-                       failures_.is_data_missing(), expirations_};
+    status.watchdog = {settings_.value("WatchdogTimeout"), failures_.is_data_missing(),
+                       expirations_};
     status.settings_file = settings_.file();
     status.log_warnings = LogTap::instance().warnings();
     status.log_errors = LogTap::instance().errors();

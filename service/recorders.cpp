@@ -12,6 +12,7 @@
 
 #include "kit/base/errno_text.h"
 #include "kit/base/error.h"
+#include "kit/settings/table.h"
 #include "log/ilog.h"
 #include "service/log_tap.h"
 
@@ -85,17 +86,16 @@ Recorders::~Recorders() {
 }
 
 void Recorders::find_places(Settings const& settings) {
-    const auto set = [&](Kind kind, char const* name, RecordingPlace place, char const* key,
-                         int absent) {
+    const auto set = [&](Kind kind, char const* name, RecordingPlace place, char const* key) {
         recorders_[kind].name = name;
         recorders_[kind].place = std::move(place);
-        recorders_[kind].enabled = settings.value(key, absent) == 1;
+        recorders_[kind].enabled = settings.value(key) == 1;
     };
-    const auto directory = [&](char const* key) { return directory_at(settings.value(key, 0)); };
-    set(kObjects, "objects", {directory("FileWriterLocation"), "radar"}, "FileWriterEnabled", 1);
-    set(kRaw, "raw", {directory("DataFileWriterLocation"), "raw"}, "DataFileWriterEnabled", 0);
+    const auto directory = [&](char const* key) { return directory_at(settings.value(key)); };
+    set(kObjects, "objects", {directory("FileWriterLocation"), "radar"}, "FileWriterEnabled");
+    set(kRaw, "raw", {directory("DataFileWriterLocation"), "raw"}, "DataFileWriterEnabled");
     set(kDiagnostics, "diagnostics", {kDiagnosticsDirectory, "radar"},
-        "DiagnosticFileWriterEnabled", 1);
+        "DiagnosticFileWriterEnabled");
 }
 
 /** A recorder ignores the settings that are not its own, so each gets them all. */
@@ -107,10 +107,20 @@ void Recorders::switch_on(Settings const& settings) {
     if (recorders_[kDiagnostics].enabled) {
         diagnostics_ = std::make_unique<Radar::DiagnosticFileWriter>(kDiagnosticsId);
     }
-    for (auto const& [key, value] : settings.recorder_entries()) {
+    const auto configure = [&](std::string const& key) {
+        const int value = settings.value(key);
         objects_->configure(key, value);
         raw_->configure(key, value);
         if (diagnostics_) diagnostics_->configure(key, value);
+    };
+    const auto switches_on = [](std::string const& key) {
+        return key.find("Enabled") != std::string::npos;
+    };
+    // Switched on last, when they have the rest.
+    for (const bool last : {false, true}) {
+        for (Kit::Setting const& setting : Kit::all_settings()) {
+            if (switches_on(setting.name) == last) configure(setting.name);
+        }
     }
 }
 

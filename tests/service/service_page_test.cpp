@@ -5,9 +5,9 @@
 #include <set>
 #include <sstream>
 
+#include "kit/settings/table.h"
 #include "kit/status/document.h"
 #include "service/command_line.h"
-#include "service/settings.h"
 #include "tests/support/private_paths.h"
 
 /** What the page about the service has to name. */
@@ -51,18 +51,7 @@ TEST_F(ServicePageTest, NamesEveryOption) {
 }
 
 TEST_F(ServicePageTest, NamesEverySetting) {
-    std::unordered_map<std::string, int> table;
-    for (std::string const prefix : {"FileWriter", "DataFileWriter", "DiagnosticFileWriter"}) {
-        for (char const* const name :
-             {"Enabled", "FileTime", "Location", "MaxFileCount", "MaxFileSize"}) {
-            table[prefix + name] = 1;
-        }
-    }
-    for (auto const& [key, value] : Service::Settings("", table).recorder_entries()) {
-        expect_on_page(key);
-    }
-    expect_on_page(Service::kWatchdogTimeoutKey);
-    expect_on_page(Service::kTargetLimitKey);
+    for (Kit::Setting const& setting : Kit::all_settings()) expect_on_page(setting.name);
 }
 
 TEST_F(ServicePageTest, NamesEveryFieldOfTheStatus) {

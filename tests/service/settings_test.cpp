@@ -4,14 +4,15 @@
 #include <sys/stat.h>
 
 #include "kit/base/input_error.h"
+#include "kit/settings/table.h"
 #include "tests/support/private_paths.h"
 
 namespace {
 
-using Entries = std::vector<std::pair<std::string, int>>;
 using Service::Settings;
 using test_support::write_file;
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -40,28 +41,28 @@ protected:
 };
 
 TEST_F(SettingsTest, AValueOfTheFileIsFound) {
-    EXPECT_EQ(load("[Radar]\nTargetLimit=9\n").value("TargetLimit", 1), 9);
+    EXPECT_EQ(load("[Radar]\nTargetLimit=9\n").value("TargetLimit"), 9);
 }
 
-TEST_F(SettingsTest, AnAbsentKeyHasTheValueThatIsAskedFor) {
-    EXPECT_EQ(load("[Radar]\n").value("TargetLimit", 42), 42);
+TEST_F(SettingsTest, AnAbsentKeyHasItsDefault) {
+    EXPECT_EQ(load("[Radar]\n").value("TargetLimit"), 128);
 }
 
 TEST_F(SettingsTest, LookingUpAnAbsentKeyLeavesTheFileAlone) {
-    load("[Radar]\n# mine\n").value("TargetLimit", 42);
+    load("[Radar]\n# mine\n").value("TargetLimit");
     EXPECT_EQ(test_support::read_file(kFile), "[Radar]\n# mine\n");
 }
 
 TEST_F(SettingsTest, AnEmptyFileHasNoSettings) {
-    EXPECT_EQ(load("").value("TargetLimit", 42), 42);
+    EXPECT_EQ(load("").value("TargetLimit"), 128);
 }
 
 TEST_F(SettingsTest, AFileWithOtherGroupsOnlyHasNoSettings) {
-    EXPECT_EQ(load("[Other]\nTargetLimit=word\n").value("TargetLimit", 42), 42);
+    EXPECT_EQ(load("[Other]\nTargetLimit=word\n").value("TargetLimit"), 128);
 }
 
 TEST_F(SettingsTest, WithoutAFileTheProcessHasNoSettings) {
-    EXPECT_EQ(Service::load_settings("").value("TargetLimit", 42), 42);
+    EXPECT_EQ(Service::load_settings("").value("TargetLimit"), 128);
 }
 
 TEST_F(SettingsTest, TheFileOfTheProcessIsNamed) {
@@ -71,40 +72,6 @@ TEST_F(SettingsTest, TheFileOfTheProcessIsNamed) {
 TEST_F(SettingsTest, ABadFileOfTheProcessIsRefused) {
     write_file("/etc/radar/radar.conf", "no group = 1\n");
     EXPECT_THAT(refusal(""), StartsWith("/etc/radar/radar.conf: "));
-}
-
-TEST_F(SettingsTest, ARecorderIsSwitchedOnWhenItHasItsOtherSettings) {
-    EXPECT_EQ(load("[Radar]\nFileWriterEnabled=1\nFileWriterMaxFileCount=3\nFileWriterFileTime=5\n"
-                   "FileWriterMaxFileSize=9\nFileWriterLocation=1\n")
-                  .recorder_entries(),
-              (Entries{{"FileWriterLocation", 1},
-                       {"FileWriterFileTime", 5},
-                       {"FileWriterMaxFileSize", 9},
-                       {"FileWriterMaxFileCount", 3},
-                       {"FileWriterEnabled", 1}}));
-}
-
-TEST_F(SettingsTest, ObjectsAreRecordedUnlessTheSettingsSayOtherwise) {
-    EXPECT_EQ(load("[Radar]\n").recorder_entries(), (Entries{{"FileWriterEnabled", 1}}));
-    EXPECT_EQ(load("[Radar]\nFileWriterEnabled=0\n").recorder_entries(),
-              (Entries{{"FileWriterEnabled", 0}}));
-}
-
-TEST_F(SettingsTest, EveryKeyOfEveryRecorderIsHandedOver) {
-    std::string content = "[Radar]\n";
-    size_t keys = 0;
-    for (std::string const prefix : {"FileWriter", "DataFileWriter", "DiagnosticFileWriter"}) {
-        for (char const* const name :
-             {"Enabled", "FileTime", "Location", "MaxFileCount", "MaxFileSize"}) {
-            content += prefix + name + "=1\n";
-            ++keys;
-        }
-    }
-    // The raw recorder shares its size limit, and the place of diagnostics is fixed.
-    EXPECT_EQ(load(content).recorder_entries().size(), keys - 2);
-    EXPECT_EQ(
-        load(content).unknown_keys(),
-        (std::vector<std::string>{"DataFileWriterMaxFileSize", "DiagnosticFileWriterLocation"}));
 }
 
 TEST_F(SettingsTest, AKeyThatMeansNothingIsToldApart) {
@@ -146,11 +113,48 @@ TEST_F(SettingsTest, ARefusalIsOneLine) {
     EXPECT_NE(refusal_of("[Radar]\nx=\xff\xfe\n"), "");
 }
 
-TEST_F(SettingsTest, AValueThatTheServiceCannotWorkWithIsRefused) {
+TEST_F(SettingsTest, AKeyThatDoesNotExistHasNoDefault) {
+    EXPECT_THROW(load("").value("TargetLimits"), std::logic_error);
+}
+
+TEST_F(SettingsTest, AValueOutsideOfItsRangeIsRefusedWithTheRange) {
     EXPECT_EQ(refusal_of("[Radar]\nWatchdogTimeout=0\n"),
               "/tmp/settings.conf: WatchdogTimeout is 0, not between 1 and 86400");
     EXPECT_EQ(refusal_of("[Radar]\nTargetLimit=-1\n"),
               "/tmp/settings.conf: TargetLimit is -1, not between 1 and 65536");
+}
+
+TEST_F(SettingsTest, EverySettingHasItsRangeChecked) {
+    for (Kit::Setting const& setting : Kit::all_settings()) {
+        const std::string lines = std::string("[Radar]\n") + setting.name + "=" +
+                                  std::to_string(setting.lowest - 1) + "\n";
+        const std::string finding = Kit::outside_of_range(setting, setting.lowest - 1);
+        if (setting.outside == Kit::Setting::Outside::kRefused) {
+            EXPECT_THAT(refusal_of(lines), HasSubstr(finding));
+        } else {
+            EXPECT_THAT(load(lines).warnings(), ElementsAre(HasSubstr(finding)));
+        }
+    }
+}
+
+TEST_F(SettingsTest, AnUnknownLocationIsRefused) {
+    EXPECT_EQ(refusal_of("[Radar]\nDataFileWriterLocation=2\n"),
+              "/tmp/settings.conf: DataFileWriterLocation is 2, not between 0 and 1");
+}
+
+TEST_F(SettingsTest, ASettingInAnotherGroupIsReported) {
+    EXPECT_THAT(load("[radar]\nFileWriterLocation=1\n").warnings(),
+                ElementsAre("/tmp/settings.conf: FileWriterLocation stands in the group [radar] "
+                            "and is ignored: move it to [Radar]"));
+}
+
+TEST_F(SettingsTest, UnknownSettingsAreNamedUpToANumber) {
+    std::string content = "[Radar]\n";
+    for (int i = 0; i < 1000; ++i) content += "Mine" + std::to_string(i) + "=1\n";
+    const auto warnings = load(content).warnings();
+    EXPECT_EQ(warnings.size(), 9U);
+    EXPECT_EQ(warnings[0], "/tmp/settings.conf: no such setting: Mine0");
+    EXPECT_EQ(warnings[8], "/tmp/settings.conf: 992 more settings that do not exist");
 }
 
 }  // namespace

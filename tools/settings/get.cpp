@@ -4,8 +4,8 @@
 
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
+#include "kit/settings/table.h"
 #include "tools/settings/file_option.h"
-#include "tools/settings/keys.h"
 #include "tools/settings/settings.h"
 
 namespace Tools {
@@ -19,12 +19,12 @@ struct Options {
 
 ExitStatus run(Options const& options, Console& console) {
     const SettingsText settings = load_settings(options.file, console.messages);
-    SettingKey const* const key = find_setting_key(options.name);
+    Kit::Setting const* const key = Kit::find_setting(options.name);
     if (const auto value = settings.value(options.name)) {
         console.out.write(std::to_string(*value) + "\n");
     } else if (key != nullptr) {
         console.messages.note(options.name + " is not set; this is its default");
-        console.out.write(std::to_string(key->without) + "\n");
+        console.out.write(std::to_string(key->default_value) + "\n");
     } else {
         throw Kit::InputError(Kit::printable(options.name) + " is not set, and has no default");
     }

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "kit/base/text.h"
+#include "kit/settings/table.h"
 #include "tools/cli/options.h"
 #include "tools/settings/file_option.h"
-#include "tools/settings/keys.h"
 #include "tools/settings/settings.h"
 
 namespace Tools {
@@ -25,17 +25,17 @@ struct Options {
 struct Row {
     std::string name;
     std::optional<int32_t> value;
-    SettingKey const* key;  // null for one that nobody understands
+    Kit::Setting const* key;  // null for one that nobody understands
 };
 
 /** Those that are understood, then those of the file that are not. */
 std::vector<Row> make_rows(SettingsText const& settings) {
     std::vector<Row> rows;
-    for (SettingKey const& key : setting_keys()) {
+    for (Kit::Setting const& key : Kit::all_settings()) {
         rows.push_back({key.name, settings.value(key.name), &key});
     }
     for (std::string const& name : settings.keys()) {
-        if (find_setting_key(name) == nullptr)
+        if (Kit::find_setting(name) == nullptr)
             rows.push_back({name, settings.value(name), nullptr});
     }
     return rows;
@@ -51,7 +51,7 @@ Cells cells_of(Row const& row) {
     const std::string unit = row.key->unit;
     return {row.name,
             value,
-            std::to_string(row.key->without),
+            std::to_string(row.key->default_value),
             unit.empty() ? "-" : unit,
             row.key->reader,
             row.key->meaning};
@@ -85,7 +85,7 @@ std::string as_json(std::vector<Row> const& rows, std::string const& file) {
         object["understood"] = key != nullptr;
         if (key != nullptr) {
             const std::string unit = key->unit;
-            object["default"] = key->without;
+            object["default"] = key->default_value;
             object["unit"] = unit.empty() ? Json(nullptr) : Json(unit);
             object["of"] = key->reader;
             object["meaning"] = key->meaning;

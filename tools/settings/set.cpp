@@ -11,8 +11,8 @@
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
 #include "kit/base/usage_error.h"
+#include "kit/settings/table.h"
 #include "tools/settings/file_option.h"
-#include "tools/settings/keys.h"
 #include "tools/settings/settings.h"
 
 namespace Tools {
@@ -59,7 +59,7 @@ Assignment parse_assignment(std::string const& text) {
 }
 
 void check_sense(Assignment const& assignment) {
-    SettingKey const* const key = find_setting_key(assignment.name);
+    Kit::Setting const* const key = Kit::find_setting(assignment.name);
     if (key == nullptr) {
         throw Kit::InputError("nobody understands " + assignment.name +
                               "; --force sets it all the same");

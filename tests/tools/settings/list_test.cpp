@@ -3,11 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
-#include <set>
 
-#include "service/settings.h"
+#include "kit/settings/table.h"
 #include "tests/tools/settings/fixture.h"
-#include "tools/settings/keys.h"
 
 namespace {
 
@@ -15,7 +13,6 @@ using nlohmann::json;
 using test_support::Outcome;
 using test_support::read_file;
 using test_support::write_file;
-using testing::IsEmpty;
 using tools_test::kDefault;
 using tools_test::kFile;
 using tools_test::SettingsTest;
@@ -75,21 +72,9 @@ TEST_F(SettingsListTest, ASettingThatIsThereTwiceIsReported) {
               "3 counts\n");
 }
 
-TEST_F(SettingsListTest, TheKeysAreThoseThatTheServiceKnows) {
-    std::unordered_map<std::string, int> table;
-    for (auto const& key : Tools::setting_keys()) table[key.name] = key.without;
-    const Service::Settings settings("", table);
-    EXPECT_THAT(settings.unknown_keys(), IsEmpty());
-    std::set<std::string> recorded;
-    for (auto const& [key, value] : settings.recorder_entries()) recorded.insert(key);
-    EXPECT_EQ(recorded.size() + 2, Tools::setting_keys().size());
-}
-
-TEST_F(SettingsListTest, TheDefaultsOfTheHostAreItsOwn) {
-    EXPECT_EQ(Tools::find_setting_key(Service::kWatchdogTimeoutKey)->without,
-              Service::kDefaultWatchdogTimeout);
-    EXPECT_EQ(Tools::find_setting_key(Service::kTargetLimitKey)->without,
-              Service::kDefaultTargetLimit);
+TEST_F(SettingsListTest, EverySettingOfTheServiceIsListed) {
+    const json list = json::parse(run("", {"list", "--format", "json"}).out);
+    EXPECT_EQ(list["settings"].size(), Kit::all_settings().size());
 }
 
 TEST_F(SettingsGetTest, PrintsTheValueAndNothingElse) {

@@ -39,8 +39,9 @@ TEST_F(SettingsSetTest, ChangesTheValueAndNothingElse) {
 }
 
 TEST_F(SettingsSetTest, AZeroForAnAbsentSettingIsWritten) {
-    EXPECT_EQ(run("", {"set", "FileWriterFileTime=0"}).out, "FileWriterFileTime: not set -> 0\n");
-    EXPECT_EQ(Radar::Configuration(kFile).conf.at("FileWriterFileTime"), 0);
+    EXPECT_EQ(run("", {"set", "FileWriterMaxFileSize=0"}).out,
+              "FileWriterMaxFileSize: not set -> 0\n");
+    EXPECT_EQ(Radar::Configuration(kFile).conf.at("FileWriterMaxFileSize"), 0);
 }
 
 TEST_F(SettingsSetTest, AValueThatIsThereAlreadyTouchesNothing) {
