@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -9,8 +10,8 @@
 #include <vector>
 
 #include "petrel/logger.h"
+#include "service/log_counts.h"
 #include "service/log_repeats.h"
-#include "service/log_tap.h"
 
 namespace Service {
 
@@ -57,11 +58,13 @@ void log_held_back_messages() {
 
 /** Gets every message of this program and its libraries, notes it and passes it on. */
 void logger(int level, char const* format, ...) {
+    const int saved_errno = errno;  // a recorder asks for the reason after the library has logged
     va_list arguments;
     va_start(arguments, format);
     const std::string text = Service::formatted(format, arguments);
     va_end(arguments);
-    Service::LogTap::instance().note(level, text);
+    Service::LogCounts::instance().note(level, text);
     const std::lock_guard<std::mutex> lock(Service::repeats().mutex);
     Service::forward(Service::repeats().log.pass({level, text}, Service::LogRepeats::Clock::now()));
+    errno = saved_errno;
 }

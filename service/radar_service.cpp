@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <thread>
 
 #include "kit/base/errno_text.h"
 #include "kit/base/error.h"
@@ -24,6 +25,9 @@ constexpr std::chrono::milliseconds kOneRequest(1000);
 constexpr int kReaderWaitMilliseconds = 50;
 /** How long an input that can wait waits before it looks at the recorders again. */
 constexpr int kRecorderWaitMilliseconds = 2;
+constexpr std::chrono::milliseconds kRecorderLook(2);
+/** How long a recorder that hangs is waited for at the end. */
+constexpr std::chrono::seconds kRecorderPatience(20);
 constexpr long kReportSeconds = 5;
 /** The key of the one consumer of the frame buffer, the relay. */
 constexpr int kRelayKey = 0;
@@ -81,6 +85,7 @@ RadarService::RadarService(Options const& options, StopSignals& signals)
       report_timer_(&block_, "report"),
       alive_timer_(&block_, "alive"),
       watchdog_(&block_, settings_.value("WatchdogTimeout")) {
+    while (!recorders_.is_started()) std::this_thread::sleep_for(kRecorderLook);
     signals_.watch(block_);
     buffer_.set_fd(kRelayKey, duplicate(radar_socket_.internal()));
     relay_.relay_from(radar_socket_.external());
@@ -182,6 +187,9 @@ void RadarService::stop() {
     notifier_.stopping();
     signals_.let_next_one_kill(kOneRequest);
     recorders_.finish();
+    while (!recorders_.is_finished(Clock::now(), kRecorderPatience)) {
+        std::this_thread::sleep_for(kRecorderLook);
+    }
     relay_.stop(kStopGrace);
     Petrel::ilog(0) << "Stopped after " << frames_ << " frames with " << targets_ << " targets"
                     << std::endl;

@@ -6,7 +6,7 @@
 
 #include "log/ilog.h"
 #include "radar/radar_status_interface.h"
-#include "service/log_tap.h"
+#include "service/log_counts.h"
 #include "service/radar_service.h"
 #include "service/version.h"
 
@@ -69,7 +69,7 @@ void RadarService::register_status_items() {
                                       : std::string("none");
     });
     registry.set_radar_status_callback("recording", [this] {
-        const Kit::RecorderStatus objects = recorders_.status()["objects"];
+        const Kit::RecorderStatus objects = recorders_.status(Clock::now())["objects"];
         if (!objects.file.empty()) return objects.file;
         return std::string(objects.enabled ? "no file yet" : "off");
     });
@@ -102,13 +102,13 @@ Kit::Status RadarService::status() {
     status.targets_dropped = targets_dropped_;
     status.last_timestamp_us = last_timestamp_;
     status.stream = stream_status(relay_.counters(), sockets_.stream);
-    status.recorders = recorders_.status();
+    status.recorders = recorders_.status(Clock::now());
     status.watchdog = {settings_.value("WatchdogTimeout"), failures_.is_data_missing(),
                        expirations_};
     status.settings_file = settings_.file();
-    status.log_warnings = LogTap::instance().warnings();
-    status.log_errors = LogTap::instance().errors();
-    status.last_log = LogTap::instance().last();
+    status.log_warnings = LogCounts::instance().warnings();
+    status.log_errors = LogCounts::instance().errors();
+    status.last_log = LogCounts::instance().last();
     return status;
 }
 

@@ -1,20 +1,10 @@
 #include "service/recorders.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <ios>
-#include <thread>
+#include <utility>
 
-#include "kit/base/errno_text.h"
 #include "kit/base/error.h"
-#include "kit/settings/table.h"
 #include "log/ilog.h"
-#include "service/log_tap.h"
 
 namespace Service {
 
@@ -24,199 +14,166 @@ namespace {
 constexpr int kObjectsId = 0x2050;
 constexpr int kDiagnosticsId = 0x2051;
 
+constexpr char kCard[] = "/var/spool/storage/SD_DISK";
 constexpr char kDiagnosticsDirectory[] = "/tmp/radar-diagnostics";
 constexpr std::chrono::seconds kDiagnosticsInterval(1);
 
-/** The raw recorder begins like the library's own default. */
-constexpr long kRawFileTime = 10;
+constexpr std::array<char const*, 3> kNames = {"objects", "raw", "diagnostics"};
 
-/** How long no frame is stored before the rest of the queue is given up. */
-constexpr std::chrono::milliseconds kQueuePatience(500);
-constexpr std::chrono::milliseconds kQueueLook(5);
-/** The same when the recorder ends, and what is in the queue has no other chance. */
-constexpr std::chrono::milliseconds kLastPatience(2000);
-constexpr uint64_t kMostQueuedFrames = 8192;
-constexpr uint64_t kFramesBetweenLooks = 256;
-
-std::string directory_at(int location) {
-    return location == 1 ? "/var/spool/storage/SD_DISK" : "/tmp";
+Storage storage_of(Settings const& settings, char const* location) {
+    if (settings.value(location) != 1) return {"/tmp", false};
+    return {kCard, settings.value("StorageIsMount") == 1};
 }
 
-void make_directory(std::string const& directory) {
-    if (mkdir(directory.c_str(), 0777) == 0 || errno == EEXIST) return;
-    throw Kit::Error(directory + ": " + Kit::errno_text(errno));
+std::chrono::seconds seconds_of(Settings const& settings, char const* key) {
+    return std::chrono::seconds(settings.value(key));
 }
 
-/** Tries the directory out, since permissions alone do not tell of a read-only medium. */
-void check_writable(std::string const& directory) {
-    std::string trial = directory + "/.petrelradard-XXXXXX";
-    const Kit::FileDescriptor file(mkostemp(trial.data(), O_CLOEXEC));
-    if (file.valid()) {
-        unlink(trial.c_str());  // it was made this moment
-        return;
-    }
-    const int error = errno;
-    // What is full now can have room later: the recorder tries again with every frame.
-    if (error == ENOSPC || error == EDQUOT) {
-        Petrel::ilog(1) << directory << ": " << Kit::errno_text(error) << std::endl;
-        return;
-    }
-    throw Kit::Error(directory + ": cannot be written to: " + Kit::errno_text(error));
+uint64_t bytes_of(Settings const& settings, char const* key) {
+    return static_cast<uint64_t>(settings.value(key));
 }
 
 }  // namespace
 
-Recorders::Recorders(Settings const& settings) {
-    find_places(settings);
-    make_directory(kDiagnosticsDirectory);
-    std::vector<RecordingPlace> places;
-    for (Recorder& recorder : recorders_) {
-        if (!recorder.enabled) continue;
-        check_writable(recorder.place.directory);
-        recorder.watched = places.size();
-        places.push_back(recorder.place);
-        LogTap::instance().follow(recorder.place.path_start());
-    }
-    watch_ = std::make_unique<RecordingWatch>(std::move(places));
-    switch_on(settings);
+Recorders::Recorders(Settings const& settings)
+    : objects_format_(kObjectsId, "", 0, false, 0),
+      diagnostics_format_(kDiagnosticsId, "", 0, false, 0) {
+    start_objects(settings);
+    start_raw(settings);
+    start_diagnostics(settings);
 }
 
 Recorders::~Recorders() {
     finish();
 }
 
-void Recorders::find_places(Settings const& settings) {
-    const auto set = [&](Kind kind, char const* name, RecordingPlace place, char const* key) {
-        recorders_[kind].name = name;
-        recorders_[kind].place = std::move(place);
-        recorders_[kind].enabled = settings.value(key) == 1;
+void Recorders::start_objects(Settings const& settings) {
+    RecorderOptions options;
+    options.storage = storage_of(settings, "FileWriterLocation");
+    options.prefix = "radar";
+    options.file_time = seconds_of(settings, "FileWriterFileTime");
+    options.file_size = bytes_of(settings, "FileWriterMaxFileSize");
+    options.make_writer = [directory = options.storage.directory,
+                           count = settings.value("FileWriterMaxFileCount")] {
+        return make_object_writer(kObjectsId, directory, {count});
     };
-    const auto directory = [&](char const* key) { return directory_at(settings.value(key)); };
-    set(kObjects, "objects", {directory("FileWriterLocation"), "radar"}, "FileWriterEnabled");
-    set(kRaw, "raw", {directory("DataFileWriterLocation"), "raw"}, "DataFileWriterEnabled");
-    set(kDiagnostics, "diagnostics", {kDiagnosticsDirectory, "radar"},
-        "DiagnosticFileWriterEnabled");
+    off_[kNames[kObjects]].directory = options.storage.directory;
+    if (settings.value("FileWriterEnabled") == 1) start(kObjects, std::move(options), settings);
 }
 
-/** A recorder ignores the settings that are not its own, so each gets them all. */
-void Recorders::switch_on(Settings const& settings) {
-    objects_ = std::make_unique<Radar::ObjectFileWriterThread>(kObjectsId);
-    raw_ = std::make_unique<Radar::DataFileWriter>(recorders_[kRaw].place.directory, kRawFileTime,
-                                                   false, recorders_[kRaw].place.prefix, 0);
-    // It records from its construction on, so it is not made when it is to be off.
-    if (recorders_[kDiagnostics].enabled) {
-        diagnostics_ = std::make_unique<Radar::DiagnosticFileWriter>(kDiagnosticsId);
+void Recorders::start_raw(Settings const& settings) {
+    RecorderOptions options;
+    options.storage = storage_of(settings, "DataFileWriterLocation");
+    options.prefix = "raw";
+    options.file_time = seconds_of(settings, "DataFileWriterFileTime");
+    options.file_size = bytes_of(settings, "FileWriterMaxFileSize");
+    options.make_writer = [directory = options.storage.directory, prefix = options.prefix,
+                           count = settings.value("DataFileWriterMaxFileCount")] {
+        return make_data_writer(directory, prefix, {count});
+    };
+    off_[kNames[kRaw]].directory = options.storage.directory;
+    if (settings.value("DataFileWriterEnabled") == 1) start(kRaw, std::move(options), settings);
+}
+
+void Recorders::start_diagnostics(Settings const& settings) {
+    Kit::RecorderStatus& off = off_[kNames[kDiagnostics]];
+    off.directory = kDiagnosticsDirectory;
+    if (settings.value("DiagnosticFileWriterEnabled") != 1) return;
+    const std::string defect = make_private_directory(kDiagnosticsDirectory);
+    if (!defect.empty()) {
+        off.errors = 1;
+        off.last_error = defect + "; diagnostics are off";
+        Petrel::ilog(1) << off.last_error << std::endl;
+        return;
     }
-    const auto configure = [&](std::string const& key) {
-        const int value = settings.value(key);
-        objects_->configure(key, value);
-        raw_->configure(key, value);
-        if (diagnostics_) diagnostics_->configure(key, value);
+    RecorderOptions options;
+    options.storage = {kDiagnosticsDirectory, false};
+    options.prefix = "radar";
+    options.file_time = seconds_of(settings, "DiagnosticFileWriterFileTime");
+    options.file_size = bytes_of(settings, "DiagnosticFileWriterMaxFileSize");
+    options.make_writer = [count = settings.value("DiagnosticFileWriterMaxFileCount")] {
+        return make_diagnostic_writer(kDiagnosticsId, {count});
     };
-    const auto switches_on = [](std::string const& key) {
-        return key.find("Enabled") != std::string::npos;
-    };
-    // Switched on last, when they have the rest.
-    for (const bool last : {false, true}) {
-        for (Kit::Setting const& setting : Kit::all_settings()) {
-            if (switches_on(setting.name) == last) configure(setting.name);
+    start(kDiagnostics, std::move(options), settings);
+}
+
+void Recorders::start(Kind kind, RecorderOptions options, Settings const& settings) {
+    options.name = kNames[kind];
+    options.queue_frames = static_cast<size_t>(settings.value("RecorderQueueFrames"));
+    options.queue_bytes = static_cast<size_t>(settings.value("RecorderQueueBytes"));
+    recorders_[kind] = std::make_unique<Recorder>(std::move(options));
+    off_.erase(kNames[kind]);
+}
+
+bool Recorders::is_started() const {
+    bool all = true;
+    for (auto const& recorder : recorders_) {
+        if (!recorder) continue;
+        const auto trial = recorder->trial();
+        all = all && trial;
+        if (trial && trial->result == StorageTrial::Result::kRefused) {
+            throw Kit::Error(trial->reason);
         }
-    }
-}
-
-void Recorders::record(Radar::SocketBuffer const& frame, std::function<std::string()> const& raw,
-                       bool failure_active, Clock::time_point now) {
-    store(kObjects, [&] { objects_->write(frame); });
-    store(kRaw, [&] { raw_->write(raw()); });
-    if (!failure_active && now < next_diagnostics_) return;
-    next_diagnostics_ = now + kDiagnosticsInterval;
-    store(kDiagnostics, [&] { diagnostics_->write(frame); });
-}
-
-template <typename Store>
-void Recorders::store(Kind kind, Store const& store) {
-    Recorder& recorder = recorders_[kind];
-    if (!recorder.enabled || !objects_) return;
-    ++recorder.frames;
-    try {
-        store();
-    } catch (std::ios_base::failure const& failure) {
-        ++recorder.exceptions;
-        recorder.last_exception = recorder.place.directory + ": " + failure.what();
-        Petrel::ilog(1) << "Error writing frame counter in " << recorder.last_exception
-                        << std::endl;
-    }
-}
-
-std::map<std::string, Kit::RecorderStatus> Recorders::status() const {
-    std::map<std::string, Kit::RecorderStatus> all;
-    for (Recorder const& recorder : recorders_) {
-        const RecordedFiles recorded = files(recorder);
-        const LogTap::Problems problems = LogTap::instance().problems(recorder.place.path_start());
-        Kit::RecorderStatus& status = all[recorder.name];
-        status.enabled = recorder.enabled;
-        status.directory = recorder.place.directory;
-        status.file = recorded.current;
-        status.last_completed = recorded.last_completed;
-        status.frames = recorder.frames;
-        status.frames_written = recorded.frames;
-        status.files_completed = recorded.completed;
-        status.files_flushed = recorded.flushed;
-        status.flush_failures = recorded.flush_failures;
-        status.errors = problems.count + recorder.exceptions;
-        status.last_error = problems.last.empty() ? recorder.last_exception : problems.last;
     }
     return all;
 }
 
-RecordedFiles Recorders::files(Recorder const& recorder) const {
-    return recorder.enabled ? watch_->files(recorder.watched) : RecordedFiles();
-}
-
-/**
- * How many frames the writer thread has yet to store: those that were handed over less those that
- * the files count. What is not counted after some patience never will be, as on a full card.
- */
-void Recorders::look_at_queue(Clock::time_point now, Clock::duration patience) {
-    const uint64_t frames = recorders_[kObjects].frames;
-    const uint64_t counted = files(recorders_[kObjects]).frames;
-    const uint64_t uncounted = frames - std::min(frames, counted);
-    // Storage that was slow beyond patience may count them after all.
-    never_counted_ = std::min(never_counted_, uncounted);
-    queued_ = uncounted - never_counted_;
-    if (queued_ == 0 || counted != last_counted_ || last_progress_ == Clock::time_point()) {
-        last_progress_ = now;
+void Recorders::record(Radar::SocketBuffer const& frame, std::function<std::string()> const& raw,
+                       bool failure_active, Clock::time_point now) {
+    if (finishing_) return;
+    if (recorders_[kObjects]) recorders_[kObjects]->push(objects_format_.formatData(frame));
+    if (recorders_[kRaw]) recorders_[kRaw]->push(raw());
+    if (!failure_active && now < next_diagnostics_) return;
+    next_diagnostics_ = now + kDiagnosticsInterval;
+    if (recorders_[kDiagnostics]) {
+        recorders_[kDiagnostics]->push(diagnostics_format_.formatData(frame));
     }
-    last_counted_ = counted;
-    if (now - last_progress_ < patience) return;
-    never_counted_ += queued_;
-    queued_ = 0;
 }
 
-bool Recorders::is_behind(Clock::time_point now) {
-    if (!recorders_[kObjects].enabled) return false;
-    if (!behind_ && recorders_[kObjects].frames % kFramesBetweenLooks != 0) return false;
-    look_at_queue(now, kQueuePatience);
-    behind_ = queued_ > kMostQueuedFrames;
-    return behind_;
+bool Recorders::is_behind(Clock::time_point now) const {
+    return std::any_of(recorders_.begin(), recorders_.end(), [&](auto const& recorder) {
+        return recorder && recorder->should_wait(now);
+    });
+}
+
+std::map<std::string, Kit::RecorderStatus> Recorders::status(Clock::time_point now) const {
+    std::map<std::string, Kit::RecorderStatus> all = off_;
+    for (size_t i = 0; i < recorders_.size(); ++i) {
+        if (recorders_[i]) all[kNames[i]] = recorders_[i]->status(now);
+    }
+    return all;
+}
+
+std::vector<RecorderHealth> Recorders::health(Clock::time_point now) const {
+    std::vector<RecorderHealth> all;
+    for (auto const& recorder : recorders_) {
+        if (recorder) all.push_back(recorder->health(now));
+    }
+    return all;
 }
 
 void Recorders::finish() {
-    if (!objects_) return;
-    // The writer thread looks at its queue now and then; told to end, it may drop what has come
-    // since. So it is told when there is nothing left.
-    // Storage that hung may have come back: what was given up meanwhile gets another chance.
-    never_counted_ = 0;
-    last_progress_ = Clock::time_point();
-    while (recorders_[kObjects].enabled) {
-        look_at_queue(Clock::now(), kLastPatience);
-        if (queued_ == 0) break;
-        std::this_thread::sleep_for(kQueueLook);
+    finishing_ = true;
+    for (auto const& recorder : recorders_) {
+        if (recorder) recorder->finish();
     }
-    objects_.reset();
-    raw_.reset();
-    diagnostics_.reset();
-    watch_->stop();
+}
+
+bool Recorders::is_finished(Clock::time_point now, Clock::duration patience) const {
+    return std::all_of(recorders_.begin(), recorders_.end(), [&](auto const& recorder) {
+        return !recorder || recorder->is_finished() || recorder->stuck_for(now) > patience;
+    });
+}
+
+std::pair<std::string, Recorders::Clock::duration> Recorders::most_stuck(
+    Clock::time_point now) const {
+    std::pair<std::string, Clock::duration> most = {"", Clock::duration::zero()};
+    for (size_t i = 0; i < recorders_.size(); ++i) {
+        if (!recorders_[i]) continue;
+        const auto stuck = recorders_[i]->stuck_for(now);
+        if (stuck > most.second) most = {kNames[i], stuck};
+    }
+    return most;
 }
 
 }  // namespace Service

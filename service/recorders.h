@@ -7,41 +7,44 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "filewriter/data_file_writer.h"
-#include "filewriter/diagnostic_file_writer.h"
-#include "filewriter/object_file_writer_thread.h"
+#include "filewriter/object_file_writer.h"
 #include "kit/status/document.h"
-#include "radar_objects/radar_objects.pb.h"
-#include "service/failure_monitor.h"
-#include "service/recording_watch.h"
+#include "service/recorder.h"
 #include "service/settings.h"
 #include "socket/socket_buffer.h"
 
 namespace Service {
 
 /**
- * The recorders of the service: frames of targets, raw register blocks, and diagnostics. Takes
- * their settings once, records every frame, and completes every file at the end. What a recorder
- * cannot store is logged and counted, and the service goes on without it.
+ * The recorders of the service: frames of targets, raw register blocks, and diagnostics, each on a
+ * thread of its own, so that a card that hangs holds up neither the frames nor the diagnostics in
+ * "/tmp". Records every frame, and completes every file at the end.
  *
- * Owns the recorders and the watch over their directories. To be used from one thread.
+ * No call waits for storage, but those that say so. To be used from one thread.
  */
 class Recorders {
 public:
     using Clock = std::chrono::steady_clock;
 
     /**
-     * Makes sure that every recorder that is on can write, and switches it on.
-     *
-     * @throws Kit::Error with the directory and the reason when one cannot; then no file was
-     *         begun.
+     * Starts the recorders that are on, which try their storage. When the directory of diagnostics
+     * is not this user's alone, that is logged, and diagnostics are off.
      */
     explicit Recorders(Settings const& settings);
-    /** finish(). */
+    /** finish(), and waits for all that does not hang. */
     ~Recorders();
     Recorders(Recorders const&) = delete;
     Recorders& operator=(Recorders const&) = delete;
+
+    /**
+     * Whether every recorder that is on has tried its storage.
+     *
+     * @throws Kit::Error with the directory and the reason when one cannot be written to; then
+     *         no file was begun.
+     */
+    bool is_started() const;
 
     /**
      * Records one frame, with its timestamp set. Diagnostics get one frame a second, and every
@@ -53,53 +56,42 @@ public:
     void record(Radar::SocketBuffer const& frame, std::function<std::string()> const& raw,
                 bool failure_active, Clock::time_point now);
 
-    /**
-     * Whether so many frames are queued for the file of objects that an input that can wait should.
-     * The queue itself has no limit, and other inputs do not wait.
-     */
-    bool is_behind(Clock::time_point now);
+    /** Whether so many frames are queued that an input that can wait should. */
+    bool is_behind(Clock::time_point now) const;
 
     /** What each recorder is doing, by its name. */
-    std::map<std::string, Kit::RecorderStatus> status() const;
+    std::map<std::string, Kit::RecorderStatus> status(Clock::time_point now) const;
 
-    /** Stores what is queued, completes every file and flushes it. Records nothing from then on. */
+    /** How each recorder that is on is doing. */
+    std::vector<RecorderHealth> health(Clock::time_point now) const;
+
+    /** Has every recorder store what is queued and complete its file. Records nothing from then on.
+     */
     void finish();
+
+    /** Whether that is done, but for recorders that have hung for `patience` and are given up. */
+    bool is_finished(Clock::time_point now, Clock::duration patience) const;
+
+    /** The recorder that has been in one call of the system longest, and for how long. */
+    std::pair<std::string, Clock::duration> most_stuck(Clock::time_point now) const;
 
 private:
     enum Kind { kObjects, kRaw, kDiagnostics, kKinds };
 
-    struct Recorder {
-        char const* name = "";
-        RecordingPlace place;
-        bool enabled = false;
-        /** Its number in the watch, which has the recorders that are on. */
-        size_t watched = 0;
-        uint64_t frames = 0;
-        uint64_t exceptions = 0;
-        std::string last_exception;
-    };
+    void start_objects(Settings const& settings);
+    void start_raw(Settings const& settings);
+    void start_diagnostics(Settings const& settings);
+    void start(Kind kind, RecorderOptions options, Settings const& settings);
 
-    void find_places(Settings const& settings);
-    void switch_on(Settings const& settings);
-    template <typename Store>
-    void store(Kind kind, Store const& store);
-    RecordedFiles files(Recorder const& recorder) const;
-    void look_at_queue(Clock::time_point now, Clock::duration patience);
-
-    std::array<Recorder, kKinds> recorders_;
-    std::unique_ptr<RecordingWatch> watch_;
-    std::unique_ptr<Radar::ObjectFileWriterThread> objects_;
-    std::unique_ptr<Radar::DataFileWriter> raw_;
-    std::unique_ptr<Radar::DiagnosticFileWriter> diagnostics_;
+    /** Those that are on. */
+    std::array<std::unique_ptr<Recorder>, kKinds> recorders_;
+    /** What those that are off have to say. */
+    std::map<std::string, Kit::RecorderStatus> off_;
+    /** Give records their form and write nothing. */
+    Radar::ObjectFileWriter objects_format_;
+    Radar::ObjectFileWriter diagnostics_format_;
     Clock::time_point next_diagnostics_{};
-
-    /** The frames of objects that no file counts yet, at the last look, and without those that none
-     * ever will. */
-    uint64_t queued_ = 0;
-    uint64_t never_counted_ = 0;
-    uint64_t last_counted_ = 0;
-    Clock::time_point last_progress_{};
-    bool behind_ = false;
+    bool finishing_ = false;
 };
 
 }  // namespace Service

@@ -15,6 +15,10 @@ constexpr char kFileTime[] = "how old a file grows before the next begins";
 constexpr char kFileSize[] = "how large a file grows before the next begins; 0 is no limit";
 constexpr char kFileCount[] = "how many completed files are kept; below 1 all of them";
 
+constexpr char kIsMount[] = "1 records to the SD card only while it is mounted";
+constexpr char kQueueFrames[] = "how many frames wait for slow storage, for each recorder";
+constexpr char kQueueBytes[] = "how many bytes of frames wait for slow storage, for each recorder";
+
 constexpr auto kRefused = Setting::Outside::kRefused;
 constexpr auto kWarned = Setting::Outside::kWarned;
 
@@ -38,6 +42,11 @@ std::vector<Setting> const& all_settings() {
          kRefused, false},
         {"DiagnosticFileWriterMaxFileCount", "diagnostics", "files", kFileCount, 4, -1, kAny,
          kWarned, false},
+        {"StorageIsMount", "objects, raw", "", kIsMount, 1, 0, 1, kRefused, false},
+        {"RecorderQueueFrames", "objects, raw, diagnostics", "frames", kQueueFrames, 900, 1, 100000,
+         kRefused, false},
+        {"RecorderQueueBytes", "objects, raw, diagnostics", "bytes", kQueueBytes, 4194304, 65536,
+         1073741824, kRefused, false},
         {"WatchdogTimeout", "host", "s", "how long no frame may come before that is a failure", 2,
          1, 86400, kRefused, false},
         {"TargetLimit", "host", "targets", "how many targets a frame may hold", 128, 1, 65536,

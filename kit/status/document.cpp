@@ -19,11 +19,18 @@ Json to_json(RecorderStatus const& recorder) {
             {"last_completed", text_or_null(recorder.last_completed)},
             {"frames", std::to_string(recorder.frames)},
             {"frames_written", std::to_string(recorder.frames_written)},
+            {"queued", std::to_string(recorder.queued)},
+            {"frames_dropped", std::to_string(recorder.frames_dropped)},
+            {"frames_failed", std::to_string(recorder.frames_failed)},
             {"files_completed", std::to_string(recorder.files_completed)},
             {"files_flushed", std::to_string(recorder.files_flushed)},
             {"flush_failures", std::to_string(recorder.flush_failures)},
             {"errors", std::to_string(recorder.errors)},
-            {"last_error", text_or_null(recorder.last_error)}};
+            {"last_error", text_or_null(recorder.last_error)},
+            {"storage", text_or_null(recorder.storage)},
+            {"last_failed_us", recorder.last_failed_us != 0
+                                   ? Json(std::to_string(recorder.last_failed_us))
+                                   : Json(nullptr)}};
 }
 
 Json to_json(FailureStatus const& failure) {

@@ -15,15 +15,26 @@ struct RecorderStatus {
     std::string file;
     /** The file completed last in this run; empty before the first. */
     std::string last_completed;
-    /** Frames passed to the recorder, and those that its files have counted. */
+    /** Frames that the recorder has got: at any moment those that follow, and no other. */
     uint64_t frames = 0;
+    /** In its files. */
     uint64_t frames_written = 0;
+    /** In its queue, the one that is being stored included. */
+    uint64_t queued = 0;
+    /** Dropped because the queue was full. */
+    uint64_t frames_dropped = 0;
+    /** Lost with a file that was deleted, or with storage that failed to the end. */
+    uint64_t frames_failed = 0;
     uint64_t files_completed = 0;
     /** Completed files that were flushed again after their rename, and those that could not be. */
     uint64_t files_flushed = 0;
     uint64_t flush_failures = 0;
     uint64_t errors = 0;
     std::string last_error;
+    /** What is wrong with its storage now, in one line; empty when nothing is. */
+    std::string storage;
+    /** When storage failed last, in us since 1970; 0 when it never did. */
+    uint64_t last_failed_us = 0;
 };
 
 /** One failure reason. */

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -25,8 +26,43 @@ using Table = std::unordered_map<std::string, int>;
 /** The recorders, with frames to record. */
 class RecordersTest : public test_support::PrivatePathsTest {
 protected:
-    void start(Table const& table = {}) {
+    /** Starts the recorders and waits until they have tried their storage. */
+    void start(Table table = {}) {
+        table.emplace("StorageIsMount", 0);
         recorders_ = std::make_unique<Service::Recorders>(Service::Settings("test", table));
+        while (!recorders_->is_started()) pause();
+    }
+
+    static void pause() { std::this_thread::sleep_for(std::chrono::milliseconds(1)); }
+
+    /** Waits until a condition holds of a recorder's status. Returns whether it came to hold. */
+    template <typename Condition>
+    bool await(std::string const& name, Condition condition) {
+        const auto deadline = Clock::now() + std::chrono::seconds(30);
+        while (!condition(status(name))) {
+            if (Clock::now() > deadline) return false;
+            pause();
+        }
+        return true;
+    }
+
+    Kit::RecorderStatus status(std::string const& name) const {
+        return recorders_->status(Clock::now())[name];
+    }
+
+    /** Has everything stored and completed. */
+    void finish() {
+        recorders_->finish();
+        while (!recorders_->is_finished(Clock::now(), std::chrono::seconds(60))) pause();
+    }
+
+    /** That every frame is accounted for. */
+    void expect_sums() const {
+        for (auto const& [name, status] : recorders_->status(Clock::now())) {
+            EXPECT_EQ(status.frames, status.frames_written + status.queued + status.frames_dropped +
+                                         status.frames_failed)
+                << name;
+        }
     }
 
     std::string refusal(Table const& table = {}) {
@@ -56,7 +92,9 @@ protected:
         return timestamps(recorded_frames(directory, recordings_in(directory, "radar")));
     }
 
-    Service::Recorders::Clock::time_point start_ = Service::Recorders::Clock::now();
+    using Clock = Service::Recorders::Clock;
+
+    Clock::time_point start_ = Clock::now();
     Radar::SocketBuffer buffer_{8};
     std::string raw_record_ = "raw";
     int raw_records_ = 0;

@@ -54,9 +54,14 @@ TEST(StatusDocumentTest, EveryFieldIsThere) {
 /recorders/raw/files_flushed
 /recorders/raw/flush_failures
 /recorders/raw/frames
+/recorders/raw/frames_dropped
+/recorders/raw/frames_failed
 /recorders/raw/frames_written
 /recorders/raw/last_completed
 /recorders/raw/last_error
+/recorders/raw/last_failed_us
+/recorders/raw/queued
+/recorders/raw/storage
 /settings/file
 /state
 /stream/bytes

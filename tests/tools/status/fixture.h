@@ -27,12 +27,25 @@ inline Kit::Status healthy() {
     status.pid = 4711;
     status.state = "running";
     status.uptime_us = 93784000000;  // 1 d 2 h 3 min 4 s
-    status.input = {"scene:1", "scene", 0, ""};
-    status.failures = {{0, "No data", false}, {1, "Interference", false}, {2, "Saturation", false}};
+    status.input.name = "scene:1";
+    status.input.kind = "scene";
+    for (char const* const text : {"No data", "Interference", "Saturation"}) {
+        Kit::FailureStatus& failure = status.failures.emplace_back();
+        failure.reason = static_cast<int32_t>(status.failures.size()) - 1;
+        failure.text = text;
+    }
     status.frames = 100;
     status.targets = 300;
     status.stream = {"/tmp/targets.sock", 100, 9000, 2, 0, 0, {{1, 90, 0, 8100, 3}}};
-    status.recorders["objects"] = {true, "/tmp", "/tmp/radar_1", "", 100, 98, 1, 1, 0, 0, ""};
+    Kit::RecorderStatus& objects = status.recorders["objects"];
+    objects.enabled = true;
+    objects.directory = "/tmp";
+    objects.file = "/tmp/radar_1";
+    objects.frames = 100;
+    objects.frames_written = 98;
+    objects.queued = 2;
+    objects.files_completed = 1;
+    objects.files_flushed = 1;
     status.recorders["raw"] = {};
     status.watchdog = {2, false, 0};
     status.settings_file = "/etc/radar/radar.conf";

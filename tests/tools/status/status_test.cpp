@@ -111,7 +111,10 @@ Kit::Status recorder_with(uint64_t errors, uint64_t flush_failures) {
 
 Kit::Status unknown_failure() {
     Kit::Status status = healthy();
-    status.failures.push_back({77, "Meltdown", true});
+    Kit::FailureStatus& failure = status.failures.emplace_back();
+    failure.reason = 77;
+    failure.text = "Meltdown";
+    failure.active = true;
     return status;
 }
 
