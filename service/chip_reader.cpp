@@ -32,6 +32,7 @@ Input::Result ChipReader::next(RO::RadarObjects& frame, FrameConditions& conditi
     due_ = clock_() + kPollInterval;
     if (!chip_ && !open_again()) return Result::kNothing;
     const bool read = chip_->poll(frame);
+    count(chip_->counters());
     if (!read && !chip_->problem().empty()) return fail(chip_->problem());
     if (!problem_.empty()) {
         Petrel::ilog(0) << "The chip answers again" << std::endl;
@@ -47,7 +48,7 @@ bool ChipReader::open_again() {
     if (clock_() < open_at_) return false;
     try {
         chip_ = std::make_unique<ChipInput>(settings_);
-        dropped_ = 0;
+        last_ = ChipCounters();
         return true;
     } catch (std::exception const& failure) {
         fail(failure.what());
@@ -70,15 +71,30 @@ void ChipReader::take_events(FrameConditions& conditions) {
     const ChipEvents events = chip_->take_events();
     conditions.interfered = events.interference;
     conditions.saturated = events.saturation || events.cut;
-    if (!events.overflow) return;
-    const uint32_t dropped = chip_->counters().dropped;
-    Petrel::ilog(1) << "The chip has dropped " << dropped - dropped_
-                    << " frames that were not read in time" << std::endl;
-    dropped_ = dropped;
+}
+
+/** Counts on over a chip that was opened again. */
+void ChipReader::count(ChipCounters const& now) {
+    const uint32_t dropped = now.dropped - last_.dropped;
+    dropped_ += dropped;
+    torn_ += now.torn - last_.torn;
+    last_ = now;
+    if (dropped == 0) return;
+    Petrel::ilog(1) << "The chip has dropped " << dropped
+                    << " frames that were not read in time: have it report fewer targets, or fewer "
+                       "frames a second (--frame-rate)"
+                    << std::endl;
 }
 
 Kit::InputStatus ChipReader::status() const {
-    return {"chip", "chip", errors_, last_problem_};
+    Kit::InputStatus status;
+    status.name = "chip";
+    status.kind = "chip";
+    status.errors = errors_;
+    status.last_error = last_problem_;
+    status.frames_dropped = dropped_;
+    status.frames_torn = torn_;
+    return status;
 }
 
 }  // namespace Service

@@ -41,7 +41,11 @@ private:
     std::function<Clock::time_point()> clock_;
     ChipSettings settings_;
     std::unique_ptr<ChipInput> chip_;
-    uint32_t dropped_ = 0;
+    void count(ChipCounters const& now);
+
+    ChipCounters last_;
+    uint64_t dropped_ = 0;
+    uint64_t torn_ = 0;
     uint64_t errors_ = 0;
     std::string problem_;
     std::string last_problem_;

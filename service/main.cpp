@@ -1,7 +1,8 @@
-#include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -18,26 +19,39 @@ constexpr int kUsage = 2;
 
 /** Says what is wrong, in one line whatever the names in it hold. */
 int complain(std::exception const& problem, char const* hint, int status) {
-    std::string line = problem.what();
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::cerr << "petrelradard: " << line << hint << std::endl;
+    Service::write_error_line("petrelradard: " + std::string(problem.what()) + hint);
+    return status;
+}
+
+/** Runs the service to its end. A thread that hangs does not keep the process. */
+int run(std::unique_ptr<Service::RadarService> service) {
+    int status = 0;
+    service->do_now_and_then(Service::log_due_repeats);
+    try {
+        service->run();
+        Service::log_held_back_messages();
+    } catch (std::exception const& error) {
+        Service::log_held_back_messages();
+        status = complain(error, "", kFailed);
+    }
+    const bool has_left_threads = service->has_left_threads();
+    service.reset();
+    if (has_left_threads) std::_Exit(status);
     return status;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    // A consumer that has gone is a failed write and nothing more.
+    // A consumer that has gone, and a file at its size limit, are failed writes and nothing more.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         const std::optional<Service::Options> options =
             Service::parse_options(argc, argv, std::cout);
         if (!options) return 0;
         Service::StopSignals signals;
-        Service::RadarService service(*options, signals);
-        service.run();
-        Service::log_held_back_messages();
-        return 0;
+        return run(std::make_unique<Service::RadarService>(*options, signals));
     } catch (Kit::UsageError const& error) {
         return complain(error, " (see --help)", kUsage);
     } catch (std::exception const& error) {

@@ -8,8 +8,8 @@ namespace Service {
 
 /**
  * Tells the service manager how the service is doing, when it was started by one ($NOTIFY_SOCKET);
- * otherwise does nothing. A manager that cannot be reached is logged once at level 1. One thread at
- * a time.
+ * otherwise does nothing. Waits for nobody: what a manager that does not read has no room for is
+ * lost. A manager that cannot be reached is logged once at level 1. One thread at a time.
  */
 class Notifier {
 public:
@@ -23,7 +23,7 @@ public:
     void alive();
 
     /** The service is ending. */
-    void stopping();
+    void stopping(std::string const& status);
 
     /** Half of the time after which the manager gives the service up; none when it does not. */
     static std::optional<std::chrono::microseconds> alive_interval();

@@ -1,15 +1,20 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include "kit/status/document.h"
 #include "kit/stream/relay.h"
 #include "petrel/block.h"
 #include "service/command_line.h"
 #include "service/failure_monitor.h"
-#include "service/input.h"
+#include "service/input_thread.h"
 #include "service/notifier.h"
 #include "service/recorders.h"
 #include "service/settings.h"
@@ -24,21 +29,23 @@
 namespace Service {
 
 /**
- * The radar service: one block whose cycle takes frames from the input, records them and sends them
- * to the consumers, watches over the input and answers for the status.
+ * The radar service: one block whose cycle takes frames from the input's thread, passes them to the
+ * recorders' threads and to the consumers, watches the input and answers for the status. The cycle
+ * waits for nothing but its own events: whatever a bus, a disk, a consumer or a reader of the log
+ * does, status, signals and the service manager are served.
  *
- * Owns everything that it works with; the input, the files and the sockets are there from
- * construction to destruction. One object in a process, since its status items are the process's;
- * to be used from the thread that made it.
+ * Owns everything that it works with; the sockets exist from construction to destruction. One
+ * object in a process, since its status items are the process's; to be used from the thread that
+ * made it.
  */
 class RadarService {
 public:
     /**
-     * Starts up: reads the settings, opens the input, listens for consumers and status readers, and
-     * switches the recorders on. `signals` must outlive this object.
+     * Reads the settings, listens for consumers and status readers, and has the input opened and
+     * the recorders' storage tried. `signals` must outlive this object.
      *
-     * @throws Kit::InputError with the object and the reason when any of this fails; what exists
-     *         on the disk is as it was then.
+     * @throws Kit::Error with the object and the reason when the settings or a socket cannot be
+     *         used; what exists on the disk is as it was then.
      */
     RadarService(Options const& options, StopSignals& signals);
     ~RadarService();
@@ -47,11 +54,19 @@ public:
 
     /**
      * Runs until a stop signal or the end of the input, then completes every file and lets the
-     * consumers have what is queued for them.
+     * consumers have what is queued for them. What hangs then is given up after a while.
      *
-     * @throws Kit::InputError when the input is damaged, after ending in the same way.
+     * @throws Kit::Error when the input cannot be opened or is damaged, when a recorder's
+     *         storage is refused at start, and when frames could not be recorded since storage hung
+     *         at the end; after ending in the same way.
      */
     void run();
+
+    /** Has `work` done twice a second while the service runs; it must not wait. */
+    void do_now_and_then(std::function<void()> work) { now_and_then_ = std::move(work); }
+
+    /** Whether a thread hangs and was given up: then the process ends without its destructors. */
+    bool has_left_threads() const { return left_threads_; }
 
     /** What the service tells about itself. */
     Kit::Status status();
@@ -59,41 +74,59 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    bool run_cycle();
+    enum class Phase { kStarting, kRunning, kStopping };
+
+    void run_cycle();
     void wait();
-    bool take_due_frame();
-    void fill_buffer();
-    void publish(FrameConditions conditions);
-    void look_after_input();
+    bool is_held() const;
+    void go_on();
+    void start_when_ready();
+    void take_frame();
+    void fill_buffer(RO::RadarObjects const& frame);
+    void publish(InputFrame const& next);
+    void check_input();
+    void check_recording();
     void report();
-    void stop();
+    void begin_stop();
+    void go_on_stopping();
+    void fail(std::exception_ptr failure);
     void register_status_items();
     static void remove_status_items();
     std::string status_text() const;
+    std::string stuck_text() const;
 
     Clock::time_point started_ = Clock::now();
     Petrel::Block block_{"petrelradard"};
     StopSignals& signals_;
     Settings settings_;
-    std::unique_ptr<Input> input_;
     SocketPaths sockets_;
     Kit::Relay relay_;
     StatusServer status_server_;
     Recorders recorders_;
+    InputThread input_;
+    Petrel::FDPort* input_port_;
     Radar::RadarSocket radar_socket_;
     int target_limit_;
     Radar::SocketBuffer buffer_;
     FailureMonitor failures_;
     Notifier notifier_;
 
-    Radar::Timeout frame_timer_;
     Radar::Timeout report_timer_;
     Radar::Timeout alive_timer_;
+    Radar::Timeout check_timer_;
     Radar::Watchdog watchdog_;
-    bool frame_is_due_ = false;
 
-    RO::RadarObjects frame_;
-    bool stopping_ = false;
+    Phase phase_ = Phase::kStarting;
+    bool has_ended_ = false;
+    bool left_threads_ = false;
+    bool recorders_finish_ = false;
+    /** Whether the service was refused at its start: then no frame is passed on. */
+    bool is_refused_ = false;
+    std::exception_ptr failure_;
+    std::function<void()> now_and_then_;
+    /** Gives the consumers their time at the end. */
+    std::thread relay_stop_;
+    std::atomic<bool> relay_has_stopped_{false};
     uint64_t frames_ = 0;
     uint64_t targets_ = 0;
     uint64_t targets_dropped_ = 0;

@@ -1,6 +1,6 @@
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <chrono>
 #include <exception>
 
@@ -13,20 +13,6 @@
 namespace Service {
 
 namespace {
-
-Kit::FailureStatus failure_status(Radar::Failure const& failures,
-                                  Radar::Failure::radar_failure reason) {
-    return {static_cast<int32_t>(failures.reason(reason)), failures.str(reason),
-            failures.state(reason)};
-}
-
-std::vector<Kit::FailureStatus> all_failures(Radar::Failure const& failures) {
-    std::vector<Kit::FailureStatus> all;
-    for (auto const& entry : failures) all.push_back(failure_status(failures, entry.first));
-    std::sort(all.begin(), all.end(),
-              [](auto const& left, auto const& right) { return left.reason < right.reason; });
-    return all;
-}
 
 Kit::StreamStatus stream_status(Kit::RelayCounters const& counters, std::string const& socket) {
     Kit::StreamStatus status;
@@ -54,6 +40,7 @@ std::map<std::string, std::string> status_items() {
     }
 }
 
+constexpr std::array<char const*, 3> kStates = {"starting", "running", "stopping"};
 constexpr char const* kItems[] = {"input", "failure", "recording", "watchdog"};
 
 }  // namespace
@@ -62,11 +49,10 @@ constexpr char const* kItems[] = {"input", "failure", "recording", "watchdog"};
 void RadarService::register_status_items() {
     auto& registry = *Radar::RadarStatusInterface::instance;
     registry.set_radar_status_callback("input", [this] {
-        return input_->status().name + ", " + std::to_string(frames_) + " frames";
+        return input_.status().name + ", " + std::to_string(frames_) + " frames";
     });
     registry.set_radar_status_callback("failure", [this] {
-        return failures_.any_active() ? failures_.failures().str(Radar::Failure::current_failure)
-                                      : std::string("none");
+        return failures_.any_active() ? failures_.current().text : std::string("none");
     });
     registry.set_radar_status_callback("recording", [this] {
         const Kit::RecorderStatus objects = recorders_.status(Clock::now())["objects"];
@@ -86,17 +72,18 @@ void RadarService::remove_status_items() {
 }
 
 Kit::Status RadarService::status() {
+    check_recording();
     Kit::Status status;
     status.version = kVersion;
     status.pid = getpid();
-    status.state = stopping_ ? "stopping" : "running";
+    status.state = kStates[static_cast<size_t>(phase_)];
     status.uptime_us = static_cast<uint64_t>(
         std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - started_).count());
-    status.input = input_->status();
+    status.input = input_.status();
     status.items = status_items();
     status.failure_flag = failures_.flag();
-    status.current_failure = failure_status(failures_.failures(), Radar::Failure::current_failure);
-    status.failures = all_failures(failures_.failures());
+    status.current_failure = failures_.current();
+    status.failures = failures_.all();
     status.frames = frames_;
     status.targets = targets_;
     status.targets_dropped = targets_dropped_;

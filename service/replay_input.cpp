@@ -84,7 +84,10 @@ bool ReplayInput::read_frame() {
 }
 
 Kit::InputStatus ReplayInput::status() const {
-    return {name_, is_scene_ ? "scene" : "replay", 0, ""};
+    Kit::InputStatus status;
+    status.name = name_;
+    status.kind = is_scene_ ? "scene" : "replay";
+    return status;
 }
 
 }  // namespace Service

@@ -34,7 +34,12 @@ Json to_json(RecorderStatus const& recorder) {
 }
 
 Json to_json(FailureStatus const& failure) {
-    return {{"reason", failure.reason}, {"text", failure.text}, {"active", failure.active}};
+    return {{"reason", failure.reason},
+            {"text", failure.text},
+            {"active", failure.active},
+            {"meaning", text_or_null(failure.meaning)},
+            {"remedy", text_or_null(failure.remedy)},
+            {"detail", text_or_null(failure.detail)}};
 }
 
 Json to_json(ClientStatus const& client) {
@@ -63,10 +68,16 @@ Json to_json(StreamStatus const& stream) {
 }
 
 Json to_json(InputStatus const& input) {
-    return {{"name", input.name},
-            {"kind", input.kind},
-            {"errors", std::to_string(input.errors)},
-            {"last_error", text_or_null(input.last_error)}};
+    return {
+        {"name", input.name},
+        {"kind", input.kind},
+        {"frames", std::to_string(input.frames_read + input.frames_dropped + input.frames_torn)},
+        {"frames_read", std::to_string(input.frames_read)},
+        {"frames_dropped", std::to_string(input.frames_dropped)},
+        {"frames_torn", std::to_string(input.frames_torn)},
+        {"queued", std::to_string(input.queued)},
+        {"errors", std::to_string(input.errors)},
+        {"last_error", text_or_null(input.last_error)}};
 }
 
 Json to_json(WatchdogStatus const& watchdog) {

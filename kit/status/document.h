@@ -42,6 +42,10 @@ struct FailureStatus {
     int32_t reason = 0;
     std::string text;
     bool active = false;
+    /** What it means, what to do about it, and, where it is active, what exactly is the case. */
+    std::string meaning;
+    std::string remedy;
+    std::string detail;
 };
 
 /** One consumer of the target stream. */
@@ -72,6 +76,12 @@ struct InputStatus {
     std::string kind;
     uint64_t errors = 0;
     std::string last_error;
+    /** Frames that were read, those of them that wait to be recorded and sent, and those that were
+     * not read: dropped by the chip, or not whole. */
+    uint64_t frames_read = 0;
+    uint64_t queued = 0;
+    uint64_t frames_dropped = 0;
+    uint64_t frames_torn = 0;
 };
 
 /** The watchdog over the input. */
@@ -86,7 +96,7 @@ struct WatchdogStatus {
 struct Status {
     std::string version;
     int64_t pid = 0;
-    /** "running" or "stopping". */
+    /** "starting", "running" or "stopping". */
     std::string state;
     uint64_t uptime_us = 0;
     InputStatus input;

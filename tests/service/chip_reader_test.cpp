@@ -98,7 +98,30 @@ TEST_F(ChipReaderTest, FramesThatTheChipHasDroppedAreLogged) {
     next();
     EXPECT_THAT(
         test_support::captured_log(),
-        ElementsAre(LogLine{1, "The chip has dropped 3 frames that were not read in time\n"}));
+        ElementsAre(LogLine{1,
+                            "The chip has dropped 3 frames that were not read in time: have it "
+                            "report fewer targets, or fewer frames a second (--frame-rate)\n"}));
+}
+
+TEST_F(ChipReaderTest, FramesThatTheChipHasDroppedAreCounted) {
+    for (uint64_t i = 0; i < 7; ++i) measure(i);
+    uint64_t read = 0;
+    while (next() == Input::Result::kFrame) ++read;
+    EXPECT_EQ(reader_->status().frames_dropped, 3U);
+    EXPECT_EQ(read + reader_->status().frames_dropped + reader_->status().frames_torn, 7U);
+}
+
+TEST_F(ChipReaderTest, CountsGoOnOverAChipThatWasOpenedAgain) {
+    for (uint64_t i = 0; i < 7; ++i) measure(i);
+    next();
+    there_ = false;
+    next();
+    there_ = true;
+    now_ += std::chrono::seconds(2);
+    next();
+    for (uint64_t i = 0; i < 7; ++i) measure(i);
+    next();
+    EXPECT_EQ(reader_->status().frames_dropped, 6U);
 }
 
 TEST_F(ChipReaderTest, ADeviceThatHasGoneIsASilentInput) {

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <csignal>
 
 #include "tests/service/host_fixture.h"
@@ -32,6 +34,58 @@ TEST_F(HostChipTest, FramesGoFromTheChipIntoTheRecording) {
     if (IsSkipped()) return;
     EXPECT_EQ(host_->wait(), 0) << host_->errors();
     EXPECT_EQ(test_support::texts(recorded()), test_support::texts(frames));
+}
+
+TEST_F(HostChipTest, EveryFrameOfTheChipIsReadOrCountedAsDropped) {
+    start_chip("scene");
+    if (IsSkipped()) return;
+    const auto status = host_->await_status(
+        [](auto const& document) { return number(document["counters"]["frames"]) > 20; });
+    auto const& input = status["input"];
+    EXPECT_EQ(number(input["frames"]), number(input["frames_read"]) +
+                                           number(input["frames_dropped"]) +
+                                           number(input["frames_torn"]));
+    EXPECT_EQ(number(input["frames_read"]),
+              number(status["counters"]["frames"]) + number(input["queued"]));
+    EXPECT_EQ(status["recorders"]["objects"]["frames"], status["counters"]["frames"]);
+}
+
+/** A chip that is stopped in the middle of its work: a transfer on the bus hangs. */
+class HostHungChipTest : public HostChipTest {
+protected:
+    void TearDown() override {
+        if (host_) host_->signal(SIGCONT);
+        HostChipTest::TearDown();
+    }
+
+    /** Returns the process of the service, which is not that of the chip. */
+    pid_t hang() {
+        start_chip("scene");
+        if (IsSkipped()) return -1;
+        const auto status = host_->await_status(
+            [](auto const& document) { return number(document["counters"]["frames"]) > 5; });
+        host_->signal(SIGSTOP);
+        return static_cast<pid_t>(number(status["pid"]));
+    }
+};
+
+TEST_F(HostHungChipTest, StatusAndMissingDataAreToldAllTheSame) {
+    if (hang() < 0) return;
+    host_->await_status([](auto const& status) { return status["watchdog"]["expired"] == true; });
+}
+
+TEST_F(HostHungChipTest, ASignalEndsTheServiceWithinTwoSeconds) {
+    const pid_t service = hang();
+    if (service < 0) return;
+    host_->await_status([](auto const& status) { return status["watchdog"]["expired"] == true; });
+    const auto begin = std::chrono::steady_clock::now();
+    kill(service, SIGTERM);
+    // The socket is removed by a service that ends well.
+    while (access(host_->status_socket().c_str(), F_OK) == 0 &&
+           std::chrono::steady_clock::now() - begin < service_test::kPatience) {
+        service_test::pause_shortly();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
 }
 
 TEST_F(HostChipTest, TheProgramRunsUntilItIsStopped) {

@@ -103,7 +103,7 @@ TEST_F(HostStatusTest, AtFirstNothingHasFailed) {
     const json failure = host_->status()["failure"];
     EXPECT_EQ(failure["flag"], false);
     EXPECT_EQ(failure["current"]["active"], false);
-    EXPECT_EQ(failure["reasons"].size(), 3U);
+    EXPECT_EQ(failure["reasons"].size(), 5U);
 }
 
 TEST_F(HostStatusTest, MissingDataIsAFailure) {

@@ -18,58 +18,76 @@ protected:
 };
 
 TEST_F(LogRepeatsTest, ANewMessagePassesAsItIs) {
-    EXPECT_THAT(pass("full\n"), ElementsAre(LogMessage{1, "full\n"}));
+    EXPECT_THAT(pass("full"), ElementsAre(LogMessage{1, "full"}));
 }
 
 TEST_F(LogRepeatsTest, ARepeatIsHeldBack) {
-    pass("full\n");
-    EXPECT_THAT(pass("full\n"), IsEmpty());
+    pass("full");
+    EXPECT_THAT(pass("full"), IsEmpty());
 }
 
 TEST_F(LogRepeatsTest, ADifferentMessagePasses) {
-    pass("full\n");
-    EXPECT_THAT(pass("broken\n"), ElementsAre(LogMessage{1, "broken\n"}));
+    pass("full");
+    EXPECT_THAT(pass("broken"), ElementsAre(LogMessage{1, "broken"}));
 }
 
 TEST_F(LogRepeatsTest, RepeatsBetweenOtherMessagesAreHeldBackToo) {
-    pass("full\n");
-    pass("broken\n");
-    EXPECT_THAT(pass("full\n"), IsEmpty());
+    pass("full");
+    pass("broken");
+    EXPECT_THAT(pass("full"), IsEmpty());
 }
 
 TEST_F(LogRepeatsTest, AfterTheIntervalTheNumberOfRepeatsIsToldFirst) {
-    for (int i = 0; i < 4; ++i) pass("full\n");
+    for (int i = 0; i < 4; ++i) pass("full");
     now_ += LogRepeats::kInterval;
-    EXPECT_THAT(pass("full\n"),
-                ElementsAre(LogMessage{1, "3 more times: full\n"}, LogMessage{1, "full\n"}));
+    EXPECT_THAT(pass("full"), ElementsAre(LogMessage{1, "3 more times: full"}));
 }
 
 TEST_F(LogRepeatsTest, AnyMessageBringsTheNumbersThatAreDue) {
-    pass("full\n");
-    pass("full\n");
+    pass("full");
+    pass("full");
     now_ += LogRepeats::kInterval;
-    EXPECT_THAT(pass("broken\n"),
-                ElementsAre(LogMessage{1, "1 more times: full\n"}, LogMessage{1, "broken\n"}));
+    EXPECT_THAT(pass("broken"),
+                ElementsAre(LogMessage{1, "1 more times: full"}, LogMessage{1, "broken"}));
 }
 
 TEST_F(LogRepeatsTest, AMessageWithoutRepeatsIsNotToldOfAgain) {
-    pass("full\n");
+    pass("full");
     now_ += LogRepeats::kInterval;
-    EXPECT_THAT(pass("full\n"), ElementsAre(LogMessage{1, "full\n"}));
+    EXPECT_THAT(pass("full"), ElementsAre(LogMessage{1, "full"}));
+}
+
+TEST_F(LogRepeatsTest, MessagesThatDifferInNamesAndNumbersAreRepeats) {
+    pass("/tmp/radar_1: full after 3 frames");
+    EXPECT_THAT(pass("/tmp/radar_2: full after 4 frames"), IsEmpty());
+    now_ += LogRepeats::kInterval;
+    EXPECT_THAT(repeats_.due(now_),
+                ElementsAre(LogMessage{1, "1 more times: /tmp/radar_2: full after 4 frames"}));
+}
+
+TEST_F(LogRepeatsTest, TheEndIsReportedWithTheNumberOfAll) {
+    for (int i = 0; i < 4; ++i) pass("full");
+    now_ += LogRepeats::kInterval;
+    repeats_.due(now_);
+    now_ += LogRepeats::kInterval;
+    EXPECT_THAT(repeats_.due(now_), ElementsAre(LogMessage{0, "no more, after 4 times: full"}));
+    EXPECT_THAT(repeats_.due(now_), IsEmpty());
 }
 
 TEST_F(LogRepeatsTest, TheRestIsWhatWasHeldBackAndNotToldOf) {
-    pass("full\n");
-    pass("full\n");
-    pass("broken\n");
-    EXPECT_THAT(repeats_.rest(), ElementsAre(LogMessage{1, "1 more times: full\n"}));
+    pass("full");
+    pass("full");
+    pass("broken");
+    EXPECT_THAT(repeats_.rest(), ElementsAre(LogMessage{1, "1 more times: full"}));
     EXPECT_THAT(repeats_.rest(), IsEmpty());
 }
 
 TEST_F(LogRepeatsTest, MessagesBeyondThoseThatAreRememberedPass) {
-    for (size_t i = 0; i < LogRepeats::kMostMessages; ++i) pass(std::to_string(i));
-    EXPECT_THAT(pass("full\n"), testing::SizeIs(1));
-    EXPECT_THAT(pass("full\n"), testing::SizeIs(1));
+    for (size_t i = 0; i < LogRepeats::kMostMessages; ++i) {
+        pass(std::string(i + 1, 'x'));
+    }
+    EXPECT_THAT(pass("full"), testing::SizeIs(1));
+    EXPECT_THAT(pass("full"), testing::SizeIs(1));
 }
 
 }  // namespace

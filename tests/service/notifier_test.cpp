@@ -57,8 +57,8 @@ TEST_F(NotifierTest, BeingAliveIsTold) {
 
 TEST_F(NotifierTest, StoppingIsTold) {
     listen();
-    notifier_.stopping();
-    EXPECT_THAT(received(), testing::StartsWith("STOPPING=1\n"));
+    notifier_.stopping("completing files");
+    EXPECT_EQ(received(), "STOPPING=1\nSTATUS=completing files");
 }
 
 TEST_F(NotifierTest, WithoutAManagerNothingIsToldOrLogged) {
@@ -74,6 +74,13 @@ TEST_F(NotifierTest, AManagerThatCannotBeReachedIsLoggedOnce) {
     notifier_.ready("at work");
     notifier_.alive();
     EXPECT_EQ(test_support::captured_log().size(), 1U);
+}
+
+TEST_F(NotifierTest, AManagerThatDoesNotReadHoldsNothingUp) {
+    listen();
+    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < 5000; ++i) notifier_.status(std::string(500, 'x'));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
 }
 
 TEST_F(NotifierTest, TheIntervalIsHalfOfTheManagersPatience) {
