@@ -21,10 +21,17 @@ Kit::StreamStatus stream_status(Kit::RelayCounters const& counters, std::string 
     status.bytes = counters.bytes;
     status.clients_accepted = counters.clients_accepted;
     status.clients_dropped_stuck = counters.clients_dropped_stuck;
+    status.frames_offered = counters.frames_offered;
+    status.frames_sent = counters.frames_sent;
     status.frames_dropped = counters.frames_dropped;
     for (Kit::ClientCounters const& client : counters.clients) {
-        status.clients.push_back({client.id, client.frames_sent, client.frames_dropped,
-                                  client.bytes_sent, client.queued});
+        Kit::ClientStatus& shown = status.clients.emplace_back();
+        shown.id = client.id;
+        shown.frames = client.frames;
+        shown.frames_sent = client.frames_sent;
+        shown.frames_dropped = client.frames_dropped;
+        shown.bytes_sent = client.bytes_sent;
+        shown.queued = client.queued;
     }
     return status;
 }

@@ -44,6 +44,7 @@ Json to_json(FailureStatus const& failure) {
 
 Json to_json(ClientStatus const& client) {
     return {{"id", std::to_string(client.id)},
+            {"frames", std::to_string(client.frames)},
             {"frames_sent", std::to_string(client.frames_sent)},
             {"frames_dropped", std::to_string(client.frames_dropped)},
             {"bytes_sent", std::to_string(client.bytes_sent)},
@@ -63,6 +64,8 @@ Json to_json(StreamStatus const& stream) {
             {"bytes", std::to_string(stream.bytes)},
             {"clients_accepted", std::to_string(stream.clients_accepted)},
             {"clients_dropped_stuck", std::to_string(stream.clients_dropped_stuck)},
+            {"frames_offered", std::to_string(stream.frames_offered)},
+            {"frames_sent", std::to_string(stream.frames_sent)},
             {"frames_dropped", std::to_string(stream.frames_dropped)},
             {"clients", to_json_array(stream.clients)}};
 }

@@ -51,6 +51,8 @@ struct FailureStatus {
 /** One consumer of the target stream. */
 struct ClientStatus {
     uint64_t id = 0;
+    /** Published to it: those sent, dropped and queued. */
+    uint64_t frames = 0;
     uint64_t frames_sent = 0;
     uint64_t frames_dropped = 0;
     uint64_t bytes_sent = 0;
@@ -65,6 +67,10 @@ struct StreamStatus {
     uint64_t bytes = 0;
     uint64_t clients_accepted = 0;
     uint64_t clients_dropped_stuck = 0;
+    /** For all consumers, those that have left included: published to each, and of these sent and
+     * dropped; the others are queued. */
+    uint64_t frames_offered = 0;
+    uint64_t frames_sent = 0;
     uint64_t frames_dropped = 0;
     std::vector<ClientStatus> clients;
 };

@@ -12,6 +12,7 @@ void ClientQueue::push(SharedFrame frame, Clock::time_point now) {
     if (frames_.empty()) since_ = now;
     bytes_ += frame->size();
     frames_.push_back(std::move(frame));
+    ++frames_pushed_;
     drop_above_limits();
 }
 
@@ -64,6 +65,10 @@ size_t ClientQueue::size() const noexcept {
 
 ClientQueue::Clock::time_point ClientQueue::waiting_since() const noexcept {
     return since_;
+}
+
+uint64_t ClientQueue::frames_pushed() const noexcept {
+    return frames_pushed_;
 }
 
 uint64_t ClientQueue::frames_sent() const noexcept {

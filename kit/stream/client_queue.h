@@ -60,6 +60,8 @@ public:
      * meaningless if empty(). */
     Clock::time_point waiting_since() const noexcept;
 
+    /** The frames pushed: those sent, dropped and queued. */
+    uint64_t frames_pushed() const noexcept;
     uint64_t frames_sent() const noexcept;
     uint64_t bytes_sent() const noexcept;
     uint64_t frames_dropped() const noexcept;
@@ -71,6 +73,7 @@ private:
 
     size_t limit_;
     size_t byte_limit_;
+    uint64_t frames_pushed_ = 0;
     std::deque<SharedFrame> frames_;
     size_t bytes_ = 0;       // of all frames
     size_t held_ = 0;        // frames at the front that are being written and stay

@@ -77,6 +77,7 @@ private:
     std::vector<std::shared_ptr<RelayClient>> clients_now() const;
     void close_acceptor();
     void begin_stop(std::chrono::milliseconds grace);
+    void add_departed(ClientCounters const& counters);
     void finish();
 
     /** Queues a frame for every client. The caller holds the lock. */
@@ -157,7 +158,10 @@ RelayCounters Relay::counters() const {
     RelayCounters now = impl_->totals_;
     for (auto const& client : impl_->clients_) {
         now.clients.push_back(client.second->counters());
-        now.frames_dropped += now.clients.back().frames_dropped;
+        ClientCounters const& counters = now.clients.back();
+        now.frames_offered += counters.frames;
+        now.frames_sent += counters.frames_sent;
+        now.frames_dropped += counters.frames_dropped;
     }
     return now;
 }
@@ -304,6 +308,13 @@ void Relay::Impl::client_is_idle() {
     }
 }
 
+/** What was queued for a client that has left is dropped with it. The caller holds the lock. */
+void Relay::Impl::add_departed(ClientCounters const& counters) {
+    totals_.frames_offered += counters.frames;
+    totals_.frames_sent += counters.frames_sent;
+    totals_.frames_dropped += counters.frames_dropped + counters.queued;
+}
+
 void Relay::Impl::client_left(uint64_t id, RelayClient::Departure departure) {
     const bool stuck = departure == RelayClient::Departure::kStuck;
     if (stuck) {
@@ -314,7 +325,7 @@ void Relay::Impl::client_left(uint64_t id, RelayClient::Departure departure) {
         const std::lock_guard<std::mutex> guard(lock_);
         const auto found = clients_.find(id);
         if (found == clients_.end()) return;
-        totals_.frames_dropped += found->second->counters().frames_dropped;
+        add_departed(found->second->counters());
         totals_.clients_dropped_stuck += stuck ? 1 : 0;
         clients_.erase(found);
     }
@@ -379,7 +390,7 @@ void Relay::Impl::finish() {
         for (auto const& client : std::exchange(clients_, {})) {
             const ClientCounters counters = client.second->counters();
             undelivered += counters.queued;
-            totals_.frames_dropped += counters.frames_dropped + counters.queued;
+            add_departed(counters);
         }
     }
     if (undelivered > 0) {

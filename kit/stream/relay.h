@@ -28,7 +28,8 @@ struct RelayOptions {
 
 /** One connected client. */
 struct ClientCounters {
-    uint64_t id = 0;  // 1 for the first client of the relay, and so on
+    uint64_t id = 0;      // 1 for the first client of the relay, and so on
+    uint64_t frames = 0;  // published since it was accepted: those sent, dropped and queued
     uint64_t frames_sent = 0;
     uint64_t frames_dropped = 0;
     uint64_t bytes_sent = 0;
@@ -41,9 +42,11 @@ struct RelayCounters {
     uint64_t bytes = 0;   // of the published frames, headers included
     uint64_t clients_accepted = 0;
     uint64_t clients_dropped_stuck = 0;
-    /** Frames dropped from full queues or at stop(), for all clients, those that have left
-     * included.
+    /** For all clients, those that have left included: the frames published to each, of which were
+     * sent, dropped (from full queues, at stop(), or queued when their client left), or are queued.
      */
+    uint64_t frames_offered = 0;
+    uint64_t frames_sent = 0;
     uint64_t frames_dropped = 0;
     /** The defect of a stream that relay_from() read; empty while there is none. */
     std::string source_fault;

@@ -170,7 +170,14 @@ void RelayClient::push(SharedFrame const& frame) {
 }
 
 ClientCounters RelayClient::counters() const {
-    return {id_, queue_.frames_sent(), queue_.frames_dropped(), queue_.bytes_sent(), queue_.size()};
+    ClientCounters counters;
+    counters.id = id_;
+    counters.frames = queue_.frames_pushed();
+    counters.frames_sent = queue_.frames_sent();
+    counters.frames_dropped = queue_.frames_dropped();
+    counters.bytes_sent = queue_.bytes_sent();
+    counters.queued = queue_.size();
+    return counters;
 }
 
 bool RelayClient::is_idle() const {

@@ -21,7 +21,14 @@ StatusProblem missing_data(std::string const& what, StatusFields const& status) 
                 "; a chip answers 'petrelradar regs read status'"};
 }
 
-StatusProblem explain(int64_t reason, std::string const& text, StatusFields const& status) {
+/** A failure that the service itself explains. */
+StatusProblem explained(StatusFields const& failure) {
+    const std::string detail = failure["detail"].is_empty() ? "" : ": " + failure["detail"].text();
+    return {failure["text"].text() + detail, failure["meaning"].text(), failure["remedy"].text()};
+}
+
+StatusProblem explain(int64_t reason, StatusFields const& failure, StatusFields const& status) {
+    const std::string text = failure["text"].text();
     switch (reason) {
         case Radar::Failure::no_data:
             return missing_data(text, status);
@@ -33,6 +40,7 @@ StatusProblem explain(int64_t reason, std::string const& text, StatusFields cons
             return {text, "frames are full, or the receiver is overdriven: targets are missing",
                     "raise TargetLimit ('petrelradar settings'), or move strong reflectors away"};
         default:
+            if (!failure["meaning"].is_empty()) return explained(failure);
             return {text, "a failure that this program does not know",
                     "look at the log of the service"};
     }
@@ -47,16 +55,22 @@ bool add_failures(StatusFields const& status, std::vector<StatusProblem>& proble
         nlohmann::json const& reason = failure["reason"].json();
         const int64_t number = reason.is_number_integer() ? reason.get<int64_t>() : -1;
         is_data_missing = is_data_missing || number == Radar::Failure::no_data;
-        problems.push_back(explain(number, failure["text"].text(), status));
+        problems.push_back(explain(number, failure, status));
     }
     return is_data_missing;
+}
+
+/** Whether the document says what is wrong with storage now, which past errors do not. */
+bool tells_storage(StatusFields const& recorder) {
+    return recorder.json().is_object() && recorder.json().contains("storage");
 }
 
 void add_recorder(std::string const& name, StatusFields const& recorder,
                   std::vector<StatusProblem>& problems) {
     const uint64_t errors = recorder["errors"].number();
     const uint64_t failed_flushes = recorder["flush_failures"].number();
-    if (errors == 0 && failed_flushes == 0) return;
+    // Storage that fails now is a failure of its own; what has failed and works again is none.
+    if (failed_flushes == 0 && (errors == 0 || tells_storage(recorder))) return;
     const std::string last_error =
         recorder["last_error"].is_empty() ? "" : ": " + recorder["last_error"].text();
     problems.push_back(

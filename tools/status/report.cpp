@@ -56,6 +56,13 @@ std::string count_of(StatusFields const& count, std::string const& what) {
     return text + " " + what + (text == "1" ? "" : "s");
 }
 
+/** "2 waiting, 0 dropped, 0 lost, ", of a service that counts them. */
+std::string waiting_and_lost(StatusFields const& recorder) {
+    if (recorder["queued"].is_empty()) return "";
+    return recorder["queued"].text() + " waiting, " + recorder["frames_dropped"].text() +
+           " dropped, " + recorder["frames_failed"].text() + " lost, ";
+}
+
 /** The lines of a report, a label in front of each. */
 class ReportLines {
 public:
@@ -83,6 +90,13 @@ public:
             input["name"].text() + " (" + input["kind"].text() + "), " +
                 count_of(input["errors"], "error") + in_brackets(input["last_error"]),
             has_errors ? Ansi::kYellow : "");
+        if (input["frames_dropped"].number() > 0 || input["frames_torn"].number() > 0) {
+            add("",
+                count_of(input["frames_dropped"], "frame") + " dropped by the chip, " +
+                    input["frames_torn"].text() +
+                    " torn: have it report fewer targets or fewer frames a second",
+                Ansi::kYellow);
+        }
         const uint64_t last = counters["last_timestamp_us"].number();
         add("frames", count_of(counters["frames"], "frame") + " with " +
                           count_of(counters["targets"], "target") + ", " +
@@ -120,10 +134,13 @@ public:
         if (!recorder["enabled"].is_set()) return add("recorder", name + ": off", Ansi::kDim);
         add("recorder", name + ": " + count_of(recorder["frames"], "frame") + ", " +
                             recorder["frames_written"].text() + " of them in files, " +
+                            waiting_and_lost(recorder) +
                             count_of(recorder["files_completed"], "file") + " completed, " +
                             count_of(recorder["errors"], "error"));
         add("", recorder["file"].is_empty() ? "no file open in " + recorder["directory"].text()
                                             : "writes " + recorder["file"].text());
+        const uint64_t failed = recorder["last_failed_us"].number();
+        if (failed > 0) add("", "storage last failed at " + time_text(failed), Ansi::kYellow);
     }
 
     void add_log(StatusFields const& status) {

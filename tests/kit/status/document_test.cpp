@@ -77,6 +77,7 @@ TEST(StatusDocumentTest, EveryFieldIsThere) {
 /state
 /stream/bytes
 /stream/clients/0/bytes_sent
+/stream/clients/0/frames
 /stream/clients/0/frames_dropped
 /stream/clients/0/frames_sent
 /stream/clients/0/id
@@ -85,6 +86,8 @@ TEST(StatusDocumentTest, EveryFieldIsThere) {
 /stream/clients_dropped_stuck
 /stream/frames
 /stream/frames_dropped
+/stream/frames_offered
+/stream/frames_sent
 /stream/socket
 /uptime_us
 /version
@@ -127,13 +130,15 @@ TEST(StatusDocumentTest, WithoutClientsTheirListIsEmpty) {
 
 TEST(StatusDocumentTest, ValuesStandUnderTheirNames) {
     Kit::Status status;
-    status.stream.clients.push_back({1, 2, 3, 4, 5});
-    status.current_failure = {2, "Saturation", true};
+    status.stream.clients.push_back({1, 10, 2, 3, 4, 5});
+    status.current_failure = {2, "Saturation", true, "meaning", "remedy", "detail"};
     const json document = document_of(status);
-    EXPECT_EQ(document["stream"]["clients"][0].dump(),
-              R"({"bytes_sent":"4","frames_dropped":"3","frames_sent":"2","id":"1","queued":"5"})");
+    EXPECT_EQ(
+        document["stream"]["clients"][0].dump(),
+        R"({"bytes_sent":"4","frames":"10","frames_dropped":"3","frames_sent":"2","id":"1","queued":"5"})");
     EXPECT_EQ(document["failure"]["current"].dump(),
-              R"({"active":true,"reason":2,"text":"Saturation"})");
+              R"({"active":true,"detail":"detail","meaning":"meaning","reason":2,)"
+              R"("remedy":"remedy","text":"Saturation"})");
 }
 
 }  // namespace

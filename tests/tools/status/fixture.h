@@ -36,7 +36,18 @@ inline Kit::Status healthy() {
     }
     status.frames = 100;
     status.targets = 300;
-    status.stream = {"/tmp/targets.sock", 100, 9000, 2, 0, 0, {{1, 90, 0, 8100, 3}}};
+    status.stream.socket = "/tmp/targets.sock";
+    status.stream.frames = 100;
+    status.stream.bytes = 9000;
+    status.stream.clients_accepted = 2;
+    status.stream.frames_offered = 93;
+    status.stream.frames_sent = 90;
+    Kit::ClientStatus& client = status.stream.clients.emplace_back();
+    client.id = 1;
+    client.frames = 93;
+    client.frames_sent = 90;
+    client.bytes_sent = 8100;
+    client.queued = 3;
     Kit::RecorderStatus& objects = status.recorders["objects"];
     objects.enabled = true;
     objects.directory = "/tmp";

@@ -43,9 +43,28 @@ TEST_F(StatusTest, TellsWhatTheServiceIsDoing) {
 
 TEST_F(StatusTest, TellsTheRecordersAndTheirFiles) {
     const std::string out = status_of(healthy()).out;
-    EXPECT_THAT(out, ContainsRegex("\nrecorder +objects: 100 frames, 98 of them in files, 1 file "
-                                   "completed, 0 errors\n +writes /tmp/radar_1\n"));
+    EXPECT_THAT(
+        out,
+        ContainsRegex(
+            "\nrecorder +objects: 100 frames, 98 of them in files, 2 "
+            "waiting, 0 dropped, 0 lost, 1 file completed, 0 errors\n +writes /tmp/radar_1\n"));
     EXPECT_THAT(out, ContainsRegex("\nrecorder +raw: off\n"));
+}
+
+TEST_F(StatusTest, StorageThatWorksAgainIsHealthyAndKeepsWhenItFailed) {
+    Kit::Status status = healthy();
+    status.recorders["objects"].errors = 3;
+    status.recorders["objects"].last_failed_us = 1700000000000000;
+    const Outcome outcome = status_of(status);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, ContainsRegex("\n +storage last failed at 2023-11-1"));
+}
+
+TEST_F(StatusTest, TellsTheFramesThatTheChipHasDroppedWithTheRemedy) {
+    Kit::Status status = healthy();
+    status.input.frames_dropped = 5;
+    EXPECT_THAT(status_of(status).out,
+                ContainsRegex("\n +5 frames dropped by the chip, 0 torn: have it report fewer"));
 }
 
 TEST_F(StatusTest, TellsTheConsumers) {
@@ -101,11 +120,22 @@ Kit::Status raised_flag() {
     return status;
 }
 
-Kit::Status recorder_with(uint64_t errors, uint64_t flush_failures) {
+Kit::Status failed_flush() {
     Kit::Status status = healthy();
-    status.recorders["objects"].errors = errors;
-    status.recorders["objects"].flush_failures = flush_failures;
+    status.recorders["objects"].flush_failures = 1;
     status.recorders["objects"].last_error = "No space left on device";
+    return status;
+}
+
+Kit::Status failed_storage() {
+    Kit::Status status = healthy();
+    Kit::FailureStatus& failure = status.failures.emplace_back();
+    failure.reason = 3;
+    failure.text = "Storage";
+    failure.active = true;
+    failure.meaning = "frames cannot be recorded";
+    failure.remedy = "see that the storage has room";
+    failure.detail = "/tmp: No space left on device";
     return status;
 }
 
@@ -126,10 +156,9 @@ const Illness kIllnesses[] = {
     {"ExpiredWatchdogWithItsFailure", expired_watchdog_with_its_failure(), "No data",
      "no frame has come"},
     {"RaisedFlag", raised_flag(), "the failure flag is up", "a failure has ended"},
-    {"RecorderError", recorder_with(3, 0),
-     "recorder objects: 3 errors, 0 failed flushes: No space left on device",
-     "since the service started, frames may be missing"},
-    {"FailedFlush", recorder_with(0, 1),
+    {"FailedStorage", failed_storage(), "Storage: /tmp: No space left on device",
+     "frames cannot be recorded"},
+    {"FailedFlush", failed_flush(),
      "recorder objects: 0 errors, 1 failed flushes: No space left on device",
      "since the service started, frames may be missing"},
     {"UnknownFailure", unknown_failure(), "Meltdown", "a failure that this program does not know"},
