@@ -168,7 +168,8 @@ void RadarService::go_on() {
 void RadarService::start_when_ready() {
     const bool is_started = recorders_.is_started();
     const InputThread::State input = input_.state();
-    if (input == InputThread::State::kFailed) return fail(input_.failure());
+    // One that is damaged further on is played up to there.
+    if (input == InputThread::State::kFailed && !input_.has_frame()) return fail(input_.failure());
     if (!is_started || input == InputThread::State::kOpening) return;
     phase_ = Phase::kRunning;
     check_recording();

@@ -114,9 +114,9 @@ TEST_F(ChipReaderTest, FramesThatTheChipHasDroppedAreCounted) {
 TEST_F(ChipReaderTest, CountsGoOnOverAChipThatWasOpenedAgain) {
     for (uint64_t i = 0; i < 7; ++i) measure(i);
     next();
-    there_ = false;
+    device_.connected = false;
     next();
-    there_ = true;
+    device_.connected = true;
     now_ += std::chrono::seconds(2);
     next();
     for (uint64_t i = 0; i < 7; ++i) measure(i);

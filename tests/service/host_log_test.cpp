@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
 
 #include "tests/service/host_fixture.h"
@@ -8,8 +9,8 @@
 /** The running program with a log, or a limit, that gets in the way. */
 namespace {
 
-using service_test::HostProcess;
-using service_test::number;
+using test_support::HostProcess;
+using test_support::number;
 
 class HostLogTest : public service_test::HostTest {
 protected:
@@ -82,7 +83,8 @@ TEST_F(HostLogTest, HalfAMillionUnknownSettingsAreReadInTime) {
     std::string settings;
     for (int i = 0; i < 500000; ++i) settings += "Mine" + std::to_string(i) + "=1\n";
     start_scene(settings);
-    EXPECT_LT(std::count(host_->errors().begin(), host_->errors().end(), '\n'), 20);
+    const std::string log = host_->errors();
+    EXPECT_LT(std::count(log.begin(), log.end(), '\n'), 20);
     EXPECT_EQ(host_->stop(SIGTERM), 0);
 }
 

@@ -158,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(
              Mistake{"MissingLogWithALineInItsName",
                      {"--input", "/tmp/a\nb.csv"},
                      {},
-                     "/tmp/a b.csv: ",
+                     "/tmp/a\\x0ab.csv: ",
                      "No such file or directory"},
              Mistake{"Directory", {"--input", "/tmp"}, {}, "/tmp: ", ""},
              with_log("MalformedLog",

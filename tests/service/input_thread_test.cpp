@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "kit/base/input_error.h"
+#include "tests/support/eventually.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ protected:
     }
 
     void await_end() {
-        while (!input_->is_finished()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ASSERT_TRUE(test_support::eventually([&] { return input_->is_finished(); }));
     }
 
     std::shared_ptr<Script> script_ = std::make_shared<Script>();
@@ -143,7 +144,7 @@ TEST_F(InputThreadTest, StoppingEndsAnInputThatHasMore) {
 TEST_F(InputThreadTest, ACallThatHangsHoldsNobodyUp) {
     script_->hangs = true;
     start();
-    while (script_->calls == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    ASSERT_TRUE(test_support::eventually([&] { return script_->calls > 0; }));
     EXPECT_EQ(input_->status().name, "script");
     EXPECT_FALSE(input_->take());
     EXPECT_GT(input_->stuck_for(InputThread::Clock::now() + std::chrono::seconds(5)),

@@ -10,6 +10,7 @@
 
 #include "kit/recording/format.h"
 #include "service/recorder.h"
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/recordings.h"
 #include "tests/support/system_calls.h"
@@ -50,12 +51,7 @@ protected:
 
     template <typename Condition>
     bool await(Condition condition) {
-        const auto deadline = Clock::now() + std::chrono::seconds(30);
-        while (!condition(status())) {
-            if (Clock::now() > deadline) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return true;
+        return test_support::eventually([&] { return condition(status()); });
     }
 
     bool await_written(uint64_t count) {
@@ -69,11 +65,7 @@ protected:
     /** Has everything stored and completed. Returns the status then. */
     Kit::RecorderStatus finish() {
         recorder_->finish();
-        const auto deadline = Clock::now() + std::chrono::seconds(30);
-        while (!recorder_->is_finished() && Clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        EXPECT_TRUE(recorder_->is_finished());
+        EXPECT_TRUE(test_support::eventually([&] { return recorder_->is_finished(); }));
         return status();
     }
 
@@ -101,7 +93,7 @@ protected:
     /** The numbers in all completed files of a directory, in order. */
     static std::vector<int> completed_in(std::string const& directory) {
         std::vector<int> all;
-        for (std::string const& name : recordings_in(directory, "raw")) {
+        for (std::string const& name : test_support::recordings_in(directory, "raw")) {
             EXPECT_THAT(name, testing::EndsWith(".data"));
             for (const int number : records_of(directory + "/" + name)) all.push_back(number);
         }

@@ -12,7 +12,7 @@ namespace {
 namespace fs = std::filesystem;
 using service_test::kSdCard;
 using service_test::RecorderTest;
-using service_test::recordings_in;
+using test_support::recordings_in;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -127,7 +127,7 @@ TEST_F(RecorderCardTest, WithoutACardNothingIsWrittenBeneath) {
 
 TEST_F(RecorderCardTest, NoCardAtStartIsAFailureAndNoRefusal) {
     start(kSdCard);
-    while (!recorder_->trial()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    ASSERT_TRUE(test_support::eventually([&] { return recorder_->trial().has_value(); }));
     EXPECT_EQ(recorder_->trial()->result, Service::StorageTrial::Result::kLater);
     EXPECT_TRUE(await_failure());
 }
@@ -232,9 +232,8 @@ TEST_F(RecorderHungTest, TheQueueStaysWithinItsBoundAndEveryFrameIsCounted) {
 TEST_F(RecorderHungTest, ItIsAFailureWithTheTimeAndTheQueue) {
     push(1);
     const auto later = Clock::now() + std::chrono::seconds(12);
-    while (recorder_->stuck_for(later) < std::chrono::seconds(11)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    ASSERT_TRUE(test_support::eventually(
+        [&] { return recorder_->stuck_for(later) > std::chrono::seconds(11); }));
     const auto health = recorder_->health(later);
     EXPECT_TRUE(health.failing_since);
     EXPECT_THAT(health.text, HasSubstr("storage has hung for 1"));
@@ -243,9 +242,8 @@ TEST_F(RecorderHungTest, ItIsAFailureWithTheTimeAndTheQueue) {
 
 TEST_F(RecorderHungTest, AProducerThatCanWaitDoesSoForAWhile) {
     push(60);
-    while (recorder_->stuck_for(Clock::now()) < std::chrono::milliseconds(20)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    ASSERT_TRUE(test_support::eventually(
+        [&] { return recorder_->stuck_for(Clock::now()) > std::chrono::milliseconds(20); }));
     EXPECT_TRUE(recorder_->should_wait(Clock::now()));
     EXPECT_FALSE(recorder_->should_wait(Clock::now() + std::chrono::seconds(3)));
 }

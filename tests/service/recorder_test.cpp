@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using service_test::kSdCard;
 using service_test::RecorderTest;
-using service_test::recordings_in;
+using test_support::recordings_in;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -107,7 +107,7 @@ TEST_F(RecorderTest, TwoRecordersInOneDirectoryAreIndependent) {
     }
     EXPECT_EQ(finish().frames_written, 100U);
     first->finish();
-    while (!first->is_finished()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(test_support::eventually([&] { return first->is_finished(); }));
     EXPECT_EQ(first->status(Clock::now()).frames_written, 100U);
     EXPECT_EQ(completed_in("/tmp").size(), 200U);
 }

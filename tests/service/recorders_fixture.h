@@ -10,6 +10,7 @@
 
 #include "kit/base/error.h"
 #include "service/recorders.h"
+#include "tests/support/eventually.h"
 #include "tests/support/private_paths.h"
 #include "tests/support/recordings.h"
 #include "tests/support/system_calls.h"
@@ -30,20 +31,13 @@ protected:
     void start(Table table = {}) {
         table.emplace("StorageIsMount", 0);
         recorders_ = std::make_unique<Service::Recorders>(Service::Settings("test", table));
-        while (!recorders_->is_started()) pause();
+        EXPECT_TRUE(test_support::eventually([&] { return recorders_->is_started(); }));
     }
-
-    static void pause() { std::this_thread::sleep_for(std::chrono::milliseconds(1)); }
 
     /** Waits until a condition holds of a recorder's status. Returns whether it came to hold. */
     template <typename Condition>
     bool await(std::string const& name, Condition condition) {
-        const auto deadline = Clock::now() + std::chrono::seconds(30);
-        while (!condition(status(name))) {
-            if (Clock::now() > deadline) return false;
-            pause();
-        }
-        return true;
+        return test_support::eventually([&] { return condition(status(name)); });
     }
 
     Kit::RecorderStatus status(std::string const& name) const {
@@ -53,7 +47,8 @@ protected:
     /** Has everything stored and completed. */
     void finish() {
         recorders_->finish();
-        while (!recorders_->is_finished(Clock::now(), std::chrono::seconds(60))) pause();
+        EXPECT_TRUE(test_support::eventually(
+            [&] { return recorders_->is_finished(Clock::now(), std::chrono::seconds(60)); }));
     }
 
     /** That every frame is accounted for. */

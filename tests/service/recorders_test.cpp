@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using Service::Recorders;
 using service_test::RecordersTest;
-using service_test::recordings_in;
+using test_support::recordings_in;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
