@@ -28,7 +28,7 @@ struct Surroundings {
     int rows = 0;
     bool errors_on_terminal = false;
     /** The user and group that it runs as, without other groups; by default the test's own. */
-    std::optional<uid_t> user;
+    std::optional<uid_t> user = {};
 };
 
 /** All three standard streams are a terminal of the usual size. */

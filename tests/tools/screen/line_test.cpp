@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include "tools/cli/ansi.h"
+
 namespace {
 
 using testing::ElementsAre;
