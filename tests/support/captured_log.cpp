@@ -33,6 +33,12 @@ std::vector<LogLine> captured_log() {
     return captured().lines;
 }
 
+std::vector<std::string> captured_texts() {
+    std::vector<std::string> texts;
+    for (LogLine const& line : captured_log()) texts.push_back(line.text);
+    return texts;
+}
+
 std::vector<std::string> captured_formats() {
     const std::lock_guard<std::mutex> lock(captured().mutex);
     return captured().formats;

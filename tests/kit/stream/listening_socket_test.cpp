@@ -192,11 +192,7 @@ protected:
         return Kit::connect_to(client.get(), Kit::UnixAddress(kPath));
     }
 
-    static std::vector<std::string> log() {
-        std::vector<std::string> texts;
-        for (auto const& line : test_support::captured_log()) texts.push_back(line.text);
-        return texts;
-    }
+    static std::vector<std::string> log() { return test_support::captured_texts(); }
 
     std::unique_ptr<ListeningSocket> listening;
 };

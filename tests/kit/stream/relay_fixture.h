@@ -69,11 +69,7 @@ protected:
         return test_support::eventually([this] { return relay->counters().clients.empty(); });
     }
 
-    static std::vector<std::string> log() {
-        std::vector<std::string> texts;
-        for (auto const& line : test_support::captured_log()) texts.push_back(line.text);
-        return texts;
-    }
+    static std::vector<std::string> log() { return test_support::captured_texts(); }
 
     static constexpr char kPath[] = "/tmp/radar.sock";
     static constexpr std::chrono::milliseconds kNever{0};
