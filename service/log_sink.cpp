@@ -11,6 +11,7 @@
 #include <mutex>
 #include <vector>
 
+#include "kit/base/log_text.h"
 #include "petrel/logger.h"
 #include "service/log_counts.h"
 #include "service/log_line.h"
@@ -66,17 +67,6 @@ void forward(std::vector<LogMessage> const& messages) {
     }
 }
 
-std::string formatted(char const* format, va_list arguments) {
-    va_list measured;
-    va_copy(measured, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
-    if (length < 0) return format;
-    std::string text(static_cast<size_t>(length), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-    return text;
-}
-
 }  // namespace
 
 void log_due_repeats() {
@@ -103,7 +93,7 @@ void logger(int level, char const* format, ...) {
     const int saved_errno = errno;  // a recorder asks for the reason after the library has logged
     va_list arguments;
     va_start(arguments, format);
-    const std::string line = Service::log_line(Service::formatted(format, arguments));
+    const std::string line = Service::log_line(Kit::log_text(format, arguments));
     va_end(arguments);
     Service::LogCounts::instance().note(level, line);
     {

@@ -2,11 +2,11 @@
 
 #include "tools/log_sink.h"
 
-#include <array>
 #include <atomic>
 #include <cstdarg>
-#include <cstdio>
+#include <string>
 
+#include "kit/base/log_text.h"
 #include "petrel/logger.h"
 #include "tools/cli/messages.h"
 
@@ -22,12 +22,10 @@ void begin_to_log() noexcept {
 
 void logger(int /*level*/, const char* format, ...) {
     if (!is_logging) return;
-    std::array<char, 4096> text;
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text.data(), text.size(), format, arguments);
+    std::string line = "petrelradar: " + Kit::log_text(format, arguments);
     va_end(arguments);
-    std::string line = std::string("petrelradar: ") + text.data();
     if (line.back() != '\n') line += '\n';
     Tools::Messages::print(line);
 }
