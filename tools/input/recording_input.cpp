@@ -2,6 +2,7 @@
 
 #include <poll.h>
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -10,6 +11,7 @@
 #include "kit/base/input_error.h"
 #include "kit/base/usage_error.h"
 #include "tools/cli/signals.h"
+#include "tools/cli/wait.h"
 
 namespace Tools {
 
@@ -17,8 +19,6 @@ namespace {
 
 using Kit::FindingKind;
 using Kit::RecordingScanner;
-
-constexpr int kTickMs = 50;
 
 /** In how many ticks a directory is looked through for a file that the recorder has begun. */
 constexpr unsigned kTicksPerLook = 5;
@@ -33,12 +33,11 @@ void check_interruption(int /*fd*/) {
 
 /** Waits until `fd` has something to read, or has ended. */
 void wait_for(int fd, std::function<void()> const& idle) {
-    pollfd wait = {fd, POLLIN, 0};
-    int ready = poll(&wait, 1, 0);
-    while (ready <= 0) {
+    bool is_ready = wait_a_tick_for(fd, POLLIN, std::chrono::milliseconds(0));
+    while (!is_ready) {
         if (idle) idle();
         if (was_interrupted()) throw WaitInterrupted();
-        ready = poll(&wait, 1, kTickMs);
+        is_ready = wait_a_tick_for(fd, POLLIN);
     }
 }
 
@@ -242,7 +241,7 @@ bool RecordingInput::use_after_suspects(Scanned scanned, InputHandler& items) {
 void RecordingInput::wait() const {
     if (idle_) idle_();
     if (was_interrupted()) throw WaitInterrupted();
-    poll(nullptr, 0, kTickMs);
+    wait_a_tick();
 }
 
 uint64_t find_last_timestamp(SourceName const& source, SourceOptions const& options) {

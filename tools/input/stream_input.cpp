@@ -6,14 +6,9 @@
 #include "kit/base/input_error.h"
 #include "kit/stream/format.h"
 #include "tools/cli/signals.h"
+#include "tools/cli/wait.h"
 
 namespace Tools {
-
-namespace {
-
-constexpr std::chrono::milliseconds kTick{50};
-
-}  // namespace
 
 StreamInput::StreamInput(SourceName const& source, SourceOptions const& options,
                          Selection selection)

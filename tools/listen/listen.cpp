@@ -1,7 +1,6 @@
 #include "tools/listen/listen.h"
 
 #include <fmt/core.h>
-#include <poll.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -18,6 +17,7 @@
 #include "tools/cli/options.h"
 #include "tools/cli/signals.h"
 #include "tools/cli/source_name.h"
+#include "tools/cli/wait.h"
 #include "tools/listen/rate_meter.h"
 #include "tools/listen/view.h"
 #include "tools/screen/terminal.h"
@@ -29,9 +29,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using Result = Kit::StreamClient::Result;
-
-/** How long a wait lasts at most, and so how soon Ctrl-C and the end of a reader are noticed. */
-constexpr milliseconds kTick{50};
 
 /** How long after a failed attempt the next one is made to reach the service again. */
 constexpr milliseconds kConnectAgainAfter{200};
@@ -163,7 +160,7 @@ private:
             while (Clock::now() < next && !is_done()) {
                 status_.frame_rate = rate_.rate(Clock::now());
                 view_->idle(status_);
-                poll(nullptr, 0, static_cast<int>(kTick.count()));
+                wait_a_tick();
             }
             if (!try_to_connect()) continue;
             ++status_.reconnects;

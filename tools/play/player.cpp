@@ -24,7 +24,7 @@ using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
 /** How soon Ctrl-C, a signal and a new client are noticed. */
-constexpr milliseconds kTick{20};
+constexpr milliseconds kLongestWait{20};
 /** How soon, as fast as possible, room in a full queue is noticed. */
 constexpr milliseconds kRoomTick{1};
 constexpr milliseconds kStatusInterval{100};
@@ -159,7 +159,7 @@ void Player::publish() {
 
 /** Waits until the frame is due, a key is typed, a signal comes, or it is time to look around. */
 void Player::wait() const {
-    nanoseconds longest = kTick;
+    nanoseconds longest = kLongestWait;
     const auto now = Clock::now();
     if (is_due(now)) longest = kRoomTick;
     if (!waiting_ && clock_.due() > now)

@@ -1,7 +1,5 @@
 #include "tools/screen/repeater.h"
 
-#include <poll.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <utility>
@@ -9,13 +7,11 @@
 #include "kit/base/positive_number.h"
 #include "tools/cli/options.h"
 #include "tools/cli/signals.h"
+#include "tools/cli/wait.h"
 
 namespace Tools {
 
 namespace {
-
-/** How soon Ctrl-C, a key and the end of a reader are noticed. */
-constexpr std::chrono::milliseconds kTick(50);
 
 constexpr double kLongestInterval = 86400;
 
@@ -56,9 +52,7 @@ bool Repeater::next() {
     while (Clock::now() < due_) {
         if (is_over()) return false;
         look_at_terminal();
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(due_ - Clock::now());
-        poll(nullptr, 0,
-             static_cast<int>(std::clamp(left, std::chrono::milliseconds(0), kTick).count()));
+        wait_a_tick(std::chrono::ceil<std::chrono::milliseconds>(due_ - Clock::now()));
     }
     if (is_over()) return false;
     // What took longer than the interval is not made up for.

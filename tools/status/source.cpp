@@ -5,7 +5,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -14,6 +13,7 @@
 #include "kit/base/text.h"
 #include "kit/stream/unix_address.h"
 #include "tools/cli/signals.h"
+#include "tools/cli/wait.h"
 
 namespace Tools {
 
@@ -23,9 +23,6 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr size_t kLargestDocument = 16U << 20;
-
-/** How soon Ctrl-C is noticed. */
-constexpr milliseconds kTick(50);
 
 /** One connection to a service, with a deadline for everything. */
 class StatusConnection {
@@ -82,9 +79,8 @@ private:
         if (now >= deadline_) {
             fail(fmt::format("the service does not answer within {} ms", patience_.count()));
         }
-        const auto left = std::chrono::ceil<milliseconds>(deadline_ - now);
-        pollfd waiting = {events != 0 ? fd_ : -1, events, 0};
-        poll(&waiting, 1, static_cast<int>(std::min(left, kTick).count()));
+        wait_a_tick_for(events != 0 ? fd_ : -1, events,
+                        std::chrono::ceil<milliseconds>(deadline_ - now));
     }
 
     [[noreturn]] void fail(std::string const& reason) const {
