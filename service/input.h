@@ -1,11 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <memory>
 
 #include "kit/status/document.h"
 #include "radar_objects/radar_objects.pb.h"
-#include "service/command_line.h"
 #include "service/failure_monitor.h"
 
 namespace Service {
@@ -44,12 +42,5 @@ public:
     /** What the input is and how it is doing. */
     virtual Kit::InputStatus status() const = 0;
 };
-
-/**
- * Opens the input that `options` name.
- *
- * @throws Kit::InputError when it cannot be opened, has no frame, or is damaged where it begins.
- */
-std::unique_ptr<Input> open_input(Options const& options);
 
 }  // namespace Service

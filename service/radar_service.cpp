@@ -12,6 +12,7 @@
 #include "kit/base/error.h"
 #include "kit/frames/scene_name.h"
 #include "log/ilog.h"
+#include "service/open_input.h"
 #include "service/raw_record.h"
 
 namespace Service {

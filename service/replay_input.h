@@ -7,6 +7,7 @@
 
 #include "kit/frames/source.h"
 #include "kit/replay/clock.h"
+#include "service/command_line.h"
 #include "service/input.h"
 
 namespace Service {

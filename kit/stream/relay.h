@@ -1,40 +1,14 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "kit/stream/client_counters.h"
+#include "kit/stream/relay_options.h"
+
 namespace Kit {
-
-struct RelayOptions {
-    /** Where clients connect: the path of a UNIX stream socket. */
-    std::string socket_path;
-    /** The limit of queued frames per client; 0 counts as 1. */
-    size_t queue_frames = 64;
-    /** A client whose queue makes no progress by a whole frame for this long is disconnected; 0 or
-     * less: never. */
-    std::chrono::milliseconds stuck_after{2000};
-    /** The limit of clients connected at a time; 0 counts as 1. */
-    size_t most_clients = 65536;
-    /** The limit of queued bytes per client, not counting the frame that is being sent. A frame of
-     * any size is queued while no other waits. */
-    size_t queue_bytes = 8 * 1024 * 1024;
-    /** How often the socket file is checked; a deleted one is re-created. 0 or less: never. */
-    std::chrono::milliseconds check_socket_every{5000};
-};
-
-/** One connected client. */
-struct ClientCounters {
-    uint64_t id = 0;      // 1 for the first client of the relay, and so on
-    uint64_t frames = 0;  // published since it was accepted: those sent, dropped and queued
-    uint64_t frames_sent = 0;
-    uint64_t frames_dropped = 0;
-    uint64_t bytes_sent = 0;
-    uint64_t queued = 0;  // frames that were not sent whole yet
-};
 
 /** Counters of a relay since its construction. */
 struct RelayCounters {

@@ -10,8 +10,9 @@
 #include <mutex>
 
 #include "kit/base/file_descriptor.h"
+#include "kit/stream/client_counters.h"
 #include "kit/stream/client_queue.h"
-#include "kit/stream/relay.h"
+#include "kit/stream/relay_options.h"
 
 namespace Kit {
 

@@ -1,4 +1,4 @@
-#include "service/input.h"
+#include "service/open_input.h"
 
 #include "service/chip_reader.h"
 #include "service/replay_input.h"
