@@ -43,6 +43,8 @@ void add_options(CLI::App& app, Options& options, Texts& texts) {
                  "leave out times of more than a second without a frame");
     app.add_option("--frame-rate", texts.frame_rate, "frames a second of a chip or a scene")
         ->option_text("HZ");
+    app.add_flag("--keep-unfinished", options.keep_unfinished,
+                 "leave files that a killed run has not completed as they are");
     app.add_option("--settings", options.settings_file, "the settings file")
         ->option_text("FILE [/etc/radar/radar.conf]");
     app.add_option("--socket", options.socket, "where consumers of the target stream connect")

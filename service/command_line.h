@@ -20,6 +20,8 @@ struct Options {
     std::optional<double> frame_rate;
     /** The settings file; empty for the one that the process has read already. */
     std::string settings_file;
+    /** Whether files that a killed run has left unfinished stay so. */
+    bool keep_unfinished = false;
     /** Where consumers and status readers connect; empty for the runtime directory. */
     std::string socket;
     std::string status_socket;

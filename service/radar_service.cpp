@@ -95,7 +95,7 @@ RadarService::RadarService(Options const& options, StopSignals& signals)
       sockets_(choose_socket_paths(options)),
       relay_(relay_options(sockets_.stream)),
       status_server_(block_, sockets_.status),
-      recorders_(settings_),
+      recorders_(settings_, options.keep_unfinished),
       input_([options] { return open_input(options); }, unopened(options)),
       input_port_(block_.make_fdport("input", input_.fd(), kReadable)),
       target_limit_(settings_.value("TargetLimit")),

@@ -8,6 +8,7 @@
 #include "kit/base/errno_text.h"
 #include "kit/base/signals_blocked.h"
 #include "log/ilog.h"
+#include "service/unfinished.h"
 
 namespace Service {
 
@@ -113,6 +114,7 @@ public:
 private:
     // The thread's, without the lock.
     void try_storage_first();
+    void complete_left_files();
     bool handle_next();
     void store(std::string record);
     bool begin_file();
@@ -220,10 +222,19 @@ void Recorder::Work::try_storage_first() {
     {
         const Busy busy(*this);
         trial = try_storage(options_.storage);
+        if (trial.result == StorageTrial::Result::kUsable) complete_left_files();
     }
     if (trial.result == StorageTrial::Result::kLater) failed(trial.reason);
     const std::lock_guard<std::mutex> lock(mutex_);
     trial_ = std::move(trial);
+}
+
+void Recorder::Work::complete_left_files() {
+    if (!options_.completes_unfinished) return;
+    const UnfinishedFiles found =
+        complete_unfinished(options_.storage.directory, options_.prefix, options_.tag);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    counts_.files_recovered += found.completed;
 }
 
 /** Stores the oldest record that waits. Returns whether there is another to be stored now. */
@@ -334,6 +345,7 @@ void Recorder::Work::check_storage() {
         is_missing_ = true;
         failed(options_.storage.directory + ": " + defect);
     } else if (std::exchange(is_missing_, false)) {
+        complete_left_files();
         recovered();
     }
 }

@@ -33,6 +33,10 @@ struct RecorderOptions {
     size_t queue_frames = 900;
     size_t queue_bytes = 4 * 1024 * 1024;
     std::function<std::unique_ptr<RecordWriter>()> make_writer;
+    /** In front of every record. */
+    uint32_t tag = 0;
+    /** Whether files that a killed run has left are completed first. */
+    bool completes_unfinished = false;
 };
 
 /** How a recorder is doing beside its counts. */

@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "kit/base/error.h"
+#include "kit/recording/format.h"
 #include "log/ilog.h"
+#include "service/raw_record.h"
 
 namespace Service {
 
@@ -18,6 +20,9 @@ constexpr char kCard[] = "/var/spool/storage/SD_DISK";
 constexpr char kDiagnosticsDirectory[] = "/tmp/radar-diagnostics";
 constexpr std::chrono::seconds kDiagnosticsInterval(1);
 
+/** In front of every record. */
+constexpr std::array<uint32_t, 3> kTags = {Kit::kRecordTag | kObjectsId, kRawRecordTag,
+                                           Kit::kRecordTag | kDiagnosticsId};
 constexpr std::array<char const*, 3> kNames = {"objects", "raw", "diagnostics"};
 
 Storage storage_of(Settings const& settings, char const* location) {
@@ -35,9 +40,10 @@ uint64_t bytes_of(Settings const& settings, char const* key) {
 
 }  // namespace
 
-Recorders::Recorders(Settings const& settings)
+Recorders::Recorders(Settings const& settings, bool keep_unfinished)
     : objects_format_(kObjectsId, "", 0, false, 0),
-      diagnostics_format_(kDiagnosticsId, "", 0, false, 0) {
+      diagnostics_format_(kDiagnosticsId, "", 0, false, 0),
+      keep_unfinished_(keep_unfinished) {
     start_objects(settings);
     start_raw(settings);
     start_diagnostics(settings);
@@ -99,6 +105,8 @@ void Recorders::start_diagnostics(Settings const& settings) {
 
 void Recorders::start(Kind kind, RecorderOptions options, Settings const& settings) {
     options.name = kNames[kind];
+    options.tag = kTags[kind];
+    options.completes_unfinished = !keep_unfinished_;
     options.queue_frames = static_cast<size_t>(settings.value("RecorderQueueFrames"));
     options.queue_bytes = static_cast<size_t>(settings.value("RecorderQueueBytes"));
     recorders_[kind] = std::make_unique<Recorder>(std::move(options));

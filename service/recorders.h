@@ -31,8 +31,10 @@ public:
     /**
      * Starts the recorders that are on, which try their storage. When the directory of diagnostics
      * is not this user's alone, that is logged, and diagnostics are off.
+     *
+     * @param keep_unfinished whether files that a killed run has left stay as they are.
      */
-    explicit Recorders(Settings const& settings);
+    explicit Recorders(Settings const& settings, bool keep_unfinished = false);
     /** finish(), and waits for all that does not hang. */
     ~Recorders();
     Recorders(Recorders const&) = delete;
@@ -91,6 +93,7 @@ private:
     Radar::ObjectFileWriter objects_format_;
     Radar::ObjectFileWriter diagnostics_format_;
     Clock::time_point next_diagnostics_{};
+    bool keep_unfinished_;
     bool finishing_ = false;
 };
 

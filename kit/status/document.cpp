@@ -25,6 +25,7 @@ Json to_json(RecorderStatus const& recorder) {
             {"files_completed", std::to_string(recorder.files_completed)},
             {"files_flushed", std::to_string(recorder.files_flushed)},
             {"flush_failures", std::to_string(recorder.flush_failures)},
+            {"files_recovered", std::to_string(recorder.files_recovered)},
             {"errors", std::to_string(recorder.errors)},
             {"last_error", text_or_null(recorder.last_error)},
             {"storage", text_or_null(recorder.storage)},

@@ -29,6 +29,8 @@ struct RecorderStatus {
     /** Completed files that were flushed again after their rename, and those that could not be. */
     uint64_t files_flushed = 0;
     uint64_t flush_failures = 0;
+    /** Files of a killed run that were completed. */
+    uint64_t files_recovered = 0;
     uint64_t errors = 0;
     std::string last_error;
     /** What is wrong with its storage now, in one line; empty when nothing is. */

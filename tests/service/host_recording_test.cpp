@@ -154,7 +154,7 @@ TEST_F(HostRecordingTest, ADeletedFileIsFollowedByANewOne) {
 class HostKilledTest : public service_test::HostTest {
 protected:
     /** Kills the program in the middle of its work and starts it again on the same sockets. */
-    void restart() {
+    void restart(std::vector<std::string> arguments = {}) {
         start_scene();
         host_->await_status([](auto const& status) {
             return number(status["recorders"]["objects"]["frames_written"]) >= 3;
@@ -164,7 +164,8 @@ protected:
         size_ = fs::file_size(unfinished_);
         EXPECT_TRUE(fs::is_socket(host_->socket()));
         auto killed = std::move(host_);
-        start({"--input", "scene", "--socket", killed->socket()}).await_ready();
+        arguments.insert(arguments.end(), {"--input", "scene", "--socket", killed->socket()});
+        start(arguments).await_ready();
     }
 
     std::string unfinished_;
@@ -176,8 +177,17 @@ TEST_F(HostKilledTest, TheNextOneStartsOnTheSocketsThatWereLeft) {
     EXPECT_EQ(host_->stop(SIGTERM), 0);
 }
 
-TEST_F(HostKilledTest, TheFileThatWasBeingWrittenIsLeftAsItWas) {
+TEST_F(HostKilledTest, TheFileThatWasBeingWrittenIsCompleted) {
     restart();
+    EXPECT_FALSE(fs::exists(unfinished_));
+    const auto recording = read_recording(unfinished_ + ".data");
+    EXPECT_GE(recording.records.size(), 3U);
+    EXPECT_EQ(recording.frame_counter, recording.records.size());
+    EXPECT_EQ(host_->status()["recorders"]["objects"]["files_recovered"], "1");
+}
+
+TEST_F(HostKilledTest, TheFileThatWasBeingWrittenIsKeptAsItWasWhenThatIsAskedFor) {
+    restart({"--keep-unfinished"});
     EXPECT_EQ(fs::file_size(unfinished_), size_);
     EXPECT_GE(read_recording(unfinished_).records.size(), 3U);
 }

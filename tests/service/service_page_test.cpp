@@ -47,7 +47,7 @@ TEST_F(ServicePageTest, NamesEveryOption) {
         expect_on_page((*match)[1]);
         ++found;
     }
-    EXPECT_EQ(found, 10);
+    EXPECT_EQ(found, 11);
 }
 
 TEST_F(ServicePageTest, NamesEverySetting) {

@@ -63,6 +63,7 @@ TEST(StatusDocumentTest, EveryFieldIsThere) {
 /recorders/raw/file
 /recorders/raw/files_completed
 /recorders/raw/files_flushed
+/recorders/raw/files_recovered
 /recorders/raw/flush_failures
 /recorders/raw/frames
 /recorders/raw/frames_dropped
