@@ -1,25 +1,48 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "tools/cli/verb.h"
+#include "tools/command_tree.h"
 
 namespace Tools {
 
-/** The program's command line: the parser with all verbs, and what runs each. */
-struct CommandLine {
-    std::unique_ptr<CLI::App> parser;
-    std::map<std::string, Run> runs;  // by verb: "listen", "regs read"
+/** What a command line asks for. */
+struct ParsedLine {
+    enum class Kind {
+        kRun,      // `run` does the work of `verb`
+        kPrint,    // `text`, the help or the version, for standard output
+        kNoVerb,   // nothing, where a verb has to follow; `text` is the help
+        kProblem,  // what makes no sense; `text` is what is wrong
+    };
+
+    Kind kind = Kind::kRun;
+    std::string verb;  // "listen", "regs read"; empty for the program itself
+    std::string text;
+    Run run;
 };
 
-/** The examples of the program itself: the first one of each verb. */
-std::vector<Verb::Example> first_examples(std::vector<Verb> const& verbs);
+/** The program's command line: the parser with all verbs, and what runs each. One thread at a time.
+ */
+class CommandLine {
+public:
+    explicit CommandLine(std::vector<Verb> const& verbs);
+    ~CommandLine();
+    CommandLine(CommandLine const&) = delete;
+    CommandLine& operator=(CommandLine const&) = delete;
 
-/** Makes the command line of these verbs. */
-CommandLine make_command_line(std::vector<Verb> const& verbs);
+    /** Parses the arguments, once. What is to run lives no longer than this object. */
+    ParsedLine parse(int argc, char const* const* argv);
+
+    /** The program and its verbs with their options, for manual pages and completion. */
+    CommandNode const& tree() const;
+
+private:
+    struct Parser;
+
+    std::unique_ptr<Parser> parser_;
+};
 
 }  // namespace Tools

@@ -1,6 +1,5 @@
 #include "tools/completion.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <utility>
 
@@ -18,9 +17,9 @@ ExitStatus print_completion(CommandNode const& program, std::string const& shell
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser, std::function<std::vector<Verb>()> const& verbs) {
+Run declare(OptionParser& parser, std::function<std::vector<Verb>()> const& verbs) {
     const auto shell = std::make_shared<std::string>();
-    add_choice(parser, "SHELL", *shell, {"bash", "zsh", "fish"}, "The shell")->required();
+    parser.add_choice("SHELL", *shell, {"bash", "zsh", "fish"}, "The shell").require();
     return [shell, verbs](Console& console) {
         return print_completion(command_tree(verbs()), *shell, console);
     };
@@ -37,7 +36,7 @@ Verb completion_verb(std::function<std::vector<Verb>()> verbs) {
               "for zsh, where ~/.zfunc is in its fpath before compinit runs"},
              {"completion fish > ~/.config/fish/completions/petrelradar.fish", "for fish"}},
             "An installed program brings these files along.",
-            [verbs = std::move(verbs)](CLI::App& parser) { return declare(parser, verbs); }};
+            [verbs = std::move(verbs)](OptionParser& parser) { return declare(parser, verbs); }};
 }
 
 }  // namespace Tools

@@ -22,7 +22,7 @@ std::string verb_branches(std::vector<CommandNode const*> const& commands) {
 std::string value_branches(std::vector<CommandNode const*> const& commands) {
     std::string text;
     for (CommandNode const* const command : commands) {
-        for (CommandOption const& option : command->options) {
+        for (OptionText const& option : command->options) {
             if (option.value.empty()) continue;
             text += "        ";
             for (std::string const& name : option.names) {
@@ -45,13 +45,13 @@ std::string word_branches(std::vector<CommandNode const*> const& commands) {
     std::string text;
     for (CommandNode const* const command : commands) {
         std::vector<std::string> options;
-        for (CommandOption const& option : command->options) {
+        for (OptionText const& option : command->options) {
             options.insert(options.end(), option.names.begin(), option.names.end());
         }
         std::vector<std::string> words;
         for (CommandNode const& verb : command->verbs) words.push_back(verb.name);
         bool files = false;
-        for (CommandOption const& argument : command->arguments) {
+        for (OptionText const& argument : command->arguments) {
             words.insert(words.end(), argument.choices.begin(), argument.choices.end());
             files = files || argument.takes_file();
         }

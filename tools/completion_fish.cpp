@@ -35,7 +35,7 @@ std::string verb_function(std::string const& program,
            "end\n\n";
 }
 
-std::string option_line(std::string const& begin, CommandOption const& option) {
+std::string option_line(std::string const& begin, OptionText const& option) {
     std::string text = begin;
     for (std::string const& name : option.names) {
         text += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
@@ -63,8 +63,8 @@ std::string fish_completion(CommandNode const& program) {
         for (CommandNode const& verb : command->verbs) {
             text += begin + " -a " + verb.name + " -d " + fish_quoted(verb.summary) + "\n";
         }
-        for (CommandOption const& option : command->options) text += option_line(begin, option);
-        for (CommandOption const& argument : command->arguments) {
+        for (OptionText const& option : command->options) text += option_line(begin, option);
+        for (OptionText const& argument : command->arguments) {
             for (std::string const& choice : argument.choices) {
                 text += begin + " -a " + choice + "\n";
             }

@@ -27,7 +27,7 @@ std::string function_name(std::string const& program, CommandNode const& command
 }
 
 /** How a value is completed: from its choices, as a file, or not at all. */
-std::string action(CommandOption const& option) {
+std::string action(OptionText const& option) {
     if (option.choices.empty()) return option.takes_file() ? "_files" : "()";
     std::string words;
     for (std::string const& choice : option.choices) words += (words.empty() ? "" : " ") + choice;
@@ -36,7 +36,7 @@ std::string action(CommandOption const& option) {
 
 std::string option_specs(CommandNode const& command) {
     std::string text;
-    for (CommandOption const& option : command.options) {
+    for (OptionText const& option : command.options) {
         for (std::string const& name : option.names) {
             text += " \\\n        '" + name + "[" + zsh_quoted(option.description) + "]";
             if (!option.value.empty())
@@ -49,7 +49,7 @@ std::string option_specs(CommandNode const& command) {
 
 std::string argument_specs(CommandNode const& command) {
     std::string text;
-    for (CommandOption const& argument : command.arguments) {
+    for (OptionText const& argument : command.arguments) {
         text += " \\\n        '*:" + zsh_quoted(argument.value) + ":" + action(argument) + "'";
         break;  // what is true of a verb's first argument is so of the others
     }

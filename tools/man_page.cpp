@@ -2,8 +2,6 @@
 
 #include <sstream>
 
-#include "tools/command_line.h"
-
 namespace Tools {
 
 namespace {
@@ -51,7 +49,7 @@ std::string entry(std::string const& term, std::string const& meaning) {
     return ".TP\n" + term + "\n" + escaped(meaning) + "\n";
 }
 
-std::string option_term(CommandOption const& option) {
+std::string option_term(OptionText const& option) {
     std::string term;
     for (std::string const& name : option.names) term += (term.empty() ? "" : ", ") + bold(name);
     return option.value.empty() ? term : term + " " + italic(option.value);
@@ -60,7 +58,7 @@ std::string option_term(CommandOption const& option) {
 std::string synopsis(std::string const& program, CommandNode const& command) {
     std::string text = bold(program + (command.path.empty() ? "" : " " + command.path)) + " [" +
                        italic("OPTIONS") + "]";
-    for (CommandOption const& argument : command.arguments) text += " " + italic(argument.value);
+    for (OptionText const& argument : command.arguments) text += " " + italic(argument.value);
     return text + (command.verbs.empty() ? "" : " " + italic("VERB") + " ...") + "\n";
 }
 
@@ -68,11 +66,11 @@ std::string synopsis(std::string const& program, CommandNode const& command) {
 std::string parameters(CommandNode const& command, std::string const& heading) {
     std::string text;
     if (!command.arguments.empty()) text += heading + " ARGUMENTS\n";
-    for (CommandOption const& argument : command.arguments) {
+    for (OptionText const& argument : command.arguments) {
         text += entry(italic(argument.value), argument.description);
     }
     text += heading + " OPTIONS\n";
-    for (CommandOption const& option : command.options) {
+    for (OptionText const& option : command.options) {
         text += entry(option_term(option), option.description);
     }
     if (!command.verbs.empty()) text += heading + " VERBS\n";

@@ -1,65 +1,123 @@
 #include "tools/cli/options.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
+#include <iterator>
 #include <sstream>
-#include <string_view>
+#include <utility>
 
 #include "kit/base/text.h"
+#include "tools/cli/number_text.h"
 
 namespace Tools {
 
 namespace {
 
-/** A validator's name begins so when the choices follow, for those who read the parser. */
-constexpr std::string_view kChoices = "one of: ";
-
-/** Without a description, which the help would print behind the option's name. */
-CLI::Validator check(std::function<std::string(std::string&)> problem_of) {
-    return CLI::Validator(std::move(problem_of), "");
+/** Without a description, which the help would print after the option's name. */
+CLI::Validator checked_by(OptionParser::Take take) {
+    return CLI::Validator([take = std::move(take)](std::string& text) { return take(text); }, "");
 }
 
-bool is_count(std::string const& text) {
-    uint64_t value = 0;
-    char const* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, value);
-    return result.ec == std::errc() && result.ptr == end && value > 0;
+/** "-o,--output" as "-o" and "--output". */
+std::vector<std::string> parted(std::string const& names) {
+    std::vector<std::string> parts;
+    std::istringstream text(names);
+    for (std::string name; std::getline(text, name, ',');) parts.push_back(name);
+    return parts;
 }
 
 }  // namespace
 
-CLI::Option* add_choice(CLI::App& parser, std::string const& name, std::string& value,
-                        std::vector<std::string> const& choices, std::string const& description) {
-    return parser.add_option(name, value, description + ": " + Kit::joined(choices, ", "))
-        ->type_name("WORD")
-        ->check(check([choices](std::string& word) -> std::string {
-                    if (std::find(choices.begin(), choices.end(), word) != choices.end()) return "";
-                    return "'" + word + "' is none of " + Kit::joined(choices, ", ");
-                }).name(std::string(kChoices) + Kit::joined(choices, " ")));
+bool OptionText::takes_file() const {
+    constexpr char const* kFiles[] = {"SOURCE", "FILE", "DIR", "PATH", "A", "B"};
+    return std::find(std::begin(kFiles), std::end(kFiles), value) != std::end(kFiles);
 }
 
-std::vector<std::string> choices_of(CLI::Option& option) {
-    CLI::Validator const* validator = nullptr;
-    try {
-        validator = option.get_validator(0);
-    } catch (CLI::OptionNotFound const&) {
-        return {};
-    }
-    std::string const& name = validator->get_name();
-    if (name.rfind(kChoices, 0) != 0) return {};
-    std::istringstream words(name.substr(kChoices.size()));
-    std::vector<std::string> choices;
-    for (std::string word; words >> word;) choices.push_back(word);
-    return choices;
+Option& Option::require() {
+    option_->required();
+    return *this;
 }
 
-CLI::Option* add_count(CLI::App& parser, std::string const& name, uint64_t& value,
-                       std::string const& description) {
-    return parser.add_option(name, value, description)
-        ->type_name("N")
-        ->check(check([](std::string& text) -> std::string {
-            return is_count(text) ? "" : "'" + text + "' is no whole number above 0";
-        }));
+Option& Option::require_with(Option const& other) {
+    option_->needs(other.option_);
+    return *this;
+}
+
+bool Option::is_given() const {
+    return option_->count() > 0;
+}
+
+OptionParser::OptionParser(CLI::App& app) : app_(app) {}
+
+Option OptionParser::add(std::string const& names, std::string const& value_name,
+                         std::vector<std::string> choices, CLI::Option& option) {
+    const bool is_argument = names.front() != '-';
+    // An argument is shown by its name, and a flag has no value.
+    if (!is_argument && !value_name.empty()) option.type_name(value_name);
+    (is_argument ? arguments_ : options_)
+        .push_back({parted(names), is_argument ? names : value_name, option.get_description(),
+                    std::move(choices)});
+    return Option(option);
+}
+
+Option OptionParser::add_flag(std::string const& name, bool& value,
+                              std::string const& description) {
+    return add(name, "", {}, *app_.add_flag(name, value, description));
+}
+
+Option OptionParser::add_argument(std::string const& name, std::string& value,
+                                  std::string const& description) {
+    return add(name, "", {}, *app_.add_option(name, value, description));
+}
+
+Option OptionParser::add_arguments(std::string const& name, std::vector<std::string>& values,
+                                   std::string const& description) {
+    return add(name, "", {}, *app_.add_option(name, values, description));
+}
+
+Option OptionParser::add_text(std::string const& name, std::string& value,
+                              std::string const& value_name, std::string const& description) {
+    return add(name, value_name, {}, *app_.add_option(name, value, description));
+}
+
+Option OptionParser::add_texts(std::string const& name, std::vector<std::string>& values,
+                               std::string const& value_name, std::string const& description) {
+    CLI::Option& option = *app_.add_option(name, values, description);
+    option.allow_extra_args(false);
+    return add(name, value_name, {}, option);
+}
+
+Option OptionParser::add_choice(std::string const& name, std::string& value,
+                                std::vector<std::string> const& choices,
+                                std::string const& description) {
+    const std::string list = Kit::joined(choices, ", ");
+    CLI::Option& option = *app_.add_option(name, value, description + ": " + list);
+    option.check(checked_by([choices, list](std::string const& word) -> std::string {
+        if (std::find(choices.begin(), choices.end(), word) != choices.end()) return "";
+        return Kit::quoted(word) + " is none of " + list;
+    }));
+    return add(name, "WORD", choices, option);
+}
+
+Option OptionParser::add_count(std::string const& name, uint64_t& value,
+                               std::string const& description) {
+    return add_value(
+        name, "N",
+        [&value](std::string const& text) -> std::string {
+            const auto number = whole_number(text);
+            if (!number || *number == 0) return Kit::quoted(text) + " is no whole number above 0";
+            value = *number;
+            return "";
+        },
+        description);
+}
+
+Option OptionParser::add_value(std::string const& name, std::string const& value_name, Take take,
+                               std::string const& description) {
+    CLI::Option& option = *app_.add_option_function<std::string>(
+        name, [](std::string const&) {}, description);
+    option.check(checked_by(std::move(take)));
+    return add(name, value_name, {}, option);
 }
 
 }  // namespace Tools

@@ -8,11 +8,9 @@
 #include "tools/cli/messages.h"
 #include "tools/cli/output.h"
 
-namespace CLI {
-class App;
-}
-
 namespace Tools {
+
+class OptionParser;
 
 /** What a verb writes to: data to `out`, everything else to `messages`. */
 struct Console {
@@ -39,7 +37,7 @@ struct Verb {
     std::string details;  // printed at the end of the help; may have several lines
 
     /** Declares the verb's arguments and options. What is returned runs after they were parsed. */
-    std::function<Run(CLI::App&)> declare;
+    std::function<Run(OptionParser&)> declare;
 
     /** What the verb divides into ("regs read"): one of them has to follow; `declare` is empty. */
     std::vector<Verb> verbs = {};

@@ -1,6 +1,5 @@
 #include "tools/convert/cut.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "kit/base/input_error.h"
@@ -56,7 +55,7 @@ ExitStatus cut(Options const& options, Console& console) {
     return status;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     add_source_options(parser, options->input);
     add_output_options(parser, options->output, "the part");

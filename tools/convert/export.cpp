@@ -1,6 +1,5 @@
 #include "tools/convert/export.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
@@ -47,12 +46,12 @@ ExitStatus export_frames(Options const& options, Console& console) {
     return report.finish(*input);
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     add_source_options(parser, options->input);
     add_output_options(parser, options->output, "the result");
-    add_choice(parser, "--format", options->format, export_format_names(),
-               "What to write, whatever the file's name");
+    parser.add_choice("--format", options->format, export_format_names(),
+                      "What to write, whatever the file's name");
     add_selection_options(parser, options->input.selection);
     return [options](Console& console) { return export_frames(*options, console); };
 }

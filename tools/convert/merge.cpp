@@ -2,7 +2,6 @@
 
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -10,6 +9,7 @@
 
 #include "kit/base/input_error.h"
 #include "kit/base/usage_error.h"
+#include "tools/cli/options.h"
 #include "tools/cli/signals.h"
 #include "tools/convert/assembly.h"
 #include "tools/convert/merge_source.h"
@@ -156,18 +156,16 @@ private:
     uint64_t repetitions_ = 0;
 };
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     parser
-        .add_option("SOURCE", options->sources,
-                    "Files, directories of one recorder's files, - for standard input, or "
-                    "unix:PATH, a live stream")
-        ->required();
-    parser
-        .add_option("--recorder", options->recorder,
+        .add_arguments("SOURCE", options->sources,
+                       "Files, directories of one recorder's files, - for standard input, or "
+                       "unix:PATH, a live stream")
+        .require();
+    parser.add_text("--recorder", options->recorder, "NAME",
                     "Of directories with files of several recorders, read those with this tag "
-                    "(0xFEED0007) or this prefix (radar)")
-        ->type_name("NAME");
+                    "(0xFEED0007) or this prefix (radar)");
     add_output_options(parser, options->output, "the recording");
     parser.add_flag("--once", options->once,
                     "Write a frame that several sources have, with the same bytes, once");

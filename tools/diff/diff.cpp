@@ -2,7 +2,6 @@
 
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>
@@ -159,23 +158,18 @@ ExitStatus run_diff(Options const& options, Console& console) {
     return Diff(options, console).run();
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     constexpr char kSource[] = "A file, a directory of one recorder's files, -, or unix:PATH";
-    parser.add_option("A", options->a, kSource)->required();
-    parser.add_option("B", options->b, "What it is compared with, in the same way")->required();
-    parser
-        .add_option("--recorder", options->recorder,
+    parser.add_argument("A", options->a, kSource).require();
+    parser.add_argument("B", options->b, "What it is compared with, in the same way").require();
+    parser.add_text("--recorder", options->recorder, "NAME",
                     "Of directories with files of several recorders, read those with this tag "
-                    "(0xFEED0007) or this prefix (radar)")
-        ->type_name("NAME");
-    parser
-        .add_option("--tolerance", options->tolerances,
-                    "How far values may be apart: 0.001 or 1% for all floats, r=0.01 for one "
-                    "field, timestamp=100 (us); several with commas")
-        ->type_name("LIST")
-        ->allow_extra_args(false);
-    add_choice(parser, "--format", options->format, {"text", "json"}, "Print it as");
+                    "(0xFEED0007) or this prefix (radar)");
+    parser.add_texts("--tolerance", options->tolerances, "LIST",
+                     "How far values may be apart: 0.001 or 1% for all floats, r=0.01 for one "
+                     "field, timestamp=100 (us); several with commas");
+    parser.add_choice("--format", options->format, {"text", "json"}, "Print it as");
     parser.add_flag("--brief", options->brief, "Print the sum only");
     return [options](Console& console) { return run_diff(*options, console); };
 }

@@ -1,6 +1,5 @@
 #include "tools/doctor/doctor.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
@@ -75,10 +74,10 @@ ExitStatus examine(Options const& options, Console& console) {
     return Examination(options, console).run(*input);
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     add_source_options(parser, options->input);
-    add_choice(parser, "--format", options->format, {"text", "json", "ndjson"}, "Print it as");
+    parser.add_choice("--format", options->format, {"text", "json", "ndjson"}, "Print it as");
     return [options](Console& console) { return examine(*options, console); };
 }
 

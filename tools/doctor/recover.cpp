@@ -1,6 +1,5 @@
 #include "tools/doctor/recover.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
@@ -125,14 +124,13 @@ ExitStatus recover(Options const& options, Console& console) {
     return Work(options, console).run(*input);
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     add_source_options(parser, options->input);
-    parser.add_option("-o,--output", options->directory, "Where to write the recordings")
-        ->type_name("DIR")
-        ->required();
+    parser.add_text("-o,--output", options->directory, "DIR", "Where to write the recordings")
+        .require();
     parser.add_flag("--force", options->force, "Replace files that are there");
-    add_choice(parser, "--format", options->format, {"text", "json"}, "Print the report as");
+    parser.add_choice("--format", options->format, {"text", "json"}, "Print the report as");
     return [options](Console& console) { return recover(*options, console); };
 }
 

@@ -1,6 +1,5 @@
 #include "tools/input/selection.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <ctime>
@@ -8,6 +7,7 @@
 
 #include "kit/base/text_parts.h"
 #include "kit/base/usage_error.h"
+#include "tools/cli/options.h"
 
 namespace Tools {
 
@@ -146,13 +146,11 @@ std::optional<Moment> parse_if_given(std::string const& option, std::string cons
 
 }  // namespace
 
-void add_selection_options(CLI::App& parser, SelectionOptions& options) {
-    parser.add_option("--start", options.start, "Begin with the first frame at or after TIME")
-        ->type_name("TIME");
-    parser.add_option("--end", options.end, "End before the first frame at or after TIME")
-        ->type_name("TIME");
-    parser.add_option("--frames", options.frames, "Take frames number A to B, from 0 on")
-        ->type_name("A-B");
+void add_selection_options(OptionParser& parser, SelectionOptions& options) {
+    parser.add_text("--start", options.start, "TIME",
+                    "Begin with the first frame at or after TIME");
+    parser.add_text("--end", options.end, "TIME", "End before the first frame at or after TIME");
+    parser.add_text("--frames", options.frames, "A-B", "Take frames number A to B, from 0 on");
 }
 
 Moment parse_moment(std::string const& option, std::string const& text) {

@@ -4,11 +4,9 @@
 #include <optional>
 #include <string>
 
-namespace CLI {
-class App;
-}
-
 namespace Tools {
+
+class OptionParser;
 
 /** What a person selected with --start, --end and --frames; empty where they did not. */
 struct SelectionOptions {
@@ -18,7 +16,7 @@ struct SelectionOptions {
 };
 
 /** Adds --start, --end and --frames. */
-void add_selection_options(CLI::App& parser, SelectionOptions& options);
+void add_selection_options(OptionParser& parser, SelectionOptions& options);
 
 /**
  * A moment as --start and --end name it, in us. Frames' timestamps are taken as us, since 1970 UTC

@@ -1,20 +1,18 @@
 #include "tools/input/source_options.h"
 
-#include <CLI/CLI.hpp>
+#include "tools/cli/options.h"
 
 namespace Tools {
 
-void add_source_options(CLI::App& parser, SourceOptions& options) {
+void add_source_options(OptionParser& parser, SourceOptions& options) {
     parser
-        .add_option("SOURCE", options.source,
-                    "A file, a directory of one recorder's files, - for standard input, or "
-                    "unix:PATH, a live stream")
-        ->required();
-    parser
-        .add_option("--recorder", options.recorder,
+        .add_argument("SOURCE", options.source,
+                      "A file, a directory of one recorder's files, - for standard input, or "
+                      "unix:PATH, a live stream")
+        .require();
+    parser.add_text("--recorder", options.recorder, "NAME",
                     "Of a directory with files of several recorders, read those with this tag "
-                    "(0xFEED0007) or this prefix (radar)")
-        ->type_name("NAME");
+                    "(0xFEED0007) or this prefix (radar)");
 }
 
 }  // namespace Tools

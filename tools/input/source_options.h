@@ -5,11 +5,9 @@
 
 #include "tools/input/selection.h"
 
-namespace CLI {
-class App;
-}
-
 namespace Tools {
+
+class OptionParser;
 
 /** What a verb reads, and how. */
 struct SourceOptions {
@@ -25,6 +23,6 @@ struct SourceOptions {
 };
 
 /** Adds SOURCE and --recorder. */
-void add_source_options(CLI::App& parser, SourceOptions& options);
+void add_source_options(OptionParser& parser, SourceOptions& options);
 
 }  // namespace Tools

@@ -1,6 +1,5 @@
 #include "tools/inspect/cat.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
@@ -43,17 +42,15 @@ ExitStatus print_frames(Options const& options, Console& console) {
     return report.finish(*input);
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     add_source_options(parser, options->input);
-    add_choice(parser, "--format", options->format, {"text", "ndjson", "csv"}, "Print frames as");
+    parser.add_choice("--format", options->format, {"text", "ndjson", "csv"}, "Print frames as");
     add_selection_options(parser, options->input.selection);
-    parser
-        .add_option(
-            "--fields", options->fields,
-            "Print only these: frame_index, magic, timestamp, rcs, r, rdot, theta, options, "
-            "snr")
-        ->type_name("NAMES");
+    parser.add_text(
+        "--fields", options->fields, "NAMES",
+        "Print only these: frame_index, magic, timestamp, rcs, r, rdot, theta, options, "
+        "snr");
     parser.add_flag("--follow", options->input.follow,
                     "Go on with a file that grows, and with those that the recorder begins then");
     return [options](Console& console) { return print_frames(*options, console); };

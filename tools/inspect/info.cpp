@@ -1,6 +1,5 @@
 #include "tools/inspect/info.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
@@ -33,10 +32,10 @@ ExitStatus print_info(Options const& options, Console& console) {
     return status;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     add_source_options(parser, options->input);
-    add_choice(parser, "--format", options->format, {"text", "json"}, "Print it as");
+    parser.add_choice("--format", options->format, {"text", "json"}, "Print it as");
     return [options](Console& console) { return print_info(*options, console); };
 }
 

@@ -2,7 +2,6 @@
 
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -214,17 +213,17 @@ private:
     uint64_t bytes_before_ = 0;  // in earlier connections
 };
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    CLI::Option* const source =
-        parser.add_option("SOURCE", options->source,
-                          "The stream, unix:PATH; without it, that of the service on this machine");
-    add_choice(parser, "--format", options->format, frame_format_names(), "Print frames");
-    add_count(parser, "--frames", options->frames, "End after N frames");
+    const Option source = parser.add_argument(
+        "SOURCE", options->source,
+        "The stream, unix:PATH; without it, that of the service on this machine");
+    parser.add_choice("--format", options->format, frame_format_names(), "Print frames");
+    parser.add_count("--frames", options->frames, "End after N frames");
     parser.add_flag("--no-reconnect", options->ends_with_the_service,
                     "End when the service ends the stream");
     return [options, source](Console& console) {
-        if (source->count() == 0) options->source = default_source();
+        if (!source.is_given()) options->source = default_source();
         return Listener(*options, console).run();
     };
 }

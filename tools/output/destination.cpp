@@ -1,11 +1,11 @@
 #include "tools/output/destination.h"
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <system_error>
 
 #include "kit/base/usage_error.h"
 #include "kit/recording/files.h"
+#include "tools/cli/options.h"
 #include "tools/cli/source_name.h"
 #include "tools/output/file.h"
 
@@ -17,10 +17,8 @@ constexpr char kStandardInput[] = "/proc/self/fd/0";
 
 }  // namespace
 
-void add_output_options(CLI::App& parser, OutputOptions& options, std::string const& what) {
-    parser.add_option("-o,--output", options.path, "Where " + what + " goes")
-        ->type_name("FILE")
-        ->required();
+void add_output_options(OptionParser& parser, OutputOptions& options, std::string const& what) {
+    parser.add_text("-o,--output", options.path, "FILE", "Where " + what + " goes").require();
     parser.add_flag("--force", options.force, "Replace the file if it is there");
 }
 

@@ -4,11 +4,9 @@
 
 #include "tools/input/source_options.h"
 
-namespace CLI {
-class App;
-}
-
 namespace Tools {
+
+class OptionParser;
 
 /** The file that a verb writes. */
 struct OutputOptions {
@@ -17,7 +15,7 @@ struct OutputOptions {
 };
 
 /** Adds -o and --force. `what` says what is written, as in "the recording". */
-void add_output_options(CLI::App& parser, OutputOptions& options, std::string const& what);
+void add_output_options(OptionParser& parser, OutputOptions& options, std::string const& what);
 
 /**
  * Makes sure that no input is replaced, nor the file that standard input is redirected from.

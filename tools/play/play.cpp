@@ -1,38 +1,31 @@
 #include "tools/play/play.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
 #include "kit/base/positive_number.h"
+#include "kit/base/text.h"
+#include "tools/cli/options.h"
 #include "tools/play/player.h"
 
 namespace Tools {
 
 namespace {
 
-void add_rate(CLI::App& parser, PlayOptions& options) {
-    parser
-        .add_option_function<std::string>(
-            "--rate",
-            // None for max.
-            [&options](std::string const& text) { options.rate = Kit::positive_number(text); },
-            "Play X times as fast, or as fast as the clients read; without it, 1")
-        ->type_name("X|max")
-        ->check(CLI::Validator(
-            [](std::string& text) -> std::string {
-                if (text == "max" || Kit::positive_number(text)) return "";
-                return "'" + text + "' is neither a number above 0 nor max";
-            },
-            ""));
+void add_rate(OptionParser& parser, PlayOptions& options) {
+    const auto take = [&options](std::string const& text) -> std::string {
+        options.rate = Kit::positive_number(text);  // none for max
+        if (options.rate || text == "max") return "";
+        return Kit::quoted(text) + " is neither a number above 0 nor max";
+    };
+    parser.add_value("--rate", "X|max", take,
+                     "Play X times as fast, or as fast as the clients read; without it, 1");
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<PlayOptions>();
     add_source_options(parser, options->input);
-    parser.add_option("--socket", options->socket, "Where clients connect")
-        ->type_name("PATH")
-        ->required();
+    parser.add_text("--socket", options->socket, "PATH", "Where clients connect").require();
     add_rate(parser, *options);
     parser.add_flag("--loop", options->loop, "Begin again at the end");
     add_selection_options(parser, options->input.selection);

@@ -1,6 +1,5 @@
 #include "tools/plot/plot.h"
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -28,11 +27,15 @@ constexpr int kLeastSide = 240;
 /** A picture of that many pixels takes 8 megabytes while it is drawn. */
 constexpr long long kMostPixels = 2000000;
 
+/** Seconds, metres and m/s of options are not larger. */
+constexpr double kLargestNumber = 1e6;
+
 struct Options {
     SourceOptions input;
     OutputOptions output;
     std::string view = "plan";
-    std::string size = "1200x800";
+    int width = 1200;
+    int height = 800;
     PlotLimits limits;
     std::optional<double> trail_s;
 };
@@ -84,9 +87,6 @@ void tell_left_out(PlotData const& data, DamageReport& report, Messages const& m
 
 ExitStatus plot(Options const& options, Console& console) {
     const PlotFormat format = format_of(options.output.path);
-    int width = 0;
-    int height = 0;
-    parse_size(options.size, width, height);
     refuse_input_as_output(options.input, options.output);
     OutputFile file(options.output.path, options.output.force);
     const auto input = open_frame_input(options.input);
@@ -96,7 +96,7 @@ ExitStatus plot(Options const& options, Console& console) {
     report.read_frames(*input, [&](InputFrame const& frame) { data.add(frame); });
     tell_left_out(data, report, console.messages);
     const std::string name = name_of(options.input);
-    PlotCanvas canvas(format, width, height,
+    PlotCanvas canvas(format, options.width, options.height,
                       plot_title(data.view(), Kit::valid_utf8(Kit::printable(name))));
     draw_plot(canvas, data, {name, options.trail_s});
     canvas.finish([&](std::string_view bytes) { file.write(bytes); });
@@ -104,41 +104,34 @@ ExitStatus plot(Options const& options, Console& console) {
     return report.finish(*input);
 }
 
-/** An option NAME whose value is a number above 0. */
-void add_number(CLI::App& parser, std::string const& name, std::optional<double>& value,
+/** An option whose value is a number above 0. */
+void add_number(OptionParser& parser, std::string const& name, std::optional<double>& value,
                 std::string const& unit, std::string const& description) {
-    parser
-        .add_option_function<double>(
-            name, [&value](double number) { value = number; }, description)
-        ->type_name(unit)
-        ->check(CLI::Validator(
-            [](std::string& text) -> std::string {
-                const auto number = Kit::positive_number(text);
-                if (number && *number <= 1e6) return "";
-                return "'" + text + "' is no number above 0 and up to 1000000";
-            },
-            ""));
+    const auto take = [&value](std::string const& text) -> std::string {
+        const auto number = Kit::positive_number(text);
+        if (!number || *number > kLargestNumber) {
+            return Kit::quoted(text) + " is no number above 0 and up to 1000000";
+        }
+        value = number;
+        return "";
+    };
+    parser.add_value(name, unit, take, description);
 }
 
-void add_size(CLI::App& parser, std::string& size) {
-    parser.add_option("--size", size, "Width and height in pixels; without it, 1200x800")
-        ->type_name("WxH")
-        ->check(CLI::Validator(
-            [](std::string& text) -> std::string {
-                int width = 0;
-                int height = 0;
-                if (parse_size(text, width, height)) return "";
-                return "'" + text + "' is no size from 240x240 to 2000000 pixels in all";
-            },
-            ""));
+void add_size(OptionParser& parser, Options& options) {
+    const auto take = [&options](std::string const& text) -> std::string {
+        if (parse_size(text, options.width, options.height)) return "";
+        return Kit::quoted(text) + " is no size from 240x240 to 2000000 pixels in all";
+    };
+    parser.add_value("--size", "WxH", take, "Width and height in pixels; without it, 1200x800");
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     add_source_options(parser, options->input);
     add_output_options(parser, options->output, "the picture (.svg, .png or .pdf)");
-    add_choice(parser, "--view", options->view, {"plan", "range", "speed"},
-               "Show (without it, plan)");
+    parser.add_choice("--view", options->view, {"plan", "range", "speed"},
+                      "Show (without it, plan)");
     add_selection_options(parser, options->input.selection);
     add_number(parser, "--trail", options->trail_s, "S",
                "In a plan, show the last S seconds; without it, everything");
@@ -146,7 +139,7 @@ Run declare(CLI::App& parser) {
                "Show ranges up to M m; without it, all");
     add_number(parser, "--max-speed", options->limits.speed, "V",
                "Give V m/s the strongest colour; without it, the fastest target");
-    add_size(parser, options->size);
+    add_size(parser, *options);
     return [options](Console& console) { return plot(*options, console); };
 }
 

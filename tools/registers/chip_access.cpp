@@ -1,6 +1,5 @@
 #include "tools/registers/chip_access.h"
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <system_error>
 
@@ -8,6 +7,7 @@
 #include "kit/base/text.h"
 #include "kit/base/usage_error.h"
 #include "tools/cli/number_text.h"
+#include "tools/cli/options.h"
 
 namespace Tools {
 
@@ -39,18 +39,16 @@ Selected select_address(RegisterMap const& map, std::string const& text) {
 
 }  // namespace
 
-void add_chip_options(CLI::App& parser, ChipOptions& options) {
-    parser.add_option("--map", options.map_file, "Names of registers; without it, the demo chip's")
-        ->type_name("FILE");
-    parser
-        .add_option("--command-byte", options.command_byte,
-                    "What write frames of this chip begin with; without it, 0x20")
-        ->type_name("N")
-        ->check(CLI::Validator(
-            [](std::string& text) -> std::string {
-                return command_byte(text) ? "" : "'" + text + "' is no even number from 0 to 0xfe";
-            },
-            ""));
+void add_chip_options(OptionParser& parser, ChipOptions& options) {
+    parser.add_text("--map", options.map_file, "FILE",
+                    "Names of registers; without it, the demo chip's");
+    const auto take_command_byte = [&options](std::string const& text) -> std::string {
+        if (!command_byte(text)) return Kit::quoted(text) + " is no even number from 0 to 0xfe";
+        options.command_byte = text;
+        return "";
+    };
+    parser.add_value("--command-byte", "N", take_command_byte,
+                     "What write frames of this chip begin with; without it, 0x20");
     parser.add_flag("--force", options.force, "Read registers that change by being read, too");
 }
 

@@ -7,11 +7,9 @@
 #include "radar/spi_radar_interface.h"
 #include "tools/registers/map.h"
 
-namespace CLI {
-class App;
-}
-
 namespace Tools {
+
+class OptionParser;
 
 /** How a person tells the verbs on registers which chip there is. */
 struct ChipOptions {
@@ -22,7 +20,7 @@ struct ChipOptions {
 };
 
 /** Adds --map, --command-byte and --force. */
-void add_chip_options(CLI::App& parser, ChipOptions& options);
+void add_chip_options(OptionParser& parser, ChipOptions& options);
 
 /** Reads the map. @throws Kit::InputError */
 RegisterMap load_map(ChipOptions const& options);

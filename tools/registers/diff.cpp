@@ -1,6 +1,5 @@
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
 #include <memory>
@@ -151,12 +150,12 @@ ExitStatus run(Options const& options, Console& console) {
     return problem.empty() ? ExitStatus::kOk : ExitStatus::kDamaged;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    parser.add_option("BEFORE", options->before, "A dump, as text or JSON; - is standard input")
-        ->required();
-    parser.add_option("AFTER", options->after, "Another dump; without it, the chip as it is now");
-    add_choice(parser, "--format", options->format, {"text", "json"}, "Print what differs as");
+    parser.add_argument("BEFORE", options->before, "A dump, as text or JSON; - is standard input")
+        .require();
+    parser.add_argument("AFTER", options->after, "Another dump; without it, the chip as it is now");
+    parser.add_choice("--format", options->format, {"text", "json"}, "Print what differs as");
     add_chip_options(parser, options->chip);
     return [options](Console& console) { return run(*options, console); };
 }

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
@@ -25,9 +24,9 @@ ExitStatus run(Options const& options, Console& console) {
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    add_choice(parser, "--format", options->format, {"text", "json"}, "Print the dump as");
+    parser.add_choice("--format", options->format, {"text", "json"}, "Print the dump as");
     add_chip_options(parser, options->chip);
     return [options](Console& console) { return run(*options, console); };
 }

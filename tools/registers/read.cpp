@@ -1,6 +1,5 @@
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -77,11 +76,11 @@ ExitStatus run(Options const& options, Console& console) {
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    parser.add_option("NAME", options->names, "Registers and fields, by name or by address")
-        ->required();
-    add_choice(parser, "--format", options->format, {"text", "json"}, "Print the values as");
+    parser.add_arguments("NAME", options->names, "Registers and fields, by name or by address")
+        .require();
+    parser.add_choice("--format", options->format, {"text", "json"}, "Print the values as");
     add_chip_options(parser, options->chip);
     return [options](Console& console) { return run(*options, console); };
 }

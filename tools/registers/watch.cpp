@@ -1,7 +1,6 @@
 #include <fmt/core.h>
 #include <sys/time.h>
 
-#include <CLI/CLI.hpp>
 #include <ctime>
 #include <map>
 #include <memory>
@@ -192,12 +191,11 @@ ExitStatus run(Options const& options, Console& console) {
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    parser.add_option("NAME", options->names,
-                      "Registers, by name or by address; without any, all of them");
-    add_choice(parser, "--format", options->format, {"text", "ndjson"},
-               "Print changes as lines of");
+    parser.add_arguments("NAME", options->names,
+                         "Registers, by name or by address; without any, all of them");
+    parser.add_choice("--format", options->format, {"text", "ndjson"}, "Print changes as lines of");
     add_repetition(parser, options->repetition);
     add_chip_options(parser, options->chip);
     return [options](Console& console) { return run(*options, console); };

@@ -1,6 +1,5 @@
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -11,6 +10,7 @@
 #include "kit/base/text.h"
 #include "kit/base/usage_error.h"
 #include "tools/cli/number_text.h"
+#include "tools/cli/options.h"
 #include "tools/registers/chip_access.h"
 #include "tools/registers/regs.h"
 
@@ -91,12 +91,12 @@ ExitStatus run(Options const& options) {
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     parser
-        .add_option("SETTING", options->settings,
-                    "NAME=VALUE: a register or field, by name or address, and a number")
-        ->required();
+        .add_arguments("SETTING", options->settings,
+                       "NAME=VALUE: a register or field, by name or address, and a number")
+        .require();
     parser.add_flag("--verify", options->verify,
                     "Read back what was written, and fail if it differs");
     add_chip_options(parser, options->chip);

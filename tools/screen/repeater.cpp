@@ -1,10 +1,10 @@
 #include "tools/screen/repeater.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <utility>
 
 #include "kit/base/positive_number.h"
+#include "kit/base/text.h"
 #include "tools/cli/options.h"
 #include "tools/cli/signals.h"
 #include "tools/cli/wait.h"
@@ -15,23 +15,20 @@ namespace {
 
 constexpr double kLongestInterval = 86400;
 
-bool is_interval(std::string const& text) {
-    const auto number = Kit::positive_number(text);
-    return number && *number <= kLongestInterval;
-}
-
 }  // namespace
 
-void add_repetition(CLI::App& parser, Repetition& repetition) {
-    parser.add_option("--interval", repetition.interval_s, "Look every S seconds; without it, 1")
-        ->type_name("S")
-        ->check(CLI::Validator(
-            [](std::string& text) -> std::string {
-                return is_interval(text) ? ""
-                                         : "'" + text + "' is no number of seconds up to a day";
-            },
-            ""));
-    add_count(parser, "--count", repetition.count, "End after N looks");
+std::vector<Option> add_repetition(OptionParser& parser, Repetition& repetition) {
+    const auto take_interval = [&repetition](std::string const& text) -> std::string {
+        const auto seconds = Kit::positive_number(text);
+        if (!seconds || *seconds > kLongestInterval) {
+            return Kit::quoted(text) + " is no number of seconds up to a day";
+        }
+        repetition.interval_s = *seconds;
+        return "";
+    };
+    return {
+        parser.add_value("--interval", "S", take_interval, "Look every S seconds; without it, 1"),
+        parser.add_count("--count", repetition.count, "End after N looks")};
 }
 
 Repeater::Repeater(Repetition const& repetition, bool pictures, Console& console)

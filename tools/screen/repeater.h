@@ -7,14 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "tools/cli/options.h"
 #include "tools/cli/verb.h"
 #include "tools/screen/line.h"
 #include "tools/screen/live_screen.h"
 #include "tools/screen/terminal.h"
-
-namespace CLI {
-class App;
-}
 
 namespace Tools {
 
@@ -24,8 +21,8 @@ struct Repetition {
     uint64_t count = 0;  // 0: without limit
 };
 
-/** Adds --interval and --count. */
-void add_repetition(CLI::App& parser, Repetition& repetition);
+/** Adds --interval and --count, and returns them. */
+std::vector<Option> add_repetition(OptionParser& parser, Repetition& repetition);
 
 /**
  * Takes turns until there were enough of them or the person ends them: Ctrl-C, or q where pictures

@@ -1,17 +1,14 @@
 #include "tools/settings/file_option.h"
 
-#include <CLI/CLI.hpp>
-
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
+#include "tools/cli/options.h"
 
 namespace Tools {
 
-void add_settings_file(CLI::App& parser, std::string& file) {
-    parser
-        .add_option("--file", file,
-                    std::string("The settings file; without it, ") + kDefaultSettingsFile)
-        ->type_name("FILE");
+void add_settings_file(OptionParser& parser, std::string& file) {
+    parser.add_text("--file", file, "FILE",
+                    std::string("The settings file; without it, ") + kDefaultSettingsFile);
 }
 
 SettingsText load_settings(std::string const& file, Messages const& messages) {

@@ -5,14 +5,12 @@
 #include "tools/cli/verb.h"
 #include "tools/settings/file.h"
 
-namespace CLI {
-class App;
-}
-
 namespace Tools {
 
+class OptionParser;
+
 /** Adds --file, which is empty for the service's own. */
-void add_settings_file(CLI::App& parser, std::string& file);
+void add_settings_file(OptionParser& parser, std::string& file);
 
 /**
  * Reads the settings to show them; says so on `messages` when there is no file, and for every

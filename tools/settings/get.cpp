@@ -1,10 +1,10 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
 #include "kit/settings/table.h"
+#include "tools/cli/options.h"
 #include "tools/settings/file_option.h"
 #include "tools/settings/settings.h"
 
@@ -31,9 +31,9 @@ ExitStatus run(Options const& options, Console& console) {
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    parser.add_option("SETTING", options->name, "The setting, by name")->required();
+    parser.add_argument("SETTING", options->name, "The setting, by name").require();
     add_settings_file(parser, options->file);
     return [options](Console& console) { return run(*options, console); };
 }

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -103,9 +102,9 @@ ExitStatus run(Options const& options, Console& console) {
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    add_choice(parser, "--format", options->format, {"text", "json"}, "Print the list as");
+    parser.add_choice("--format", options->format, {"text", "json"}, "Print the list as");
     add_settings_file(parser, options->file);
     return [options](Console& console) { return run(*options, console); };
 }

@@ -1,6 +1,5 @@
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
@@ -12,6 +11,7 @@
 #include "kit/base/text.h"
 #include "kit/base/usage_error.h"
 #include "kit/settings/table.h"
+#include "tools/cli/options.h"
 #include "tools/settings/file_option.h"
 #include "tools/settings/settings.h"
 
@@ -103,10 +103,10 @@ ExitStatus run(Options const& options, Console& console) {
     return ExitStatus::kOk;
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    parser.add_option("SETTING", options->assignments, "NAME=VALUE: a setting and its new value")
-        ->required();
+    parser.add_arguments("SETTING", options->assignments, "NAME=VALUE: a setting and its new value")
+        .require();
     parser.add_flag("--force", options->force,
                     "Also set what nobody understands, and values that make no sense");
     add_settings_file(parser, options->file);

@@ -1,5 +1,7 @@
 #include "tools/status/fields.h"
 
+#include <nlohmann/json.hpp>
+
 #include "kit/base/text.h"
 #include "tools/cli/number_text.h"
 
@@ -14,6 +16,14 @@ StatusFields StatusFields::operator[](char const* name) const {
 std::string StatusFields::text() const {
     if (part_.is_string()) return Kit::printable(part_.get_ref<std::string const&>());
     return part_.is_number() ? part_.dump() : "?";
+}
+
+bool StatusFields::is_set() const {
+    return part_.is_boolean() && part_.get<bool>();
+}
+
+bool StatusFields::is_empty() const {
+    return part_.is_null();
 }
 
 uint64_t StatusFields::number() const {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 namespace Tools {
@@ -24,10 +24,10 @@ public:
     uint64_t number() const;
 
     /** Whether the part is true. */
-    bool is_set() const { return part_.is_boolean() && part_.get<bool>(); }
+    bool is_set() const;
 
     /** Whether the part is missing, or an empty value. */
-    bool is_empty() const { return part_.is_null(); }
+    bool is_empty() const;
 
     nlohmann::json const& json() const { return part_; }
 

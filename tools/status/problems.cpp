@@ -2,6 +2,8 @@
 
 #include <fmt/core.h>
 
+#include <nlohmann/json.hpp>
+
 #include "failure/failure.h"
 #include "kit/base/text.h"
 

@@ -1,6 +1,5 @@
 #include "tools/status/status.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
@@ -98,19 +97,17 @@ ExitStatus run(Options const& options, Console& console) {
     return options.watch ? watch(options, path, console) : show_once(options, path, console);
 }
 
-Run declare(CLI::App& parser) {
+Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
-    CLI::Option* const source = parser.add_option(
+    const Option source = parser.add_argument(
         "SOURCE", options->source,
         "The status socket, unix:PATH; without it, that of this machine's service");
-    add_choice(parser, "--format", options->format, {"text", "json"}, "Print the status as");
-    CLI::Option* const watches =
+    parser.add_choice("--format", options->format, {"text", "json"}, "Print the status as");
+    const Option watches =
         parser.add_flag("--watch", options->watch, "Look again and again, until q or Ctrl-C");
-    add_repetition(parser, options->repetition);
-    for (char const* const name : {"--interval", "--count"})
-        parser.get_option(name)->needs(watches);
+    for (Option& option : add_repetition(parser, options->repetition)) option.require_with(watches);
     return [options, source](Console& console) {
-        if (source->count() == 0) options->source = default_source();
+        if (!source.is_given()) options->source = default_source();
         return run(*options, console);
     };
 }
