@@ -5,7 +5,7 @@
 
 #include "kit/base/text.h"
 #include "tools/cli/options.h"
-#include "tools/help.h"
+#include "tools/help_formatter.h"
 
 namespace Tools {
 

@@ -1,69 +1,63 @@
 #include "tools/help.h"
 
-#include <sstream>
+#include <algorithm>
+#include <memory>
+#include <string>
 #include <utility>
+
+#include "kit/base/text.h"
+#include "kit/base/usage_error.h"
+#include "tools/cli/options.h"
+#include "tools/command_line.h"
 
 namespace Tools {
 
 namespace {
 
-constexpr size_t kColumnWidth = 26;
-constexpr size_t kWidth = 80;
+using Words = std::vector<std::string>;
+using Verbs = std::function<std::vector<Verb>()>;
 
-/** A name and what it means, side by side, with the meaning broken into lines between words. */
-std::string entry(std::string const& name, std::string const& meaning) {
-    std::string text;
-    std::string line = "  " + name;
-    if (line.size() >= kColumnWidth) {
-        text = line + "\n";
-        line.clear();
+void check_verb(CommandNode const& program, Words const& words) {
+    CommandNode const* node = &program;
+    for (std::string const& word : words) {
+        const auto found = std::find_if(node->verbs.begin(), node->verbs.end(),
+                                        [&](CommandNode const& verb) { return verb.name == word; });
+        if (found == node->verbs.end()) throw Kit::UsageError(Kit::quoted(word) + " is no verb");
+        node = &*found;
     }
-    line.resize(kColumnWidth, ' ');
-    std::istringstream words(meaning);
-    size_t words_in_line = 0;
-    for (std::string word; words >> word; ++words_in_line) {
-        if (words_in_line > 0 && line.size() + 1 + word.size() > kWidth) {
-            text += line + "\n";
-            line.assign(kColumnWidth, ' ');
-            words_in_line = 0;
-        }
-        line += (words_in_line > 0 ? " " : "") + word;
-    }
-    return text + line + "\n";
+}
+
+/** The help of the verb that the words name: none for the program, two for "regs read". */
+std::string help_of(std::vector<Verb> const& verbs, Words const& words) {
+    CommandLine line(verbs);
+    check_verb(line.tree(), words);
+    std::vector<char const*> arguments = {"petrelradar"};
+    for (std::string const& word : words) arguments.push_back(word.c_str());
+    arguments.push_back("--help");
+    return line.parse(static_cast<int>(arguments.size()), arguments.data()).text;
+}
+
+Run declare(OptionParser& parser, Verbs const& verbs) {
+    const auto words = std::make_shared<Words>();
+    Words names;
+    for (Verb const& verb : verbs()) names.push_back(verb.name);
+    parser.add_arguments("VERB", *words, "The verb; without it, the program", names);
+    return [words, verbs](Console& console) {
+        console.out.write(help_of(verbs(), *words));
+        return ExitStatus::kOk;
+    };
 }
 
 }  // namespace
 
-HelpFormatter::HelpFormatter(std::vector<Verb::Example> examples) : examples_(std::move(examples)) {
-    label("Positionals", "Arguments");
-    label("SUBCOMMAND", "VERB ...");
-}
-
-std::string HelpFormatter::make_help(CLI::App const* app, std::string name,
-                                     CLI::AppFormatMode mode) const {
-    std::string text = "Examples:\n";
-    for (Verb::Example const& example : examples_) {
-        text += "  petrelradar " + example.arguments + "\n      " + example.purpose + "\n";
-    }
-    text += "\n" + make_usage(app, std::move(name)) + "\n" + make_description(app);
-    text += make_positionals(app) + make_groups(app, mode) + make_subcommands(app, mode);
-    if (!app->get_footer().empty()) text += "\n" + make_footer(app);
-    return text;
-}
-
-std::string HelpFormatter::make_option(CLI::Option const* option, bool is_positional) const {
-    return entry(make_option_name(option, is_positional) + make_option_opts(option),
-                 make_option_desc(option));
-}
-
-std::string HelpFormatter::make_subcommand(CLI::App const* verb) const {
-    return entry(verb->get_name(), verb->get_description());
-}
-
-/** What stands behind an option's name: its argument, without the remarks on types and defaults. */
-std::string HelpFormatter::make_option_opts(CLI::Option const* option) const {
-    if (option->get_positional() || option->get_type_size() == 0) return "";
-    return " " + option->get_type_name();
+Verb help_verb(Verbs verbs) {
+    return {"help",
+            "Print the help of a verb",
+            {{"help cut", "the same as 'petrelradar cut --help'"},
+             {"help regs read", "of a verb that another one divides into"},
+             {"help", "the list of all verbs"}},
+            "Prints what --help prints.",
+            [verbs = std::move(verbs)](OptionParser& parser) { return declare(parser, verbs); }};
 }
 
 }  // namespace Tools

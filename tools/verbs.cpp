@@ -7,6 +7,7 @@
 #include "tools/diff/diff.h"
 #include "tools/doctor/doctor.h"
 #include "tools/doctor/recover.h"
+#include "tools/help.h"
 #include "tools/inspect/cat.h"
 #include "tools/inspect/info.h"
 #include "tools/listen/listen.h"
@@ -27,6 +28,7 @@ std::vector<Verb> all_verbs() {
         diff_verb(),
         doctor_verb(),
         export_verb(),
+        help_verb(all_verbs),
         info_verb(),
         listen_verb(),
         merge_verb(),

@@ -71,8 +71,9 @@ Option OptionParser::add_argument(std::string const& name, std::string& value,
 }
 
 Option OptionParser::add_arguments(std::string const& name, std::vector<std::string>& values,
-                                   std::string const& description) {
-    return add(name, "", {}, *app_.add_option(name, values, description));
+                                   std::string const& description,
+                                   std::vector<std::string> choices) {
+    return add(name, "", std::move(choices), *app_.add_option(name, values, description));
 }
 
 Option OptionParser::add_text(std::string const& name, std::string& value,

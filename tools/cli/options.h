@@ -58,11 +58,11 @@ public:
     /** An option without a value. */
     Option add_flag(std::string const& name, bool& value, std::string const& description);
 
-    /** An argument of any text, or several. */
+    /** An argument of any text, or several; completion offers `choices`, which are not checked. */
     Option add_argument(std::string const& name, std::string& value,
                         std::string const& description);
     Option add_arguments(std::string const& name, std::vector<std::string>& values,
-                         std::string const& description);
+                         std::string const& description, std::vector<std::string> choices = {});
 
     /** An option of any text, which the help calls `value_name`; or one that may be repeated. */
     Option add_text(std::string const& name, std::string& value, std::string const& value_name,
