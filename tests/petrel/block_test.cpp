@@ -7,8 +7,8 @@
 #include <limits>
 #include <type_traits>
 
-#include "lib/virtual_slots.h"
-#include "support/system_calls.h"
+#include "tests/lib/virtual_slots.h"
+#include "tests/support/system_calls.h"
 
 namespace {
 

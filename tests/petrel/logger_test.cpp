@@ -9,7 +9,7 @@
 #include <sstream>
 #include <thread>
 
-#include "support/system_calls.h"
+#include "tests/support/system_calls.h"
 
 namespace {
 
