@@ -195,11 +195,15 @@ void RadarService::take_frame() {
 
 void RadarService::publish(InputFrame const& next) {
     RO::RadarObjects const& frame = next.frame;
+    // The watchdog may have run out since this cycle's poll; kicking it would hide that.
+    if (!has_run_out_ && Clock::now() - kicked_at_ > watchdog_time_) input_is_late();
     FrameConditions conditions = next.conditions;
     fill_buffer(frame);
     conditions.saturated = conditions.saturated || buffer_.size() >= target_limit_;
     failures_.frame_arrived(conditions);
     watchdog_.kick();
+    kicked_at_ = Clock::now();
+    has_run_out_ = false;
 
     ++frames_;
     last_timestamp_ = frame.timestamp();
@@ -219,7 +223,11 @@ void RadarService::fill_buffer(RO::RadarObjects const& frame) {
 }
 
 void RadarService::check_input() {
-    if (!watchdog_.is_triggered() || phase_ == Phase::kStopping) return;
+    if (watchdog_.is_triggered() && phase_ != Phase::kStopping) input_is_late();
+}
+
+void RadarService::input_is_late() {
+    has_run_out_ = true;
     ++expirations_;
     failures_.data_missing();
 }

@@ -85,6 +85,7 @@ private:
     void fill_buffer(RO::RadarObjects const& frame);
     void publish(InputFrame const& next);
     void check_input();
+    void input_is_late();
     void check_recording();
     void report();
     void begin_stop();
@@ -115,6 +116,9 @@ private:
     Radar::Timeout alive_timer_;
     Radar::Timeout check_timer_;
     Radar::Watchdog watchdog_;
+    std::chrono::seconds watchdog_time_{settings_.value("WatchdogTimeout")};
+    Clock::time_point kicked_at_ = Clock::now();
+    bool has_run_out_ = false;  // since it was kicked
 
     Phase phase_ = Phase::kStarting;
     bool has_ended_ = false;
