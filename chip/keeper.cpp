@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +16,7 @@
 #include <set>
 
 #include "kit/base/errno_text.h"
+#include "kit/base/whole_number.h"
 
 namespace Chip {
 
@@ -51,8 +53,10 @@ pid_t parent_of(std::string const& pid) {
     std::string line;
     std::getline(file, line);
     const size_t name_end = line.rfind(')');
-    int parent = -1;
-    if (name_end != std::string::npos) std::sscanf(line.c_str() + name_end, ") %*c %d", &parent);
+    constexpr size_t kStateSize = 4;  // ") S ", the end of the name and the state
+    pid_t parent = -1;
+    if (name_end == std::string::npos || line.size() < name_end + kStateSize) return parent;
+    std::from_chars(line.data() + name_end + kStateSize, line.data() + line.size(), parent);
     return parent;
 }
 
@@ -62,9 +66,9 @@ void signal_children(int signal, std::set<pid_t>& told) {
     if (processes == nullptr) return;
     while (dirent const* entry = readdir(processes)) {
         const std::string name = entry->d_name;
-        if (name.find_first_not_of("0123456789") != std::string::npos) continue;
-        if (parent_of(name) != getpid()) continue;
-        const pid_t child = std::atoi(name.c_str());
+        const std::optional<uint64_t> number = Kit::whole_number(name);
+        if (!number || parent_of(name) != getpid()) continue;
+        const auto child = static_cast<pid_t>(*number);
         if (told.insert(child).second) kill(child, signal);
     }
     closedir(processes);

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "kit/base/text.h"
-#include "tools/cli/number_text.h"
+#include "kit/base/whole_number.h"
 
 namespace Tools {
 
@@ -105,7 +105,7 @@ Option OptionParser::add_count(std::string const& name, uint64_t& value,
     return add_value(
         name, "N",
         [&value](std::string const& text) -> std::string {
-            const auto number = whole_number(text);
+            const auto number = Kit::whole_number(text);
             if (!number || *number == 0) return Kit::quoted(text) + " is no whole number above 0";
             value = *number;
             return "";

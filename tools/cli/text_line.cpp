@@ -8,7 +8,7 @@
 
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
-#include "tools/cli/number_text.h"
+#include "kit/base/whole_number.h"
 
 namespace Tools {
 
@@ -45,7 +45,7 @@ std::string_view TextLine::word(char const* what) {
 
 uint32_t TextLine::number(char const* what, uint32_t lowest, uint32_t highest) {
     const std::string_view found = word(what);
-    const std::optional<uint64_t> value = whole_number(found);
+    const std::optional<uint64_t> value = Kit::whole_number(found);
     if (value && *value >= lowest && *value <= highest) return static_cast<uint32_t>(*value);
     fail(fmt::format("{} is no {}, which is {} to {}", Kit::quoted(found), what, lowest, highest));
 }

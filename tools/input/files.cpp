@@ -1,7 +1,6 @@
 #include "tools/input/files.h"
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -11,6 +10,7 @@
 #include "kit/base/directory_of.h"
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
+#include "kit/base/whole_number.h"
 
 namespace Tools {
 
@@ -36,14 +36,9 @@ bool is_earlier(Kit::RecordingFile const& a, Kit::RecordingFile const& b) {
 
 /** A tag as people write it: "0xFEED0007", or the recorder's number in it, "7". */
 std::optional<uint32_t> parse_tag(std::string_view text) {
-    const bool hexadecimal = text.substr(0, 2) == "0x";
-    if (hexadecimal) text.remove_prefix(2);
-    uint32_t tag = 0;
-    const auto [end, error] =
-        std::from_chars(text.data(), text.data() + text.size(), tag, hexadecimal ? 16 : 10);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
+    const std::optional<uint64_t> number = Kit::whole_number(text);
+    if (!number || *number > UINT32_MAX) return std::nullopt;
+    const auto tag = static_cast<uint32_t>(*number);
     return tag > 0xFFFF ? tag : Kit::kRecordTag | tag;
 }
 

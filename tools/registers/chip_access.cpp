@@ -6,7 +6,7 @@
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
 #include "kit/base/usage_error.h"
-#include "tools/cli/number_text.h"
+#include "kit/base/whole_number.h"
 #include "tools/cli/options.h"
 
 namespace Tools {
@@ -15,7 +15,7 @@ namespace {
 
 /** Bit 0 of the command byte tells a read from a write. */
 std::optional<int> command_byte(std::string const& text) {
-    const std::optional<uint64_t> value = whole_number(text);
+    const std::optional<uint64_t> value = Kit::whole_number(text);
     if (!value || *value > 0xFE || *value % 2 != 0) return std::nullopt;
     return static_cast<int>(*value);
 }
@@ -27,7 +27,7 @@ std::optional<int> command_byte(std::string const& text) {
 }
 
 Selected select_address(RegisterMap const& map, std::string const& text) {
-    const std::optional<uint64_t> address = whole_number(text);
+    const std::optional<uint64_t> address = Kit::whole_number(text);
     if (!address || *address > kLastAddress) {
         throw Kit::UsageError(Kit::quoted(text) + " is no address, which is 0 to " +
                               address_text(kLastAddress));

@@ -12,6 +12,7 @@
 
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
+#include "kit/base/whole_number.h"
 #include "tools/cli/number_text.h"
 #include "tools/cli/text_line.h"
 
@@ -58,7 +59,7 @@ std::pair<std::string, uint32_t> take_field(TextLine& line) {
     const std::string field(line.word("field"));
     const size_t sign = field.find('=');
     const auto value =
-        sign == std::string::npos ? std::nullopt : whole_number(field.substr(sign + 1));
+        sign == std::string::npos ? std::nullopt : Kit::whole_number(field.substr(sign + 1));
     if (sign == 0 || !value || *value > kLargest) {
         line.fail(Kit::quoted(field) + " is no field, which is written NAME=VALUE");
     }

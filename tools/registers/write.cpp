@@ -9,6 +9,7 @@
 #include "kit/base/input_error.h"
 #include "kit/base/text.h"
 #include "kit/base/usage_error.h"
+#include "kit/base/whole_number.h"
 #include "tools/cli/number_text.h"
 #include "tools/cli/options.h"
 #include "tools/registers/chip_access.h"
@@ -37,7 +38,7 @@ Setting parse_setting(RegisterMap const& map, std::string const& text) {
     }
     const Selected selected = select_bits(map, text.substr(0, sign));
     const std::string value_text = text.substr(sign + 1);
-    const std::optional<uint64_t> value = whole_number(value_text);
+    const std::optional<uint64_t> value = Kit::whole_number(value_text);
     if (!value || *value > selected.bits.largest()) {
         throw Kit::UsageError(fmt::format("{}: {} is no number from 0 to {}", selected.bits.name,
                                           Kit::quoted(value_text), selected.bits.largest()));

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kit/base/text.h"
-#include "tools/cli/number_text.h"
+#include "kit/base/whole_number.h"
 
 namespace Tools {
 
@@ -29,7 +29,7 @@ bool StatusFields::is_empty() const {
 uint64_t StatusFields::number() const {
     if (part_.is_number_unsigned()) return part_.get<uint64_t>();
     if (!part_.is_string()) return 0;
-    return whole_number(part_.get_ref<std::string const&>()).value_or(0);
+    return Kit::whole_number(part_.get_ref<std::string const&>()).value_or(0);
 }
 
 }  // namespace Tools
