@@ -117,4 +117,8 @@ ParsedLine CommandLine::parse(int argc, char const* const* argv) {
     return {ParsedLine::Kind::kRun, verb, "", parser_->runs.at(verb)};
 }
 
+CommandNode command_tree(std::vector<Verb> const& verbs) {
+    return CommandLine(verbs).tree();
+}
+
 }  // namespace Tools

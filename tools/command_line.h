@@ -45,4 +45,7 @@ private:
     std::unique_ptr<Parser> parser_;
 };
 
+/** The program's commands, as the command line of these verbs declares them. */
+CommandNode command_tree(std::vector<Verb> const& verbs);
+
 }  // namespace Tools

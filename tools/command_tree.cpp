@@ -1,7 +1,5 @@
 #include "tools/command_tree.h"
 
-#include "tools/command_line.h"
-
 namespace Tools {
 
 namespace {
@@ -12,10 +10,6 @@ void collect(CommandNode const& command, std::vector<CommandNode const*>& all) {
 }
 
 }  // namespace
-
-CommandNode command_tree(std::vector<Verb> const& verbs) {
-    return CommandLine(verbs).tree();
-}
 
 std::vector<CommandNode const*> all_commands(CommandNode const& root) {
     std::vector<CommandNode const*> all;

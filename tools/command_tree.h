@@ -18,9 +18,6 @@ struct CommandNode {
     std::vector<CommandNode> verbs;
 };
 
-/** The program's commands, as the command line of these verbs declares them. */
-CommandNode command_tree(std::vector<Verb> const& verbs);
-
 /** The command and all below it, each before its own verbs. */
 std::vector<CommandNode const*> all_commands(CommandNode const& root);
 

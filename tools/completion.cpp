@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tools/cli/options.h"
+#include "tools/command_line.h"
 
 namespace Tools {
 

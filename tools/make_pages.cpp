@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 
+#include "tools/command_line.h"
 #include "tools/completion.h"
 #include "tools/man_page.h"
 #include "tools/verbs.h"

@@ -11,6 +11,7 @@
 #include "tests/support/private_paths.h"
 #include "tests/support/process.h"
 #include "tests/support/shell.h"
+#include "tools/command_line.h"
 #include "tools/verbs.h"
 
 namespace {
