@@ -204,19 +204,19 @@ private:
         const std::string name = fs::path(path).filename().string();
         if (path.rfind("tests/", 0) != 0) {
             faults_.push_back(path + ": a test outside tests/");
-        } else if (folder.empty()) {
-            return;  // of the tree as a whole
+        } else if (folder.empty() || is_of_whole(folder + "/" + name)) {
+            return;
         } else if (!has_files(folder)) {
             faults_.push_back(path + ": " + folder + " has no sources");
-        } else if (!is_of_whole(folder + "/" + name) && !has_stem(folder, name)) {
+        } else if (!has_stem(folder, name)) {
             faults_.push_back(path + ": begins with no source of " + folder);
         }
     }
 
-    /** Tests of a program, of scripts or of the built libraries as a whole. */
+    /** Tests of programs, of scripts or of the built libraries as a whole. */
     static bool is_of_whole(std::string const& test) {
-        constexpr char const* kWholes[] = {"scripts/", "service/host_", "service/service_page_",
-                                           "lib/shared_objects_"};
+        constexpr char const* kWholes[] = {"faults/", "scripts/", "service/host_",
+                                           "service/service_page_", "lib/shared_objects_"};
         return std::any_of(std::begin(kWholes), std::end(kWholes),
                            [&](std::string const& whole) { return test.rfind(whole, 0) == 0; });
     }
