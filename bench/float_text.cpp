@@ -6,8 +6,8 @@
 // Each writes the same 65536 numbers: "measured" all differ, as a filter's output does; "steps" are
 // those of a radar's range bins, of which there are few. Prints, after Google Benchmark's table,
 // how fast each is compared with std::to_chars() in the same run, from the median of the
-// repetitions. Dragonbox always writes an exponent ("2.5E0"), which is less work but not the text that
-// is documented.
+// repetitions. Dragonbox always writes an exponent ("2.5E0"), which is less work but not the text
+// that is documented.
 
 #include "tools/format/float_text.h"
 

@@ -7,8 +7,8 @@
 
 namespace Kit {
 
-// The target stream is a sequence of frames with nothing between them: kFrameMagic and the length of
-// the payload, 4 bytes each, little-endian, then the payload, an encoded RO::RadarObjects. These
+// The target stream is a sequence of frames with nothing between them: kFrameMagic and the length
+// of the payload, 4 bytes each, little-endian, then the payload, an encoded RO::RadarObjects. These
 // numbers never change.
 
 /** The size of the header before a frame's payload, in bytes. */

@@ -167,8 +167,9 @@ TEST_F(RunTest, WithoutAHomeItsSettingsAreThoseOfOneRun) {
 
 TEST_F(RunTest, SettingsAreKeptAndSayWhereItRecords) {
     std::filesystem::create_directories("/tmp/state/petrelradar");
-    test_support::write_file("/tmp/state/petrelradar/radar.conf",
-                             "[Radar]\nFileWriterLocation=1\nStorageIsMount=0\nDiagnosticFileWriterEnabled=0\n");
+    test_support::write_file(
+        "/tmp/state/petrelradar/radar.conf",
+        "[Radar]\nFileWriterLocation=1\nStorageIsMount=0\nDiagnosticFileWriterEnabled=0\n");
     EXPECT_EQ(run({"--seconds", "1"}), 0);
     EXPECT_THAT(process_->out(), StartsWith("Recording objects to /var/spool/storage/SD_DISK\n"));
     EXPECT_THAT(process_->out(),

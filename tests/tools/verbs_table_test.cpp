@@ -40,7 +40,8 @@ using tools_test::kVerbs;
 using tools_test::VerbRow;
 
 /** Verbs that only read sockets, or have no source. They have tests of their own. */
-const std::set<std::string> kOthers = {"completion", "help", "listen", "regs", "settings", "status"};
+const std::set<std::string> kOthers = {"completion", "help",     "listen",
+                                       "regs",       "settings", "status"};
 
 std::string damaged_recording() {
     std::string bytes = good_recording();

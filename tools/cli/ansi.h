@@ -2,8 +2,8 @@
 
 #include <string>
 
-// What this program sends to terminals: control sequences of ECMA-48, and private modes of xterm that
-// today's terminals share.
+// What this program sends to terminals: control sequences of ECMA-48, and private modes of xterm
+// that today's terminals share.
 
 namespace Tools::Ansi {
 
