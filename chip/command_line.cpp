@@ -50,8 +50,7 @@ void add_options(CLI::App& app, Options& options, Texts& texts) {
                    "frames a second, while the host leaves the pace to the chip")
         ->option_text("HZ [the input's own pace]");
     app.add_flag("--loop", options.loop, "begin again when the input has ended");
-    app.add_flag("--skip-gaps", options.skip_gaps,
-                 "leave out times of more than a second without a frame");
+    app.add_flag("--skip-gaps", options.skip_gaps, "skip gaps of more than a second");
     app.add_option("--command-byte", options.command_byte,
                    "first byte of a write frame that the chip answers to; even")
         ->option_text("N [0x20]");

@@ -39,8 +39,7 @@ void add_options(CLI::App& app, Options& options, Texts& texts) {
                    "play a scene, a log or a recording X times as fast, or as fast as possible")
         ->option_text("X|max [1]");
     app.add_flag("--loop", options.loop, "begin again when the input has ended");
-    app.add_flag("--skip-gaps", options.skip_gaps,
-                 "leave out times of more than a second without a frame");
+    app.add_flag("--skip-gaps", options.skip_gaps, "skip gaps of more than a second");
     app.add_option("--frame-rate", texts.frame_rate, "frames a second of a chip or a scene")
         ->option_text("HZ");
     app.add_flag("--keep-unfinished", options.keep_unfinished,

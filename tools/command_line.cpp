@@ -12,7 +12,7 @@ namespace Tools {
 namespace {
 
 constexpr char kName[] = "petrelradar";
-constexpr char kSummary[] = "Everything that one does with a radar's recordings and live streams.";
+constexpr char kSummary[] = "Work with a radar's recordings and live streams.";
 constexpr char kDetails[] =
     "Data goes to standard output, everything else to standard error.\n"
     "Exit status: 0 all well; 1 failed; 2 usage; 3 finished, but something was lost,\n"
@@ -48,7 +48,8 @@ bool needs_verb(CLI::App const& parser) {
 std::string problem(CLI::App const& parser, CLI::ParseError const& error) {
     const std::vector<std::string> others = parser.remaining(true);
     if (!needs_verb(chosen_parser(parser)) || others.empty()) return error.what();
-    return "'" + others.front() + (others.front()[0] == '-' ? "' is no option" : "' is no verb");
+    return (others.front()[0] == '-' ? "unknown option " : "unknown verb ") +
+           Kit::quoted(others.front());
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ Run declare(OptionParser& parser, std::function<std::vector<Verb>()> const& verb
 
 Verb completion_verb(std::function<std::vector<Verb>()> verbs) {
     return {"completion",
-            "Print what makes a shell complete this program's command line",
+            "Print a shell completion script",
             {{"completion bash > ~/.local/share/bash-completion/completions/petrelradar",
               "for bash, from its next start on"},
              {"completion zsh > ~/.zfunc/_petrelradar",

@@ -22,7 +22,7 @@ void check_verb(CommandNode const& program, Words const& words) {
     for (std::string const& word : words) {
         const auto found = std::find_if(node->verbs.begin(), node->verbs.end(),
                                         [&](CommandNode const& verb) { return verb.name == word; });
-        if (found == node->verbs.end()) throw Kit::UsageError(Kit::quoted(word) + " is no verb");
+        if (found == node->verbs.end()) throw Kit::UsageError("unknown verb " + Kit::quoted(word));
         node = &*found;
     }
 }

@@ -80,14 +80,14 @@ void add_window(MapBuilder& map) {
         .field("target_count", kTargetCount, "targets in the window")
         .field("interference", kFrameInterference, "the frame was disturbed")
         .field("saturation", kFrameSaturation, "the receiver was saturated")
-        .field("cut", kFrameCut, "targets of the frame were left out");
+        .field("cut", kFrameCut, "targets of the frame were dropped");
     for (int i = 0; i < kTargetLimit; ++i) {
         const std::string target = "target" + std::to_string(i);
         const int32_t first = target_register(i, 0);
         const int32_t second = target_register(i, 1);
         const int32_t third = target_register(i, 2);
         map.add_register(target + "_motion", first, "r", "range and speed")
-            .field("range", {first, 0, 16}, "cm; 0xffff is no number")
+            .field("range", {first, 0, 16}, "cm; 0xffff is not a number")
             .field("speed", {first, 16, 16}, "cm/s, signed, receding is positive");
         map.add_register(target + "_echo", second, "r", "bearing and cross-section")
             .field("bearing", {second, 0, 16}, "0.1 mrad, signed, right is positive")

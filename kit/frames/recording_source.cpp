@@ -53,7 +53,7 @@ std::vector<std::string> files_with_frames(std::string const& directory) {
     for (RecordingFile const& file : found) {
         if (!file.problem.empty()) throw InputError(file.problem);
         if (file.raw) {
-            Petrel::ilog(2) << file.path << ": passed over: no record behind the header, raw data "
+            Petrel::ilog(2) << file.path << ": skipped: no record after the header, raw data "
                             << "or damage" << std::endl;
         } else {
             files.push_back(file.path);

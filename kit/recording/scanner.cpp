@@ -133,8 +133,8 @@ RecordingScanner::Item RecordingScanner::refuse_tag(std::string_view head) {
     if (found == 0) return lose(FindingKind::kZeros, "zeros where a record has to begin");
     if (input_->offset() == header_offset_ + kRecordingHeaderSize) {
         compare_frame_count_ = false;  // pieces of raw data are counted too
-        return lose(FindingKind::kRawData, "no record behind the header, " + hexadecimal(found) +
-                                               " is no tag: raw data, or damage");
+        return lose(FindingKind::kRawData, "no record after the header, " + hexadecimal(found) +
+                                               " is not a tag: raw data, or damage");
     }
     if (records_of_tag_ == 1 && search_.judge(std::nullopt) == RecordSearch::Result::kFound) {
         // All that has the other tag is the one record before: this one's is the recording's.

@@ -45,7 +45,7 @@ TEST(HelpTest, AnUnknownVerbIsAUsageError) {
         EXPECT_EQ(outcome.status, 2);
         EXPECT_EQ(outcome.out, "");
         EXPECT_EQ(outcome.err,
-                  "petrelradar help: 'frob' is no verb\nTry 'petrelradar help --help'.\n");
+                  "petrelradar help: unknown verb 'frob'\nTry 'petrelradar help --help'.\n");
     }
 }
 

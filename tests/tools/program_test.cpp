@@ -57,12 +57,12 @@ const Case kCases[] = {
      {"lisen"},
      2,
      "",
-     "petrelradar: 'lisen' is no verb\nTry 'petrelradar --help'.\n"},
+     "petrelradar: unknown verb 'lisen'\nTry 'petrelradar --help'.\n"},
     {"UnknownOption",
      {"--bogus"},
      2,
      "",
-     "petrelradar: '--bogus' is no option\nTry 'petrelradar --help'.\n"},
+     "petrelradar: unknown option '--bogus'\nTry 'petrelradar --help'.\n"},
     {"UnknownOptionOfAVerb",
      {"listen", "--bogus"},
      2,
@@ -79,27 +79,28 @@ const Case kCases[] = {
      {"listen", "--frames", "0"},
      2,
      "",
-     "petrelradar listen: --frames: '0' is no whole number above 0\n"},
+     "petrelradar listen: --frames: '0' is not a whole number above 0\n"},
     {"NegativeFrames",
      {"listen", "--frames=-1"},
      2,
      "",
-     "petrelradar listen: --frames: '-1' is no whole number above 0\n"},
+     "petrelradar listen: --frames: '-1' is not a whole number above 0\n"},
     {"FramesThatAreNoNumber",
      {"listen", "--frames", "12abc"},
      2,
      "",
-     "petrelradar listen: --frames: '12abc' is no whole number above 0\n"},
+     "petrelradar listen: --frames: '12abc' is not a whole number above 0\n"},
     {"MoreFramesThanANumberHolds",
      {"listen", "--frames", "18446744073709551616"},
      2,
      "",
-     "petrelradar listen: --frames: '18446744073709551616' is no whole number above 0\n"},
+     "petrelradar listen: --frames: '18446744073709551616' is not a whole number above 0\n"},
     {"UnknownFormat",
      {"listen", "--format", "xml"},
      2,
      "",
-     "petrelradar listen: --format: 'xml' is none of lines, text, ndjson, csv\n"},
+     "petrelradar listen: --format: unknown value 'xml' (expected one of lines, text, ndjson, "
+     "csv)\n"},
 };
 
 INSTANTIATE_TEST_SUITE_P(, CommandLineTest, testing::ValuesIn(kCases),
@@ -137,7 +138,7 @@ TEST(ProgramTest, HelpThatNobodyReadsEndsQuietly) {
 }
 
 TEST(ProgramTest, AMessageIsColouredOnATerminal) {
-    EXPECT_THAT(run({"bogus"}, {{}, 80, 24, true}).out, HasSubstr("\x1b[31m'bogus' is no verb"));
+    EXPECT_THAT(run({"bogus"}, {{}, 80, 24, true}).out, HasSubstr("\x1b[31munknown verb 'bogus'"));
 }
 
 TEST(ProgramTest, AMessageIsNotColouredWithNoColor) {
@@ -147,7 +148,7 @@ TEST(ProgramTest, AMessageIsNotColouredWithNoColor) {
 
 TEST(ProgramTest, AMessageIsNotColouredOnATerminalThatCannotDoIt) {
     EXPECT_THAT(run({"bogus"}, {{"TERM=dumb"}, 80, 24, true}).out,
-                HasSubstr("petrelradar: 'bogus' is no verb"));
+                HasSubstr("petrelradar: unknown verb 'bogus'"));
 }
 
 }  // namespace

@@ -63,12 +63,14 @@ TEST_F(SubVerbTest, WithoutOneTheVerbAbovePrintsItsHelp) {
 TEST_F(SubVerbTest, AnUnknownOneIsNamed) {
     const Outcome outcome = run_inside({"regs", "raed", "control"});
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.err, "petrelradar regs: 'raed' is no verb\nTry 'petrelradar regs --help'.\n");
+    EXPECT_EQ(outcome.err,
+              "petrelradar regs: unknown verb 'raed'\nTry 'petrelradar regs --help'.\n");
 }
 
 TEST_F(SubVerbTest, AnUnknownOptionOfTheVerbAboveIsNamed) {
-    EXPECT_EQ(run_inside({"settings", "--bogus"}).err,
-              "petrelradar settings: '--bogus' is no option\nTry 'petrelradar settings --help'.\n");
+    EXPECT_EQ(
+        run_inside({"settings", "--bogus"}).err,
+        "petrelradar settings: unknown option '--bogus'\nTry 'petrelradar settings --help'.\n");
 }
 
 TEST_F(SubVerbTest, AnUnknownOptionOfOneIsItsOwnProblem) {

@@ -53,7 +53,7 @@ inline const VerbRow kVerbs[] = {
      true,
      "saved/radar_150525_093007_042.data",
      1,
-     "is being written: what is there so far is kept"},
+     "being written: what exists so far is saved"},
 };
 
 inline std::string good_frame(int number) {

@@ -95,7 +95,7 @@ Option OptionParser::add_choice(std::string const& name, std::string& value,
     CLI::Option& option = *app_.add_option(name, value, description + ": " + list);
     option.check(checked_by([choices, list](std::string const& word) -> std::string {
         if (std::find(choices.begin(), choices.end(), word) != choices.end()) return "";
-        return Kit::quoted(word) + " is none of " + list;
+        return "unknown value " + Kit::quoted(word) + " (expected one of " + list + ")";
     }));
     return add(name, "WORD", choices, option);
 }
@@ -106,7 +106,8 @@ Option OptionParser::add_count(std::string const& name, uint64_t& value,
         name, "N",
         [&value](std::string const& text) -> std::string {
             const auto number = Kit::whole_number(text);
-            if (!number || *number == 0) return Kit::quoted(text) + " is no whole number above 0";
+            if (!number || *number == 0)
+                return Kit::quoted(text) + " is not a whole number above 0";
             value = *number;
             return "";
         },

@@ -10,7 +10,7 @@ namespace Tools {
  */
 void prepare_process();
 
-/** Whether the person asked for the end: the work ends with what was done so far. */
+/** Whether the user asked for the end: the work ends with what was done so far. */
 bool was_interrupted() noexcept;
 
 /**

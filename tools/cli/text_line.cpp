@@ -47,7 +47,7 @@ uint32_t TextLine::number(char const* what, uint32_t lowest, uint32_t highest) {
     const std::string_view found = word(what);
     const std::optional<uint64_t> value = Kit::whole_number(found);
     if (value && *value >= lowest && *value <= highest) return static_cast<uint32_t>(*value);
-    fail(fmt::format("{} is no {}, which is {} to {}", Kit::quoted(found), what, lowest, highest));
+    fail(fmt::format("{} is not a valid {} ({} to {})", Kit::quoted(found), what, lowest, highest));
 }
 
 std::string_view TextLine::rest() {

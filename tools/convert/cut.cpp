@@ -74,7 +74,7 @@ Verb cut_verb() {
              {"cut --frames 100-199 day.data -o part.data", "a hundred frames"}},
             "Frames are kept byte for byte. The header is that of the first frame's file; its\n"
             "start moves to that frame where the frame's time tells it. Where another file's\n"
-            "height, tilt or sensitivity differ, that is told, and the exit status is 3.\n"
+            "height, tilt or sensitivity differ, that is reported, and the exit status is 3.\n"
             "\n"
             "TIME is +10s after the first frame, -5s before the last, a date and time such as\n"
             "2025-05-15T09:30:07Z, or seconds or microseconds since 1970.",

@@ -130,8 +130,8 @@ private:
             interrupted = interrupted || (source->is_interrupted() && !source->is_endless());
         }
         if (repetitions_ > 0) {
-            messages_.note(fmt::format(
-                "frames that several sources have, written once: {} left out", repetitions_));
+            messages_.note(fmt::format("frames that several sources have, written once: {} skipped",
+                                       repetitions_));
         }
         if (steps_back_ > 0) {
             messages_.note(
@@ -182,7 +182,7 @@ Verb merge_verb() {
               "two copies of a card, neither of which is complete"}},
             "Frames are kept byte for byte, in order of their times; frames of one time in\n"
             "order of the sources. The header is that of the earliest frame's recording.\n"
-            "Where another one's height, tilt or sensitivity differ, that is told, and the\n"
+            "Where another one's height, tilt or sensitivity differ, that is reported, and the\n"
             "exit status is 3. The records have to be one recorder's.",
             declare};
 }

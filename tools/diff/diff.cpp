@@ -170,7 +170,7 @@ Run declare(OptionParser& parser) {
                      "How far values may be apart: 0.001 or 1% for all floats, r=0.01 for one "
                      "field, timestamp=100 (us); several with commas");
     parser.add_choice("--format", options->format, {"text", "json"}, "Print it as");
-    parser.add_flag("--brief", options->brief, "Print the sum only");
+    parser.add_flag("--brief", options->brief, "Print the totals only");
     return [options](Console& console) { return run_diff(*options, console); };
 }
 

@@ -47,7 +47,7 @@ protected:
     InputFrame frame_b;
 };
 
-/** @param a and b the sources, as the person named them; @param brief only the sum is printed. */
+/** @param a and b the sources, as the user named them; @param brief only the sum is printed. */
 std::unique_ptr<DiffReport> make_text_diff_report(Output& out, std::string a, std::string b,
                                                   bool brief);
 std::unique_ptr<DiffReport> make_json_diff_report(Output& out, std::string const& a,

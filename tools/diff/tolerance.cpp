@@ -39,7 +39,7 @@ bool agree(float left, float right, Tolerance const& tolerance) {
 }
 
 void Tolerances::add(std::string const& text) {
-    if (text.empty()) refuse("''", "is no number");
+    if (text.empty()) refuse("''", "is not a number");
     std::istringstream parts(text);
     for (std::string part; std::getline(parts, part, ',');) add_one(part);
 }
@@ -49,14 +49,14 @@ void Tolerances::add_one(std::string const& text) {
     const std::string name = sign == std::string::npos ? "" : text.substr(0, sign);
     std::string value = sign == std::string::npos ? text : text.substr(sign + 1);
     if (name == "timestamp" || name == "timestamp_us") {
-        if (!read_number(value, timestamp_us_)) refuse(text, "is no whole number of us");
+        if (!read_number(value, timestamp_us_)) refuse(text, "is not a whole number of us");
         return;
     }
     const bool is_relative = !value.empty() && value.back() == '%';
     if (is_relative) value.pop_back();
     double number = 0;
     if (!read_number(value, number) || std::isinf(number)) {
-        refuse(text, "'" + value + "' is no number from 0 on");
+        refuse(text, "'" + value + "' is not a number from 0 on");
     }
     bool found = false;
     for (const FrameField field : kFloats) {
@@ -66,7 +66,8 @@ void Tolerances::add_one(std::string const& text) {
             is_relative ? number / 100 : number;
     }
     if (!found) {
-        refuse(text, "'" + name + "' is none of rcs, r, rdot, theta, snr, timestamp");
+        refuse(text, "unknown field '" + name +
+                         "' (expected one of rcs, r, rdot, theta, snr, timestamp)");
     }
 }
 

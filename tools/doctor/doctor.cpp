@@ -85,8 +85,8 @@ Run declare(OptionParser& parser) {
 
 Verb doctor_verb() {
     return {"doctor",
-            "Find what is wrong with a recording",
-            {{"doctor radar_150525_093007_042.data", "what is wrong with a file, and what to do"},
+            "Diagnose a recording",
+            {{"doctor radar_150525_093007_042.data", "the defects of a file, and their remedies"},
              {"doctor --format ndjson /var/spool/storage/SD_DISK",
               "the same of all files on the card, for programs"},
              {"doctor - < FSCK0000.REC", "of a file that a repair has brought back"}},

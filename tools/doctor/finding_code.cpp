@@ -38,7 +38,7 @@ std::vector<FindingCode> const& finding_codes() {
         {"cut-short", kError, "run recover: it keeps the records before the cut"},
         {"trailing-bytes", kError, "run recover: it leaves the bytes out"},
         {"frame-count", kError,
-         "run recover: it counts anew; a count that is too high means that records were never "
+         "run recover: it counts again; a count that is too high means that records were never "
          "stored"},
         {"unreadable", kError, "copy what can be read to another medium, and run recover on that"},
         {"second-header", kWarning, "run recover: it makes a recording of each"},

@@ -87,7 +87,7 @@ void DoctorFindings::check_repetition(InputFrame const& frame) {
     if (frame.payload.size() != last_size_) return;
     if (frame.payload.substr(0, kCompared) != last_payload_) return;
     report("repeated-frame", frame.offset,
-           fmt::format("frame {} is the one before once more", frame.number));
+           fmt::format("frame {} repeats the one before", frame.number));
 }
 
 void DoctorFindings::on_finding(Kit::Finding const& finding) {
@@ -126,7 +126,7 @@ DoctorFinding DoctorFindings::judge(Kit::Finding const& finding, bool goes_on) c
         text = "a record's length goes beyond the end, but records follow";
     } else if (finding.kind == FindingKind::kWrongTag && !goes_on && finding.length > 0) {
         code = "trailing-bytes";
-        text = "bytes behind the last record, " + finding.text;
+        text = "bytes after the last record, " + finding.text;
     }
     if (can_be_zeroed(finding.kind) && finding.length > 0) {
         const auto sector =

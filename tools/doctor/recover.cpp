@@ -53,7 +53,7 @@ public:
 private:
     void on_file(Kit::RecordingFile const& file, FileState state) override {
         if (state == FileState::kBeingWritten) {
-            note(file.path + ": is being written: what is there so far is kept");
+            note(file.path + ": being written: what exists so far is saved");
         }
         findings_.on_file(file, state);
         recovery_.on_file(file, state);
@@ -129,7 +129,7 @@ Run declare(OptionParser& parser) {
     add_source_options(parser, options->input);
     parser.add_text("-o,--output", options->directory, "DIR", "Where to write the recordings")
         .require();
-    parser.add_flag("--force", options->force, "Replace files that are there");
+    parser.add_flag("--force", options->force, "Overwrite existing files");
     parser.add_choice("--format", options->format, {"text", "json"}, "Print the report as");
     return [options](Console& console) { return recover(*options, console); };
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "kit/base/text.h"
 #include "kit/base/usage_error.h"
 
 namespace Tools {
@@ -19,7 +20,8 @@ FrameField parse_field(std::string const& word) {
     if (word == "timestamp_us") return FrameField::kTimestamp;
     std::string names;
     for (char const* name : kNames) names += std::string(names.empty() ? "" : ", ") + name;
-    throw Kit::UsageError("--fields: '" + word + "' is none of " + names);
+    throw Kit::UsageError("--fields: unknown field " + Kit::quoted(word) + " (expected one of " +
+                          names + ")");
 }
 
 }  // namespace

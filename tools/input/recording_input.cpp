@@ -72,7 +72,7 @@ uint64_t RecordingInput::bytes_done() const {
 
 bool RecordingInput::read(InputHandler& items) {
     if (std::exchange(report_skipped_files_, false)) {
-        items.on_note("files of other recorders, left out: " + std::to_string(files_->left_out()));
+        items.on_note("files of other recorders, skipped: " + std::to_string(files_->left_out()));
         return true;
     }
     try {
@@ -229,8 +229,7 @@ bool RecordingInput::use_after_suspects(Scanned scanned, InputHandler& items) {
         suspects_.clear();
         growing_ = false;
         use_end();
-        items.on_note(file_.path +
-                      ": passed over: no record behind the header, raw data or damage");
+        items.on_note(file_.path + ": skipped: no record after the header, raw data or damage");
         return true;
     }
     pending_ = std::exchange(suspects_, {});

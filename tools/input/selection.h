@@ -36,7 +36,7 @@ struct Moment {
  * local time unless Z or +HH:MM follows; seconds since 1970, with a fraction or not; us since 1970,
  * which are whole numbers from 100000000000 on.
  *
- * @param option what the person gave it to, for messages: "--start".
+ * @param option what the user gave it to, for messages: "--start".
  * @throws Kit::UsageError when it is none of these.
  */
 Moment parse_moment(std::string const& option, std::string const& text);

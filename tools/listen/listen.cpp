@@ -45,7 +45,7 @@ struct Options {
 std::string socket_path(std::string const& text) {
     SourceName source = parse_source_name(text);
     if (source.kind == SourceName::Kind::kLiveStream) return source.path;
-    throw Kit::UsageError("SOURCE " + text + " is no live stream, which is written unix:PATH");
+    throw Kit::UsageError("SOURCE " + text + " is not a live stream (expected unix:PATH)");
 }
 
 /** Where a service that was started without options sends its stream. */
@@ -175,7 +175,7 @@ private:
         try {
             client_ = std::make_unique<Kit::StreamClient>(path_);
         } catch (Kit::InputError const&) {
-            return false;  // not there yet; the person was told that we wait
+            return false;  // not there yet; the user was told that we wait
         }
         return true;
     }
@@ -233,7 +233,7 @@ Run declare(OptionParser& parser) {
 Verb listen_verb() {
     return {
         "listen",
-        "Show the frames of a live stream as they come",
+        "Show the frames of a live stream",
         {{"listen", "watch the targets of the service on this machine in a table"},
          {"listen unix:/run/petrelradar/targets.sock | head -n 3",
           "the next three frames of the service at that socket as lines"},

@@ -4,7 +4,7 @@
 
 namespace Tools {
 
-/** `listen`: shows the frames of a live stream as they come. */
+/** `listen`: shows the frames of a live stream. */
 Verb listen_verb();
 
 }  // namespace Tools

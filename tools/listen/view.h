@@ -23,10 +23,10 @@ public:
     /** Called again and again while nothing comes. */
     virtual void idle(LiveStatus const& status) = 0;
 
-    /** Whether the person asked for the end in this view. */
+    /** Whether the user asked for the end in this view. */
     virtual bool wants_end() = 0;
 
-    /** Tells the person that something happened, which `is_problem` or not. */
+    /** Tells the user that something happened, which `is_problem` or not. */
     virtual void tell(std::string const& what, bool is_problem) = 0;
 };
 

@@ -19,7 +19,7 @@ constexpr char kStandardInput[] = "/proc/self/fd/0";
 
 void add_output_options(OptionParser& parser, OutputOptions& options, std::string const& what) {
     parser.add_text("-o,--output", options.path, "FILE", "Where " + what + " goes").require();
-    parser.add_flag("--force", options.force, "Replace the file if it is there");
+    parser.add_flag("--force", options.force, "Overwrite an existing file");
 }
 
 void refuse_input_as_output(SourceOptions const& input, OutputOptions const& output) {

@@ -31,9 +31,8 @@ Run declare(OptionParser& parser) {
     add_selection_options(parser, options->input.selection);
     parser.add_flag("--paused", options->begins_paused,
                     "Begin paused; the space key or SIGUSR1 goes on");
-    parser.add_flag("--wait", options->waits_for_client, "Begin when the first client is there");
-    parser.add_flag("--skip-gaps", options->skips_gaps,
-                    "Leave out times of more than a second without a frame");
+    parser.add_flag("--wait", options->waits_for_client, "Begin when the first client connects");
+    parser.add_flag("--skip-gaps", options->skips_gaps, "Skip gaps of more than a second");
     return [options](Console& console) { return Player(*options, console).run(); };
 }
 
@@ -48,7 +47,7 @@ Verb play_verb() {
               "the recordings in /tmp, over and over and twice as fast"},
              {"play log.data --socket /tmp/radar.sock --rate max --wait",
               "every frame for the first client, as fast as it reads"}},
-            "It plays on when no client is there, as a radar does. A client that reads too\n"
+            "It plays on while no client is connected, as a radar does. A client that reads too\n"
             "slowly misses frames, which are counted; with --rate max it is waited for. One that\n"
             "takes no frame for 2 s is disconnected.\n"
             "\n"

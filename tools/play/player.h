@@ -44,7 +44,7 @@ public:
     Player(Player const&) = delete;
     Player& operator=(Player const&) = delete;
 
-    /** Plays until the end of the source or the person's request. Throws what FrameInput throws. */
+    /** Plays until the end of the source or the user's request. Throws what FrameInput throws. */
     ExitStatus run();
 
 private:

@@ -81,7 +81,7 @@ void tell_left_out(PlotData const& data, DamageReport& report, Messages const& m
     }
     if (data.unusable() > 0) {
         report.add_loss(Kit::count_text(data.unusable(), "target") +
-                        " left out: not a number, beyond 1000 km or of a negative range");
+                        " skipped: not a number, beyond 1000 km or of a negative range");
     }
 }
 
@@ -110,7 +110,7 @@ void add_number(OptionParser& parser, std::string const& name, std::optional<dou
     const auto take = [&value](std::string const& text) -> std::string {
         const auto number = Kit::positive_number(text);
         if (!number || *number > kLargestNumber) {
-            return Kit::quoted(text) + " is no number above 0 and up to 1000000";
+            return Kit::quoted(text) + " is not a number above 0 and up to 1000000";
         }
         value = number;
         return "";
@@ -121,7 +121,7 @@ void add_number(OptionParser& parser, std::string const& name, std::optional<dou
 void add_size(OptionParser& parser, Options& options) {
     const auto take = [&options](std::string const& text) -> std::string {
         if (parse_size(text, options.width, options.height)) return "";
-        return Kit::quoted(text) + " is no size from 240x240 to 2000000 pixels in all";
+        return Kit::quoted(text) + " is not a size from 240x240 to 2000000 pixels in all";
     };
     parser.add_value("--size", "WxH", take, "Width and height in pixels; without it, 1200x800");
 }

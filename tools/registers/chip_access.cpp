@@ -29,8 +29,8 @@ std::optional<int> command_byte(std::string const& text) {
 Selected select_address(RegisterMap const& map, std::string const& text) {
     const std::optional<uint64_t> address = Kit::whole_number(text);
     if (!address || *address > kLastAddress) {
-        throw Kit::UsageError(Kit::quoted(text) + " is no address, which is 0 to " +
-                              address_text(kLastAddress));
+        throw Kit::UsageError(Kit::quoted(text) + " is not a valid address (0 to " +
+                              address_text(kLastAddress) + ")");
     }
     const MappedRegister whole = map.register_at(static_cast<int32_t>(*address));
     return {{whole.label(), {whole.address, 0, 32}, whole.is_readable, whole.is_writable, ""},
@@ -43,7 +43,7 @@ void add_chip_options(OptionParser& parser, ChipOptions& options) {
     parser.add_text("--map", options.map_file, "FILE",
                     "Names of registers; without it, the demo chip's");
     const auto take_command_byte = [&options](std::string const& text) -> std::string {
-        if (!command_byte(text)) return Kit::quoted(text) + " is no even number from 0 to 0xfe";
+        if (!command_byte(text)) return Kit::quoted(text) + " is not an even number from 0 to 0xfe";
         options.command_byte = text;
         return "";
     };
@@ -67,7 +67,7 @@ Selected select_bits(RegisterMap const& map, std::string const& text) {
     }
     NamedBits const* const bits = map.find(text);
     if (bits == nullptr) {
-        throw Kit::UsageError(Kit::quoted(text) + " is no register or field in " +
+        throw Kit::UsageError(Kit::quoted(text) + " is not a register or field in " +
                               Kit::printable(map.name()));
     }
     return {*bits, map.register_at(bits->bits.address)};
@@ -78,7 +78,7 @@ void check_harmless(Selected const& selected, bool forced) {
     std::string const& name = selected.bits.name;
     const bool is_register = name == selected.whole.label();
     throw Kit::InputError(name + ": reading " + (is_register ? "it" : selected.whole.label()) +
-                          " changes it; --force reads it all the same");
+                          " changes it (use --force to read it)");
 }
 
 void check_readable(Selected const& selected, bool forced) {

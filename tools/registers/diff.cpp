@@ -169,7 +169,7 @@ Verb regs_diff_verb() {
              {"regs diff before.txt after.json", "what differs between two dumps"}},
             "Prints a line for every register that differs, with the fields that do. Exit status:\n"
             "0 the same, 1 different, or they could not be compared; 3 the same, but registers of\n"
-            "the dump could not be read from the chip and were left out.",
+            "the dump could not be read from the chip and were skipped.",
             declare};
 }
 

@@ -41,7 +41,7 @@ Verb regs_dump_verb() {
              {"regs dump --format json | jq .registers", "the same for programs"}},
             "A line is ADDRESS NAME VALUE FIELD=VALUE...; two dumps of the same values are the\n"
             "same text. Registers that can only be written, and those that change by being read,\n"
-            "are left out, and named on standard error.",
+            "are skipped, and named on standard error.",
             declare};
 }
 

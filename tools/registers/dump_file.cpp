@@ -37,9 +37,9 @@ OrderedJson to_json(RegisterValue const& whole) {
             {"fields", fields}};
 }
 
-/** "events (reading changes it; --force reads it)" */
+/** "events (reading changes it; use --force to read it)" */
 std::string reason_text(std::string const& labels, std::string const& reason) {
-    const std::string remedy = reason == kWriteOnly ? "" : "; --force reads it";
+    const std::string remedy = reason == kWriteOnly ? "" : "; use --force to read it";
     return labels + " (" + reason + remedy + ")";
 }
 
@@ -61,7 +61,7 @@ std::pair<std::string, uint32_t> take_field(TextLine& line) {
     const auto value =
         sign == std::string::npos ? std::nullopt : Kit::whole_number(field.substr(sign + 1));
     if (sign == 0 || !value || *value > kLargest) {
-        line.fail(Kit::quoted(field) + " is no field, which is written NAME=VALUE");
+        line.fail(Kit::quoted(field) + " is not a field (expected NAME=VALUE)");
     }
     return {field.substr(0, sign), static_cast<uint32_t>(*value)};
 }
@@ -79,7 +79,8 @@ RegisterValue take_register(TextLine& line) {
 /** A number of a JSON document. @throws Kit::InputError without its place when it is none. */
 uint32_t number_of(Json const& value, std::string const& name, uint32_t largest) {
     if (value.is_number_unsigned() && value <= largest) return value.get<uint32_t>();
-    throw Kit::InputError(fmt::format("{} is no number from 0 to {}", Kit::quoted(name), largest));
+    throw Kit::InputError(
+        fmt::format("{} is not a number from 0 to {}", Kit::quoted(name), largest));
 }
 
 RegisterValue register_in(Json const& object) {
@@ -162,7 +163,7 @@ std::string left_out_text(std::vector<LeftOut> const& left_out) {
     }
     std::string text;
     for (auto const& [reason, those] : labels) {
-        text += (text.empty() ? "left out: " : "; ") + reason_text(those, reason);
+        text += (text.empty() ? "skipped: " : "; ") + reason_text(those, reason);
     }
     return text;
 }
@@ -179,7 +180,7 @@ std::string dump_as_text(RegisterDump const& dump) {
     }
     for (LeftOut const& one : dump.left_out) {
         lines[one.address] =
-            "# " + address_text(one.address) + " " + one.label + " left out: " + one.reason;
+            "# " + address_text(one.address) + " " + one.label + " skipped: " + one.reason;
     }
     std::string text = "# Registers of a chip: address, name, value, fields.\n";
     for (auto const& [address, line] : lines) text += line + "\n";

@@ -40,7 +40,8 @@ bool is_name(std::string_view text) {
 std::string take_name(TextLine& line) {
     const std::string_view found = line.word("name");
     if (is_name(found)) return std::string(found);
-    line.fail(Kit::quoted(found) + " is no name: a letter, then letters, digits, '.', '-' and '_'");
+    line.fail(Kit::quoted(found) +
+              " is not a name: a letter, then letters, digits, '.', '-' and '_'");
 }
 
 Radar::RadarField take_place(TextLine& line) {
@@ -55,7 +56,7 @@ Radar::RadarField take_place(TextLine& line) {
 std::string take_access(TextLine& line) {
     const std::string_view found = line.word("access");
     if (found == "r" || found == "w" || found == "rw" || found == "rc") return std::string(found);
-    line.fail(Kit::quoted(found) + " is no access: r, w, rw or rc");
+    line.fail(Kit::quoted(found) + " is not an access: r, w, rw or rc");
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ Setting parse_setting(RegisterMap const& map, std::string const& text) {
     const std::string value_text = text.substr(sign + 1);
     const std::optional<uint64_t> value = Kit::whole_number(value_text);
     if (!value || *value > selected.bits.largest()) {
-        throw Kit::UsageError(fmt::format("{}: {} is no number from 0 to {}", selected.bits.name,
+        throw Kit::UsageError(fmt::format("{}: {} is not a number from 0 to {}", selected.bits.name,
                                           Kit::quoted(value_text), selected.bits.largest()));
     }
     return {selected, static_cast<uint32_t>(*value)};

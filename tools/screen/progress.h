@@ -17,7 +17,7 @@ public:
         kWherePossible,
         /** Not when standard output is a terminal, too: data would be printed into the bar. */
         kNotBesideData,
-        /** Not at all: the work takes as long as the person wants. */
+        /** Not at all: the work takes as long as the user wants. */
         kNever
     };
 

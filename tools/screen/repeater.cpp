@@ -21,14 +21,14 @@ std::vector<Option> add_repetition(OptionParser& parser, Repetition& repetition)
     const auto take_interval = [&repetition](std::string const& text) -> std::string {
         const auto seconds = Kit::positive_number(text);
         if (!seconds || *seconds > kLongestInterval) {
-            return Kit::quoted(text) + " is no number of seconds up to a day";
+            return Kit::quoted(text) + " is not a number of seconds up to a day";
         }
         repetition.interval_s = *seconds;
         return "";
     };
     return {
-        parser.add_value("--interval", "S", take_interval, "Look every S seconds; without it, 1"),
-        parser.add_count("--count", repetition.count, "End after N looks")};
+        parser.add_value("--interval", "S", take_interval, "Repeat every S seconds; without it, 1"),
+        parser.add_count("--count", repetition.count, "End after N times")};
 }
 
 Repeater::Repeater(Repetition const& repetition, bool pictures, Console& console)

@@ -25,7 +25,7 @@ struct Repetition {
 std::vector<Option> add_repetition(OptionParser& parser, Repetition& repetition);
 
 /**
- * Takes turns until there were enough of them or the person ends them: Ctrl-C, or q where pictures
+ * Takes turns until there were enough of them or the user ends them: Ctrl-C, or q where pictures
  * are drawn. On a terminal a picture is drawn in place of the one before. The console outlives the
  * object. One thread at a time. Throws what the console's output throws.
  */

@@ -17,8 +17,8 @@ SettingsText load_settings(std::string const& file, Messages const& messages) {
         throw Kit::InputError(Kit::printable(file) + ": No such file or directory");
     }
     if (!settings.exists()) {
-        messages.note(std::string("there is no ") + kDefaultSettingsFile +
-                      "; every setting has its default");
+        messages.note(std::string(kDefaultSettingsFile) +
+                      ": not found; every setting has its default");
     }
     if (!settings.text().problem().empty()) throw Kit::InputError(settings.text().problem());
     for (std::string const& line : settings.text().repetitions()) messages.warn(line);

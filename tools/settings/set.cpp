@@ -46,14 +46,14 @@ Assignment parse_assignment(std::string const& text) {
     }
     Assignment made = {text.substr(0, sign), 0};
     if (!is_key(made.name)) {
-        throw Kit::UsageError(Kit::quoted(made.name) + " is no name of a setting");
+        throw Kit::UsageError(Kit::quoted(made.name) + " is not a name of a setting");
     }
     const std::string value = text.substr(sign + 1);
     char const* const end = value.data() + value.size();
     const auto result = std::from_chars(value.data(), end, made.value);
     if (result.ec != std::errc() || result.ptr != end) {
         throw Kit::UsageError(made.name + ": " + Kit::quoted(value) +
-                              " is no integer from -2147483648 to 2147483647");
+                              " is not an integer from -2147483648 to 2147483647");
     }
     return made;
 }
@@ -61,11 +61,11 @@ Assignment parse_assignment(std::string const& text) {
 void check_sense(Assignment const& assignment) {
     Kit::Setting const* const key = Kit::find_setting(assignment.name);
     if (key == nullptr) {
-        throw Kit::InputError("nobody understands " + assignment.name +
-                              "; --force sets it all the same");
+        throw Kit::InputError("unknown setting " + Kit::quoted(assignment.name) +
+                              " (use --force to set it)");
     }
     if (assignment.value >= key->lowest && assignment.value <= key->highest) return;
-    throw Kit::InputError(fmt::format("{} takes {} to {}, not {}; --force sets it all the same",
+    throw Kit::InputError(fmt::format("{} takes {} to {}, not {} (use --force to set it)",
                                       assignment.name, key->lowest, key->highest,
                                       assignment.value));
 }
@@ -107,8 +107,7 @@ Run declare(OptionParser& parser) {
     const auto options = std::make_shared<Options>();
     parser.add_arguments("SETTING", options->assignments, "NAME=VALUE: a setting and its new value")
         .require();
-    parser.add_flag("--force", options->force,
-                    "Also set what nobody understands, and values that make no sense");
+    parser.add_flag("--force", options->force, "Also set unknown settings and values out of range");
     add_settings_file(parser, options->file);
     return [options](Console& console) { return run(*options, console); };
 }

@@ -70,7 +70,8 @@ std::string line_number(size_t index) {
 
 SettingsText::SettingsText(std::string name, std::string_view text) : name_(std::move(name)) {
     if (text.find('\0') != std::string_view::npos) {
-        throw Kit::InputError(Kit::printable(name_) + ": holds a NUL byte, so it is no key file");
+        throw Kit::InputError(Kit::printable(name_) +
+                              ": holds a NUL byte, so it is not a key file");
     }
     if (text.substr(0, 3) == "\xef\xbb\xbf") {
         throw Kit::InputError(Kit::printable(name_) + ": begins with a byte-order mark");
@@ -144,7 +145,7 @@ std::string SettingsText::no_integer(std::string const& key) const {
     }
     return Kit::printable(name_) + where + ": " + Kit::printable(key) + " is " +
            Kit::quoted(value.substr(0, kLongest)) + (value.size() > kLongest ? "..." : "") +
-           ", which is no 32-bit integer";
+           ", which is not a 32-bit integer";
 }
 
 std::vector<std::string> SettingsText::keys() const {
@@ -169,7 +170,7 @@ std::vector<std::string> SettingsText::repetitions() const {
     std::vector<std::string> all;
     for (auto const& [key, those] : places) {
         if (those.size() < 2) continue;
-        all.push_back(fmt::format("{}: {} is there {} times; {} counts", Kit::printable(name_),
+        all.push_back(fmt::format("{}: {} occurs {} times; {} counts", Kit::printable(name_),
                                   Kit::printable(key), those.size(), line_number(those.back())));
     }
     return all;

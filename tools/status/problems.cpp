@@ -80,7 +80,7 @@ void add_recorder(std::string const& name, StatusFields const& recorder,
                      last_error),
          "since the service started, frames may be missing in its files",
          "see that " + recorder["directory"].text() +
-             " is there and has room; then start the service again, which counts anew"});
+             " is there and has room; then start the service again, which counts again"});
 }
 
 }  // namespace

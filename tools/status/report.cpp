@@ -101,7 +101,7 @@ public:
         add("frames", count_of(counters["frames"], "frame") + " with " +
                           count_of(counters["targets"], "target") + ", " +
                           count_of(counters["targets_dropped"], "target") +
-                          " left out, last frame " + (last > 0 ? "at " + time_text(last) : "none"));
+                          " dropped, last frame " + (last > 0 ? "at " + time_text(last) : "none"));
         const StatusFields watchdog = status["watchdog"];
         add("watchdog", std::string(watchdog["expired"].is_set() ? "expired" : "armed") + ", " +
                             watchdog["timeout_s"].text() + " s, has run out " +
@@ -165,7 +165,7 @@ Json parse(std::string const& source, std::string const& document) {
     const bool has_all = status.is_object() && status.count("state") == 1 &&
                          status.count("failure") == 1 && status.count("recorders") == 1;
     if (!has_all)
-        throw Kit::InputError(Kit::printable(source) + ": what answers is no radar service");
+        throw Kit::InputError(Kit::printable(source) + ": what answers is not a radar service");
     return status;
 }
 

@@ -29,8 +29,7 @@ struct Options {
 std::string socket_path(std::string const& text) {
     const SourceName source = parse_source_name(text);
     if (source.kind == SourceName::Kind::kLiveStream) return source.path;
-    throw Kit::UsageError("SOURCE " + text +
-                          " is no socket of a service, which is written unix:PATH");
+    throw Kit::UsageError("SOURCE " + text + " is not a socket of a service (expected unix:PATH)");
 }
 
 /** Where a service that was started without options answers. */
@@ -103,8 +102,7 @@ Run declare(OptionParser& parser) {
         "SOURCE", options->source,
         "The status socket, unix:PATH; without it, that of this machine's service");
     parser.add_choice("--format", options->format, {"text", "json"}, "Print the status as");
-    const Option watches =
-        parser.add_flag("--watch", options->watch, "Look again and again, until q or Ctrl-C");
+    const Option watches = parser.add_flag("--watch", options->watch, "Repeat until q or Ctrl-C");
     for (Option& option : add_repetition(parser, options->repetition)) option.require_with(watches);
     return [options, source](Console& console) {
         if (!source.is_given()) options->source = default_source();

@@ -149,7 +149,7 @@ TEST_F(RecordingSourceTest, DamageIsNamedWithItsPlace) {
         std::string(kComplete) + ": offset 0: not a recording: 0x656D6F73 in place of 0xBADABADA");
     EXPECT_EQ(problem_of(header(1) + "raw data"),
               std::string(kComplete) +
-                  ": offset 40: no record behind the header, 0x20776172 is no "
+                  ": offset 40: no record after the header, 0x20776172 is not a "
                   "tag: raw data, or damage");
     EXPECT_EQ(problem_of(header(1) + record("\x08\x05")),
               std::string(kComplete) + ": offset 40: frame with magic 5 in place of 29061378");
@@ -179,7 +179,7 @@ TEST_F(RecordingSourceTest, RawDataInADirectoryIsPassedOverWithAMessage) {
     EXPECT_THAT(test_support::captured_log(),
                 ElementsAre(test_support::LogLine{
                     2,
-                    "/tmp/d/raw_150525_093007_042.data: passed over: no record behind the "
+                    "/tmp/d/raw_150525_093007_042.data: skipped: no record after the "
                     "header, raw data or damage\n"}));
 }
 

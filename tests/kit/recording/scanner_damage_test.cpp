@@ -48,7 +48,7 @@ TEST_F(RecordingScannerDamageTest, RawDataIsTold) {
     EXPECT_THAT(scan(header(1) + "raw data of a radar"),
                 ElementsAre("header", "raw-data@40", "skipped@40+19"));
     EXPECT_EQ(text(header(1) + "raw data of a radar"),
-              "no record behind the header, 0x20776172 is no tag: raw data, or damage");
+              "no record after the header, 0x20776172 is not a tag: raw data, or damage");
 }
 
 TEST_F(RecordingScannerDamageTest, ADamagedTagCostsItsRecord) {

@@ -89,7 +89,7 @@ TEST_F(MergeTest, CopiesOfAFrameAreWrittenOnceWhereThatIsWanted) {
     const Outcome outcome = merge({"/tmp/a", "/tmp/b", "/tmp/c", "--once"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err,
-              "petrelradar merge: frames that several sources have, written once: 2 left out\n");
+              "petrelradar merge: frames that several sources have, written once: 2 skipped\n");
     EXPECT_EQ(read_file(kResult),
               header(6) + frames({10, 20, 20}) + frames({20}, 1) + frames({30}) + frames({30}, 1));
 }

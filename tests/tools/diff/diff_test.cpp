@@ -250,7 +250,9 @@ TEST_F(DiffTest, WhatMakesNoSenseIsAUsageError) {
     write_times("/tmp/b", {10});
     const Outcome outcome = diff({"--tolerance", "height=1"});
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_THAT(outcome.err, HasSubstr("'height' is none of rcs, r, rdot, theta, snr, timestamp"));
+    EXPECT_THAT(
+        outcome.err,
+        HasSubstr("unknown field 'height' (expected one of rcs, r, rdot, theta, snr, timestamp)"));
     EXPECT_EQ(run({"diff", "-", "-"}).status, 2);
 }
 

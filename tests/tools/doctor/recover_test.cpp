@@ -124,7 +124,7 @@ TEST_F(RecoverTest, RawDataInADirectoryIsPassedOver) {
     write_file("/tmp/card/raw_150525_093007_042.data", header(2) + "what the chip sent");
     recover("/tmp/card");
     EXPECT_THAT(list_directory("/tmp/saved"), ElementsAre(kName));
-    EXPECT_THAT(outcome.err, HasSubstr("raw_150525_093007_042.data: passed over: "));
+    EXPECT_THAT(outcome.err, HasSubstr("raw_150525_093007_042.data: skipped: "));
     EXPECT_EQ(outcome.status, 0);
 }
 

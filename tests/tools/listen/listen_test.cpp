@@ -83,8 +83,9 @@ TEST_F(ListenTest, AServiceThatIsNotThereIsAFailure) {
 TEST_F(ListenTest, AFileIsNoLiveStream) {
     const Outcome outcome = run({"listen", "/tmp/file.data"});
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_THAT(outcome.err, testing::StartsWith("petrelradar listen: SOURCE /tmp/file.data is no "
-                                                 "live stream, which is written unix:PATH\n"));
+    EXPECT_THAT(outcome.err,
+                testing::StartsWith("petrelradar listen: SOURCE /tmp/file.data is not a "
+                                    "live stream (expected unix:PATH)\n"));
 }
 
 TEST_F(ListenTest, TheEndOfTheServiceEndsItWhereThatIsWanted) {

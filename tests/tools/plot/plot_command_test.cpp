@@ -119,19 +119,20 @@ INSTANTIATE_TEST_SUITE_P(
                   "petrelradar plot: -o /tmp/p.jpg: the name has to end with .svg, .png or .pdf\n"},
         UsageCase{"UnknownView",
                   {"-o", "/tmp/p.svg", "--view", "side"},
-                  "petrelradar plot: --view: 'side' is none of plan, range, speed\n"},
+                  "petrelradar plot: --view: unknown value 'side' (expected one of plan, range, "
+                  "speed)\n"},
         UsageCase{"TooSmall",
                   {"-o", "/tmp/p.svg", "--size", "100x100"},
-                  "petrelradar plot: --size: '100x100' is no size from 240x240"},
+                  "petrelradar plot: --size: '100x100' is not a size from 240x240"},
         UsageCase{"TooLarge",
                   {"-o", "/tmp/p.svg", "--size", "99999x99999"},
-                  "petrelradar plot: --size: '99999x99999' is no size from 240x240"},
+                  "petrelradar plot: --size: '99999x99999' is not a size from 240x240"},
         UsageCase{"NoSize",
                   {"-o", "/tmp/p.svg", "--size", "large"},
-                  "petrelradar plot: --size: 'large' is no size from 240x240"},
+                  "petrelradar plot: --size: 'large' is not a size from 240x240"},
         UsageCase{"NoTrail",
                   {"-o", "/tmp/p.svg", "--trail", "-3"},
-                  "petrelradar plot: --trail: '-3' is no number above 0"}),
+                  "petrelradar plot: --trail: '-3' is not a number above 0"}),
     [](auto const& tested) { return tested.param.name; });
 
 }  // namespace

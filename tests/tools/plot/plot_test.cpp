@@ -196,7 +196,7 @@ TEST_F(PlotTest, TargetsThatAreNoNumbersAreLeftOutAndReported) {
         recording({frame(kBegin, {{nan, 0, 0}, {1, 1e30F, 0}, {-1, 0, 0}, {2, 1, 0}})}));
     const Outcome outcome = plot({"-o", "/tmp/p.svg"});
     EXPECT_EQ(outcome.status, 3);
-    EXPECT_THAT(outcome.err, HasSubstr("3 targets left out: not a number"));
+    EXPECT_THAT(outcome.err, HasSubstr("3 targets skipped: not a number"));
     EXPECT_EQ(xml_problem(test_support::read_file("/tmp/p.svg")), "");
 }
 

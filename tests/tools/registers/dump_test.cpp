@@ -23,10 +23,10 @@ constexpr char kSmallMap[] =
 constexpr char kDump[] =
     "# Registers of a chip: address, name, value, fields.\n"
     "0x0008 scratch 0x00000000\n"
-    "# 0x000c reset left out: it can only be written\n"
+    "# 0x000c reset skipped: it can only be written\n"
     "0x0010 control 0x00400000 enable=0\n"
     "0x0018 - 0x00000000 nearest=0\n"
-    "# 0x0024 events left out: reading changes it\n";
+    "# 0x0024 events skipped: reading changes it\n";
 
 class RegsDumpTest : public tools_test::RegsTest {
 protected:
@@ -51,8 +51,8 @@ TEST_F(RegsDumpTest, NamesOnStandardErrorWhatItLeftOut) {
     const Outcome outcome = regs({"dump"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err,
-              "petrelradar regs dump: left out: reset (it can only be written); events (reading "
-              "changes it; --force reads it)\n");
+              "petrelradar regs dump: skipped: reset (it can only be written); events (reading "
+              "changes it; use --force to read it)\n");
 }
 
 TEST_F(RegsDumpTest, DoesNotReadWhatItLeavesOut) {
@@ -154,8 +154,9 @@ TEST_F(RegsDiffTest, WhatReadingChangesIsNotReadToBeCompared) {
     const Outcome outcome = regs({"diff", "/tmp/a"});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err,
-              "petrelradar regs diff: left out: events (reading changes it; --force reads it)\n");
+    EXPECT_EQ(
+        outcome.err,
+        "petrelradar regs diff: skipped: events (reading changes it; use --force to read it)\n");
     EXPECT_EQ(chip_.chip.read(0x0024), 3U);
 }
 
@@ -163,7 +164,7 @@ TEST_F(RegsDiffTest, WhatTheMapDoesNotHaveIsNotRead) {
     const Outcome outcome = regs({"diff", "-"}, "0x0100 - 0x00000000\n");
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.err,
-              "petrelradar regs diff: left out: 0x0100 (not in the map; --force reads it)\n");
+              "petrelradar regs diff: skipped: 0x0100 (not in the map; use --force to read it)\n");
     EXPECT_EQ(traffic(), 0);
 }
 
@@ -191,26 +192,26 @@ TEST_P(BadDumpTest, IsRefusedWithThePlaceAndTheReason) {
 const BadDump kBadDumps[] = {
     {"Empty", "", ": holds no register"},
     {"OnlyComments", "# nothing\n\n", ": holds no register"},
-    {"Word", "hello\n", ":1:1: 'hello' is no address, which is 0 to 65535"},
+    {"Word", "hello\n", ":1:1: 'hello' is not a valid address (0 to 65535)"},
     {"NoName", "0x10", ":1:5: the name is missing"},
     {"NoValue", "0x10 a\n", ":1:7: the value is missing"},
     {"BadValue", "0x10 a 0x1ffffffff\n",
-     ":1:8: '0x1ffffffff' is no value, which is 0 to 4294967295"},
-    {"BadField", "0x0 a 0\n0x10 a 0 b\n", ":2:10: 'b' is no field, which is written NAME=VALUE"},
-    {"BadFieldValue", "0x10 a 0 b=x\n", ":1:10: 'b=x' is no field, which is written NAME=VALUE"},
-    {"ControlCharacters", "\x1b[31m\n", ":1:1: '?[31m' is no address, which is 0 to 65535"},
+     ":1:8: '0x1ffffffff' is not a valid value (0 to 4294967295)"},
+    {"BadField", "0x0 a 0\n0x10 a 0 b\n", ":2:10: 'b' is not a field (expected NAME=VALUE)"},
+    {"BadFieldValue", "0x10 a 0 b=x\n", ":1:10: 'b=x' is not a field (expected NAME=VALUE)"},
+    {"ControlCharacters", "\x1b[31m\n", ":1:1: '?[31m' is not a valid address (0 to 65535)"},
     {"Twice", "0x10 a 0\n16 b 0\n", ": holds 0x0010 twice"},
     {"CutJson", "{\"registers\": [\n  {\"address\"", ":2:13: no valid JSON"},
     {"ForeignJson", "{\"state\": 1}", ": no dump of registers"},
     {"JsonWithoutAddress", "{\"registers\": [{\"value\": 1}]}",
-     ": register 1: 'address' is no number from 0 to 65535"},
+     ": register 1: 'address' is not a number from 0 to 65535"},
     {"JsonWithTextAsValue", "{\"registers\": [{\"address\": 1, \"value\": \"1\"}]}",
-     ": register 1: 'value' is no number from 0 to 4294967295"},
+     ": register 1: 'value' is not a number from 0 to 4294967295"},
     {"JsonWithNegativeField",
      "{\"registers\": [{\"address\": 1, \"value\": 1, \"fields\": {\"f\": -1}}]}",
-     ": register 1: 'f' is no number from 0 to 4294967295"},
+     ": register 1: 'f' is not a number from 0 to 4294967295"},
     {"JsonWithNumbersForRegisters", "{\"registers\": [7]}",
-     ": register 1: 'address' is no number from 0 to 65535"},
+     ": register 1: 'address' is not a number from 0 to 65535"},
 };
 
 INSTANTIATE_TEST_SUITE_P(, BadDumpTest, testing::ValuesIn(kBadDumps),

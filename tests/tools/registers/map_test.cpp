@@ -39,7 +39,7 @@ TEST_P(BadMapTest, IsRefusedWithLineAndColumn) {
     EXPECT_EQ(problem_of(GetParam().text), "my.map" + GetParam().problem);
 }
 
-constexpr char kNameRule[] = " is no name: a letter, then letters, digits, '.', '-' and '_'";
+constexpr char kNameRule[] = " is not a name: a letter, then letters, digits, '.', '-' and '_'";
 
 const BadMap kBadMaps[] = {
     {"Empty", "", ": names no register"},
@@ -51,20 +51,20 @@ const BadMap kBadMaps[] = {
      std::string(":1:1: '\xef\xbb\xbfname'") + kNameRule},
     {"NameTwice", "a 0 0 32 r\n\n  a 4 0 32 r\n", ":3:3: the name 'a' was given in line 1"},
     {"NoAddress", "control", ":1:8: the address is missing"},
-    {"AddressThatIsNoNumber", "a 0x 0 32 r\n", ":1:3: '0x' is no address, which is 0 to 65535"},
+    {"AddressThatIsNoNumber", "a 0x 0 32 r\n", ":1:3: '0x' is not a valid address (0 to 65535)"},
     {"AddressBeyondTheBus", "a 0x10000 0 32 r\n",
-     ":1:3: '0x10000' is no address, which is 0 to 65535"},
-    {"NegativeAddress", "a -4 0 32 r\n", ":1:3: '-4' is no address, which is 0 to 65535"},
-    {"ShiftBeyondTheRegister", "a 0 32 1 r\n", ":1:5: '32' is no shift, which is 0 to 31"},
-    {"NoWidth", "a 0 0 0 r\n", ":1:7: '0' is no width, which is 1 to 32"},
-    {"WidthBeyondTheRegister", "a 0 0 33 r\n", ":1:7: '33' is no width, which is 1 to 32"},
+     ":1:3: '0x10000' is not a valid address (0 to 65535)"},
+    {"NegativeAddress", "a -4 0 32 r\n", ":1:3: '-4' is not a valid address (0 to 65535)"},
+    {"ShiftBeyondTheRegister", "a 0 32 1 r\n", ":1:5: '32' is not a valid shift (0 to 31)"},
+    {"NoWidth", "a 0 0 0 r\n", ":1:7: '0' is not a valid width (1 to 32)"},
+    {"WidthBeyondTheRegister", "a 0 0 33 r\n", ":1:7: '33' is not a valid width (1 to 32)"},
     {"FieldAcrossTheEnd", "a 0 20 16 r\n",
      ":1:8: bits 20 to 35 are more than a register has, which is 0 to 31"},
-    {"NumberWithTail", "a 0 0x1g 1 r\n", ":1:5: '0x1g' is no shift, which is 0 to 31"},
+    {"NumberWithTail", "a 0 0x1g 1 r\n", ":1:5: '0x1g' is not a valid shift (0 to 31)"},
     {"HugeNumber", "a 99999999999999999999 0 1 r\n",
-     ":1:3: '99999999999999999999' is no address, which is 0 to 65535"},
+     ":1:3: '99999999999999999999' is not a valid address (0 to 65535)"},
     {"NoAccess", "a 0 0 1\n", ":1:8: the access is missing"},
-    {"UnknownAccess", "a\t0\t0\t1\trx\n", ":1:9: 'rx' is no access: r, w, rw or rc"},
+    {"UnknownAccess", "a\t0\t0\t1\trx\n", ":1:9: 'rx' is not an access: r, w, rw or rc"},
 };
 
 INSTANTIATE_TEST_SUITE_P(, BadMapTest, testing::ValuesIn(kBadMaps),

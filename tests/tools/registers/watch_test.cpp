@@ -81,8 +81,8 @@ TEST_F(RegsWatchTest, WithoutNamesAllThatMayBeReadIsWatched) {
     const Outcome outcome = watch({}, 1);
     EXPECT_EQ(lines(outcome.out).size(), 12U + 192U);
     EXPECT_EQ(outcome.err,
-              "petrelradar regs watch: left out: reset, acknowledge (it can only be written); "
-              "events (reading changes it; --force reads it)\n");
+              "petrelradar regs watch: skipped: reset, acknowledge (it can only be written); "
+              "events (reading changes it; use --force to read it)\n");
 }
 
 TEST_F(RegsWatchTest, ForcedWhatReadingClearsIsWatched) {
@@ -118,7 +118,7 @@ TEST_F(RegsWatchTest, AChipThatIsLostEndsIt) {
 
 TEST_F(RegsWatchTest, AnIntervalOfNothingIsRefused) {
     EXPECT_EQ(regs({"watch", "--interval", "0"}).err,
-              "petrelradar regs watch: --interval: '0' is no number of seconds up to a day\n"
+              "petrelradar regs watch: --interval: '0' is not a number of seconds up to a day\n"
               "Try 'petrelradar regs watch --help'.\n");
 }
 

@@ -62,13 +62,13 @@ TEST_F(SettingsListTest, WithoutTheServicesFileEverythingHasItsDefault) {
     const Outcome outcome = test_support::run_inside({"settings", "list"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err,
-              "petrelradar settings list: there is no /etc/radar/radar.conf; every setting has its "
+              "petrelradar settings list: /etc/radar/radar.conf: not found; every setting has its "
               "default\n");
 }
 
 TEST_F(SettingsListTest, ASettingThatIsThereTwiceIsReported) {
     EXPECT_EQ(run("[Radar]\nTargetLimit=1\nTargetLimit=2\n", {"list"}).err,
-              "petrelradar settings list: /tmp/etc/radar.conf: TargetLimit is there 2 times; line "
+              "petrelradar settings list: /tmp/etc/radar.conf: TargetLimit occurs 2 times; line "
               "3 counts\n");
 }
 

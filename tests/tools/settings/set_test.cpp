@@ -88,7 +88,7 @@ TEST_F(SettingsSetTest, AWrongValueElsewhereIsRefusedAndMendedByItsOwn) {
     const std::string text = "[Radar]\nTargetLimit=x\nWatchdogTimeout=3\n";
     EXPECT_EQ(run(text, {"set", "WatchdogTimeout=4"}).err,
               "petrelradar settings set: /tmp/etc/radar.conf: line 2: TargetLimit is 'x', which is "
-              "no 32-bit integer\n");
+              "not a 32-bit integer\n");
     EXPECT_EQ(read_file(kFile), text);
     EXPECT_EQ(run(text, {"set", "TargetLimit=4"}).status, 0);
 }

@@ -97,17 +97,18 @@ const BadText kBadTexts[] = {
      "comment"},
     {"ByteOrderMark", "\xef\xbb\xbf[Radar]\nA=1\n", "refused: f: begins with a byte-order mark"},
     {"NulByte", std::string("[Radar]\nA=1\0\n", 13),
-     "refused: f: holds a NUL byte, so it is no key file"},
-    {"Letters", "[Radar]\n\nA=12abc\n", "f: line 3: A is '12abc', which is no 32-bit integer"},
-    {"Hexadecimal", "[Radar]\nA=0x10\n", "f: line 2: A is '0x10', which is no 32-bit integer"},
-    {"Nothing", "[Radar]\nA=\n", "f: line 2: A is '', which is no 32-bit integer"},
+     "refused: f: holds a NUL byte, so it is not a key file"},
+    {"Letters", "[Radar]\n\nA=12abc\n", "f: line 3: A is '12abc', which is not a 32-bit integer"},
+    {"Hexadecimal", "[Radar]\nA=0x10\n", "f: line 2: A is '0x10', which is not a 32-bit integer"},
+    {"Nothing", "[Radar]\nA=\n", "f: line 2: A is '', which is not a 32-bit integer"},
     {"TooLarge", "[Radar]\nA=2147483648\n",
-     "f: line 2: A is '2147483648', which is no 32-bit integer"},
+     "f: line 2: A is '2147483648', which is not a 32-bit integer"},
     {"TwentyDigits", "[Radar]\nA=99999999999999999999\n",
-     "f: line 2: A is '99999999999999999999', which is no 32-bit integer"},
-    {"TheLineThatCounts", "[Radar]\nA=1\nA=x\n", "f: line 3: A is 'x', which is no 32-bit integer"},
+     "f: line 2: A is '99999999999999999999', which is not a 32-bit integer"},
+    {"TheLineThatCounts", "[Radar]\nA=1\nA=x\n",
+     "f: line 3: A is 'x', which is not a 32-bit integer"},
     {"LongValue", "[Radar]\nA=" + std::string(1000, 'x') + "\n",
-     "f: line 2: A is '" + std::string(40, 'x') + "'..., which is no 32-bit integer"},
+     "f: line 2: A is '" + std::string(40, 'x') + "'..., which is not a 32-bit integer"},
 };
 
 INSTANTIATE_TEST_SUITE_P(, BadSettingsTest, testing::ValuesIn(kBadTexts),
@@ -156,7 +157,7 @@ TEST(SettingsTextTest, ATextWithoutTheGroupHasNoSettings) {
 
 TEST(SettingsTextTest, AKeyThatIsThereTwiceIsReported) {
     EXPECT_THAT(SettingsText("f", "[Radar]\nA=1\nB=1\nA=2\n").repetitions(),
-                ElementsAre("f: A is there 2 times; line 4 counts"));
+                ElementsAre("f: A occurs 2 times; line 4 counts"));
 }
 
 TEST(SettingsTextTest, AValueThatIsSetIsReadBack) {

@@ -38,8 +38,9 @@ TEST_P(ForeignAnswerTest, IsNoRadarService) {
         const Outcome outcome = status_of(GetParam().answer, options);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(outcome.err,
-                  "petrelradar status: unix:/tmp/status.sock: what answers is no radar service\n");
+        EXPECT_EQ(
+            outcome.err,
+            "petrelradar status: unix:/tmp/status.sock: what answers is not a radar service\n");
     }
 }
 

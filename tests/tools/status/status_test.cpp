@@ -35,7 +35,7 @@ TEST_F(StatusTest, TellsWhatTheServiceIsDoing) {
     const std::string out = status_of(healthy()).out;
     EXPECT_THAT(out, StartsWith("state        running for 1 d 2 h, version 1.2.3, process 4711\n"));
     EXPECT_THAT(out, ContainsRegex("\ninput +scene:1 \\(scene\\), 0 errors\n"));
-    EXPECT_THAT(out, ContainsRegex("\nframes +100 frames with 300 targets, 0 targets left out, "
+    EXPECT_THAT(out, ContainsRegex("\nframes +100 frames with 300 targets, 0 targets dropped, "
                                    "last frame none\n"));
     EXPECT_THAT(out, ContainsRegex("\nwatchdog +armed, 2 s, has run out 0 times\n"));
     EXPECT_THAT(out, ContainsRegex("\nsettings +/etc/radar/radar.conf\n"));
