@@ -31,7 +31,7 @@ bool looks_like_date(uint64_t us) {
     return us >= 100000000000000 && us < 10000000000000000;
 }
 
-std::string length_text(double us) {
+std::string duration_text(double us) {
     if (us < 1000) return fmt::format("{:.0f} us", us);
     if (us < 1e6) return fmt::format("{:.1f} ms", us / 1e3);
     if (us < 1e8) return fmt::format("{:.1f} s", us / 1e6);

@@ -15,6 +15,6 @@ std::string utc_text_of_seconds(int64_t seconds);
 bool looks_like_date(uint64_t us);
 
 /** A length of time for people: "250 us", "33.3 ms", "20.0 s", "3 min 20 s", "2 h 5 min". */
-std::string length_text(double us);
+std::string duration_text(double us);
 
 }  // namespace Tools

@@ -62,7 +62,7 @@ public:
             earliest->advance();
         }
         result_->finish();
-        return tell();
+        return report();
     }
 
 private:
@@ -121,7 +121,7 @@ private:
         shown.update(done, total);
     }
 
-    ExitStatus tell() {
+    ExitStatus report() {
         bar_.clear();
         ExitStatus status = ExitStatus::kOk;
         bool interrupted = false;

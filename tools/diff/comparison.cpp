@@ -103,11 +103,11 @@ private:
         return 0;
     }
 
-    template <typename Tell>
-    void pass_over(Targets& targets, uint64_t count, Tell tell) {
+    template <typename Report>
+    void pass_over(Targets& targets, uint64_t count, Report report) {
         for (; count > 0; --count) {
             equal_ = false;
-            tell(targets.index());
+            report(targets.index());
             targets.advance();
         }
     }
@@ -115,15 +115,15 @@ private:
     void tell_fields() {
         for (auto const& [field, value] : kFloatFields) {
             if (floats_agree(a_, b_, field, value)) continue;
-            tell(field, exact_text(a_.values().*value), exact_text(b_.values().*value));
+            report(field, exact_text(a_.values().*value), exact_text(b_.values().*value));
         }
         if (a_.values().options != b_.values().options) {
-            tell(FrameField::kOptions, std::to_string(a_.values().options),
-                 std::to_string(b_.values().options));
+            report(FrameField::kOptions, std::to_string(a_.values().options),
+                   std::to_string(b_.values().options));
         }
     }
 
-    void tell(FrameField field, std::string const& value_a, std::string const& value_b) {
+    void report(FrameField field, std::string const& value_a, std::string const& value_b) {
         equal_ = false;
         sink_.field_differs(a_.index(), b_.index(), field, value_a, value_b);
     }

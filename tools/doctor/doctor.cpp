@@ -40,7 +40,7 @@ public:
                          sum_.skipped_bytes(), interrupted});
         console_.out.flush();
         bar_.clear();
-        return sum_.tell(console_.messages, frames, interrupted);
+        return sum_.report(console_.messages, frames, interrupted);
     }
 
 private:

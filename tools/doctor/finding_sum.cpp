@@ -14,7 +14,7 @@ void FindingSum::add(DoctorFinding const& finding) {
     }
 }
 
-ExitStatus FindingSum::tell(Messages const& messages, uint64_t frames, bool interrupted) const {
+ExitStatus FindingSum::report(Messages const& messages, uint64_t frames, bool interrupted) const {
     if (error_count_ > 0) {
         std::string text = Kit::count_text(error_count_, "error") + " (";
         for (auto const& [code, count] : codes_) {

@@ -21,9 +21,9 @@ public:
 
     /**
      * Tells of errors, and that Ctrl-C ended the work after so many frames. Returns kDamaged when
-     * there is anything to tell.
+     * there is anything to report.
      */
-    ExitStatus tell(Messages const& messages, uint64_t frames, bool interrupted) const;
+    ExitStatus report(Messages const& messages, uint64_t frames, bool interrupted) const;
 
 private:
     std::map<std::string, uint64_t> codes_;  // of errors

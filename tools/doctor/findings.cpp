@@ -17,7 +17,7 @@ using Kit::FindingKind;
 constexpr size_t kCompared = 64 * 1024;
 
 std::string length_of(uint64_t us) {
-    return length_text(static_cast<double>(us));
+    return duration_text(static_cast<double>(us));
 }
 
 /** Whether the records may be there and only be unreadable from this place on. */
@@ -39,7 +39,7 @@ bool can_be_zeroed(FindingKind kind) {
 
 void DoctorFindings::finish() {
     settle(false);
-    tell_gaps();
+    report_gaps();
 }
 
 void DoctorFindings::on_file(Kit::RecordingFile const& file, FileState state) {
@@ -112,7 +112,7 @@ void DoctorFindings::on_finding(Kit::Finding const& finding) {
 
 /** Tells what waits. `goes_on`: whether there are records or a header behind the damage. */
 void DoctorFindings::settle(bool goes_on) {
-    if (damage_) tell_(judge(*std::exchange(damage_, std::nullopt), goes_on));
+    if (damage_) take_(judge(*std::exchange(damage_, std::nullopt), goes_on));
     if (!wrong_count_) return;
     const Kit::Finding count = *std::exchange(wrong_count_, std::nullopt);
     report("frame-count", count.offset, count.text);
@@ -139,9 +139,9 @@ DoctorFinding DoctorFindings::judge(Kit::Finding const& finding, bool goes_on) c
     return {finding_code(code), file_.path, finding.offset, finding.length, text};
 }
 
-void DoctorFindings::tell_gaps() {
+void DoctorFindings::report_gaps() {
     for (FrameGap const& gap : timing_.gaps()) {
-        tell_({finding_code("gap"), gap.place.file, gap.place.offset, 0,
+        take_({finding_code("gap"), gap.place.file, gap.place.offset, 0,
                fmt::format("no frame for {} before frame {}, where {} is usual",
                            length_of(gap.length_us), gap.place.number,
                            length_of(timing_.usual_us()))});
@@ -149,7 +149,7 @@ void DoctorFindings::tell_gaps() {
 }
 
 void DoctorFindings::report(char const* code, uint64_t offset, std::string const& text) {
-    tell_({finding_code(code), file_.path, offset, 0, text});
+    take_({finding_code(code), file_.path, offset, 0, text});
 }
 
 }  // namespace Tools

@@ -28,10 +28,10 @@ struct DoctorFinding {
  */
 class DoctorFindings : public InputHandler {
 public:
-    using Tell = std::function<void(DoctorFinding const&)>;
+    using Take = std::function<void(DoctorFinding const&)>;
 
-    /** @param tell takes each finding, in order of the source; only gaps come at the end. */
-    explicit DoctorFindings(Tell tell) : tell_(std::move(tell)) {}
+    /** @param take takes each finding, in order of the source; only gaps come at the end. */
+    explicit DoctorFindings(Take take) : take_(std::move(take)) {}
 
     void on_file(Kit::RecordingFile const& file, FileState state) override;
     void on_header(Kit::RecordingHeader const& header) override;
@@ -50,10 +50,10 @@ private:
     void check_repetition(InputFrame const& frame);
     void settle(bool goes_on);
     DoctorFinding judge(Kit::Finding const& finding, bool goes_on) const;
-    void tell_gaps();
+    void report_gaps();
     void report(char const* code, uint64_t offset, std::string const& text);
 
-    Tell tell_;
+    Take take_;
     Kit::RecordingFile file_;
     bool header_seen_ = false;
     uint64_t file_count_ = 0;

@@ -100,7 +100,7 @@ private:
 
     ExitStatus judge(bool interrupted) const {
         const ExitStatus status =
-            sum_.tell(console_.messages, findings_.frame_timing().frames(), interrupted);
+            sum_.report(console_.messages, findings_.frame_timing().frames(), interrupted);
         if (report_.suspects() == 0) return status;
         console_.messages.warn("judged suspect: " + std::to_string(report_.suspects()));
         return ExitStatus::kDamaged;

@@ -60,8 +60,8 @@ char const* name_of(SavedRecording::Header header) {
     return "made-up";
 }
 
-Recovery::Recovery(std::string directory, bool force, Tell tell)
-    : directory_(std::move(directory)), force_(force), tell_(std::move(tell)) {}
+Recovery::Recovery(std::string directory, bool force, OnSaved on_saved)
+    : directory_(std::move(directory)), force_(force), on_saved_(std::move(on_saved)) {}
 
 void Recovery::on_file(Kit::RecordingFile const& file, FileState) {
     end_part();
@@ -186,7 +186,7 @@ void Recovery::complete(Part& part) {
     part.saved.records = part.output->records();
     part.saved.bytes = part.output->size();
     part.output.reset();
-    tell_(part.saved);
+    on_saved_(part.saved);
 }
 
 }  // namespace Tools

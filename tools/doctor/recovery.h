@@ -45,14 +45,14 @@ char const* name_of(SavedRecording::Header header);
  */
 class Recovery : public InputHandler {
 public:
-    using Tell = std::function<void(SavedRecording const&)>;
+    using OnSaved = std::function<void(SavedRecording const&)>;
 
     /**
      * @param directory where recordings are written; made when there is something to write.
      * @param force whether files that are there may be replaced.
-     * @param tell is told of each recording that is complete.
+     * @param on_saved called with each recording that is complete.
      */
-    Recovery(std::string directory, bool force, Tell tell);
+    Recovery(std::string directory, bool force, OnSaved on_saved);
 
     void on_file(Kit::RecordingFile const& file, FileState state) override;
     void on_header(Kit::RecordingHeader const& header) override;
@@ -87,7 +87,7 @@ private:
 
     std::string directory_;
     bool force_;
-    Tell tell_;
+    OnSaved on_saved_;
     Kit::RecordingFile file_;
     bool is_first_part_ = false;  // of the file, whose name it gets
     bool is_begun_ = false;

@@ -36,7 +36,7 @@ public:
     bool follows() const { return following_; }
 
     /** Files of other recorders in the directory, which are left out because of --recorder. */
-    size_t left_out() const { return other_files_; }
+    size_t skipped_files() const { return other_files_; }
     uint64_t total_size() const { return size_; }
     std::vector<Kit::RecordingFile> const& files() const { return found_; }
 

@@ -63,7 +63,7 @@ RecordingInput::RecordingInput(SourceName const& source, SourceOptions const& op
         return;
     }
     files_.emplace(source.path, options.recorder, options.follow);
-    report_skipped_files_ = files_->left_out() > 0;
+    report_skipped_files_ = files_->skipped_files() > 0;
 }
 
 uint64_t RecordingInput::bytes_done() const {
@@ -72,7 +72,8 @@ uint64_t RecordingInput::bytes_done() const {
 
 bool RecordingInput::read(InputHandler& items) {
     if (std::exchange(report_skipped_files_, false)) {
-        items.on_note("files of other recorders, skipped: " + std::to_string(files_->left_out()));
+        items.on_note("files of other recorders, skipped: " +
+                      std::to_string(files_->skipped_files()));
         return true;
     }
     try {

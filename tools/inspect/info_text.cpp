@@ -83,17 +83,17 @@ std::string rate_lines(FrameTiming const& timing) {
     std::string text;
     if (timing.last_us() >= timing.first_us()) {
         const auto duration = static_cast<double>(timing.last_us() - timing.first_us());
-        text += line("duration", length_text(duration));
+        text += line("duration", duration_text(duration));
     }
     const FrameTiming::Intervals intervals = timing.intervals();
     if (intervals.mean_us > 0) {
         text += line("rate", fmt::format("{:.3f} frames a second", 1e6 / intervals.mean_us));
     }
     return text +
-           line("interval", fmt::format("{} +- {}, {} to {}", length_text(intervals.mean_us),
-                                        length_text(intervals.deviation_us),
-                                        length_text(static_cast<double>(intervals.shortest_us)),
-                                        length_text(static_cast<double>(intervals.longest_us))));
+           line("interval", fmt::format("{} +- {}, {} to {}", duration_text(intervals.mean_us),
+                                        duration_text(intervals.deviation_us),
+                                        duration_text(static_cast<double>(intervals.shortest_us)),
+                                        duration_text(static_cast<double>(intervals.longest_us))));
 }
 
 std::string gap_lines(FrameTiming const& timing, bool several_files) {
@@ -102,10 +102,10 @@ std::string gap_lines(FrameTiming const& timing, bool several_files) {
     std::string text = line("gaps", std::to_string(timing.gap_count()));
     for (size_t i = 0; i < gaps.size() && i < kMostLines; ++i) {
         FrameGap const& gap = gaps[i];
-        text +=
-            line("", fmt::format("{} before frame {} at offset {}{}",
-                                 length_text(static_cast<double>(gap.length_us)), gap.place.number,
-                                 gap.place.offset, several_files ? " of " + gap.place.file : ""));
+        text += line(
+            "", fmt::format("{} before frame {} at offset {}{}",
+                            duration_text(static_cast<double>(gap.length_us)), gap.place.number,
+                            gap.place.offset, several_files ? " of " + gap.place.file : ""));
     }
     if (gaps.size() > kMostLines) text += line("", "and more; --format json lists the longest");
     if (timing.steps_back() > 0) {

@@ -99,7 +99,7 @@ private:
             case Result::kUndecodable:
                 ++undecodable_;
                 ++status_.lost_frames;
-                return view_->tell(client_->problem(), true);
+                return view_->report_event(client_->problem(), true);
             case Result::kEnd:
                 return lose_stream("the stream ended", false);
             case Result::kTruncated:
@@ -146,9 +146,9 @@ private:
         client_.reset();
         if (is_done()) return;
         const std::string after = " after " + frames_text(status_.frames);
-        if (options_.ends_with_the_service) return view_->tell(why + after, is_problem);
+        if (options_.ends_with_the_service) return view_->report_event(why + after, is_problem);
         set_state(why + ", waiting for the service", false);
-        view_->tell(why + after + "; waiting for the service", is_problem);
+        view_->report_event(why + after + "; waiting for the service", is_problem);
     }
 
     /** Waits until the service is there again. Returns false when there is no need to. */
@@ -165,7 +165,7 @@ private:
             ++status_.reconnects;
             last_frame_ = Clock::now();
             set_state("connected again", true);
-            view_->tell("connected again", false);
+            view_->report_event("connected again", false);
             return true;
         }
         return false;

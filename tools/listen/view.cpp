@@ -32,7 +32,7 @@ public:
 
     bool wants_end() override { return false; }
 
-    void tell(std::string const& what, bool is_problem) override {
+    void report_event(std::string const& what, bool is_problem) override {
         is_problem ? console_.messages.warn(what) : console_.messages.note(what);
     }
 
@@ -54,7 +54,7 @@ public:
     ~LiveView() override {
         screen_.reset();
         if (omitted_ > 0) print({fmt::format("{} earlier messages", omitted_), false});
-        for (auto const& told : untold_) print(told);
+        for (auto const& event : pending_) print(event);
     }
 
     void show(RO::RadarObjects const& frame, LiveStatus const& status) override {
@@ -74,17 +74,17 @@ public:
     bool wants_end() override { return screen_->was_typed('q'); }
 
     // Messages on the same terminal would spoil the picture; its first line shows the state.
-    void tell(std::string const& what, bool is_problem) override {
+    void report_event(std::string const& what, bool is_problem) override {
         if (!shares_terminal_) return print({what, is_problem});
-        untold_.emplace_back(what, is_problem);
-        if (untold_.size() <= kMessagesKept) return;
-        untold_.pop_front();
+        pending_.emplace_back(what, is_problem);
+        if (pending_.size() <= kMessagesKept) return;
+        pending_.pop_front();
         ++omitted_;
     }
 
 private:
     using Clock = std::chrono::steady_clock;
-    using Told = std::pair<std::string, bool>;
+    using Event = std::pair<std::string, bool>;
 
     static constexpr std::chrono::milliseconds kShortestPause{33};
     static constexpr size_t kMessagesKept = 20;
@@ -94,8 +94,8 @@ private:
         screen_->draw(draw_target_table(status, last_, window_size(console_.out.fd()), coloured_));
     }
 
-    void print(Told const& told) const {
-        told.second ? console_.messages.warn(told.first) : console_.messages.note(told.first);
+    void print(Event const& event) const {
+        event.second ? console_.messages.warn(event.first) : console_.messages.note(event.first);
     }
 
     Console& console_;
@@ -104,7 +104,7 @@ private:
     std::unique_ptr<LiveScreen> screen_;
     RO::RadarObjects last_;
     Clock::time_point drawn_;
-    std::deque<Told> untold_;
+    std::deque<Event> pending_;
     uint64_t omitted_ = 0;
 };
 

@@ -27,7 +27,7 @@ public:
     virtual bool wants_end() = 0;
 
     /** Tells the user that something happened, which `is_problem` or not. */
-    virtual void tell(std::string const& what, bool is_problem) = 0;
+    virtual void report_event(std::string const& what, bool is_problem) = 0;
 };
 
 /** Frames on standard output in one of the formats, messages on standard error. */

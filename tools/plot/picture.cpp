@@ -95,7 +95,7 @@ std::string plot_subtitle(PlotData const& data) {
     } else {
         text = fmt::format("from {} \u00b5s", begin);
     }
-    if (data.frames() > 1) text += ", " + length_text(data.duration_s() * 1e6);
+    if (data.frames() > 1) text += ", " + duration_text(data.duration_s() * 1e6);
     return text + ", " + grouped_count(data.frames(), "frame") + ", " +
            grouped_count(data.targets(), "target");
 }

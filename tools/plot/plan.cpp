@@ -150,7 +150,7 @@ void draw_newest(PlotCanvas& canvas, Plan const& plan, PlotData const& data) {
 std::string caption(PlotData const& data, double trail_s) {
     const std::string last = "Circles: the last frame.";
     if (data.frames() < 2 || trail_s <= 0) return last;
-    return last + " Dots: the " + length_text(trail_s * 1e6) + " before it, fading.";
+    return last + " Dots: the " + duration_text(trail_s * 1e6) + " before it, fading.";
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ std::string name_of(SourceOptions const& input) {
     return path.size() > 1 ? path.substr(path.rfind('/') + 1) : path;
 }
 
-void tell_left_out(PlotData const& data, DamageReport& report, Messages const& messages) {
+void report_skipped(PlotData const& data, DamageReport& report, Messages const& messages) {
     if (data.beyond() > 0) {
         messages.note(Kit::count_text(data.beyond(), "target") +
                       " beyond what the picture is to show");
@@ -94,7 +94,7 @@ ExitStatus plot(Options const& options, Console& console) {
     DamageReport report(console.messages, bar);
     PlotData data(view_of(options.view), options.limits);
     report.read_frames(*input, [&](InputFrame const& frame) { data.add(frame); });
-    tell_left_out(data, report, console.messages);
+    report_skipped(data, report, console.messages);
     const std::string name = name_of(options.input);
     PlotCanvas canvas(format, options.width, options.height,
                       plot_title(data.view(), Kit::valid_utf8(Kit::printable(name))));

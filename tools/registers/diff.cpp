@@ -62,9 +62,9 @@ RegisterDump read_same_registers(RegisterDump const& dump, ChipOptions const& op
         // Nobody knows what reading a register does that is not in the map.
         const bool is_unknown = map.registers().count(whole.address) == 0 && !options.force;
         char const* const reason =
-            is_unknown ? kNotInTheMap : reason_to_leave_out(mapped, options.force);
+            is_unknown ? kNotInTheMap : reason_to_skip(mapped, options.force);
         if (reason != nullptr) {
-            now.left_out.push_back({whole.address, mapped.label(), reason});
+            now.skipped.push_back({whole.address, mapped.label(), reason});
         } else {
             now.registers.push_back(register_value(mapped, chip.read(mapped)));
         }
@@ -77,7 +77,7 @@ std::map<int32_t, Pair> differences(RegisterDump const& before, RegisterDump con
     std::map<int32_t, Pair> pairs;
     for (RegisterValue const& whole : before.registers) pairs[whole.address].before = &whole;
     for (RegisterValue const& whole : after.registers) pairs[whole.address].after = &whole;
-    for (LeftOut const& one : after.left_out) pairs.erase(one.address);
+    for (SkippedRegister const& one : after.skipped) pairs.erase(one.address);
     for (auto pair = pairs.begin(); pair != pairs.end();) {
         pair = pair->second.is_same() ? pairs.erase(pair) : std::next(pair);
     }
@@ -144,7 +144,7 @@ ExitStatus run(Options const& options, Console& console) {
                                                      : load_dump(options.after);
     const std::map<int32_t, Pair> pairs = differences(before, after);
     console.out.write(options.format == "json" ? as_json(pairs) : as_text(pairs));
-    const std::string problem = left_out_text(after.left_out);
+    const std::string problem = skipped_text(after.skipped);
     if (!problem.empty()) console.messages.warn(problem);
     if (!pairs.empty()) return ExitStatus::kFailed;
     return problem.empty() ? ExitStatus::kOk : ExitStatus::kDamaged;

@@ -19,7 +19,7 @@ ExitStatus run(Options const& options, Console& console) {
     const RegisterMap map = load_map(options.chip);
     const RegisterDump dump = dump_chip(map, ChipAccess(options.chip), options.chip.force);
     console.out.write(options.format == "json" ? dump_as_json(dump) : dump_as_text(dump));
-    const std::string note = left_out_text(dump.left_out);
+    const std::string note = skipped_text(dump.skipped);
     if (!note.empty()) console.messages.note(note);
     return ExitStatus::kOk;
 }

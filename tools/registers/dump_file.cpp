@@ -136,7 +136,7 @@ RegisterValue register_value(MappedRegister const& whole, uint32_t value) {
     return read;
 }
 
-char const* reason_to_leave_out(MappedRegister const& whole, bool forced) {
+char const* reason_to_skip(MappedRegister const& whole, bool forced) {
     if (!whole.is_readable) return kWriteOnly;
     return whole.changes_by_reading && !forced ? kChanges : nullptr;
 }
@@ -145,9 +145,9 @@ RegisterDump dump_chip(RegisterMap const& map, ChipAccess const& chip, bool forc
     RegisterDump dump;
     dump.name = "the chip";
     for (auto const& [address, whole] : map.registers()) {
-        char const* const reason = reason_to_leave_out(whole, forced);
+        char const* const reason = reason_to_skip(whole, forced);
         if (reason != nullptr) {
-            dump.left_out.push_back({address, whole.label(), reason});
+            dump.skipped.push_back({address, whole.label(), reason});
         } else {
             dump.registers.push_back(register_value(whole, chip.read(whole)));
         }
@@ -155,9 +155,9 @@ RegisterDump dump_chip(RegisterMap const& map, ChipAccess const& chip, bool forc
     return dump;
 }
 
-std::string left_out_text(std::vector<LeftOut> const& left_out) {
+std::string skipped_text(std::vector<SkippedRegister> const& skipped) {
     std::map<std::string, std::string> labels;  // by reason
-    for (LeftOut const& one : left_out) {
+    for (SkippedRegister const& one : skipped) {
         std::string& those = labels[one.reason];
         those += (those.empty() ? "" : ", ") + one.label;
     }
@@ -178,7 +178,7 @@ std::string dump_as_text(RegisterDump const& dump) {
             line += fmt::format(" {}={}", name, value);
         }
     }
-    for (LeftOut const& one : dump.left_out) {
+    for (SkippedRegister const& one : dump.skipped) {
         lines[one.address] =
             "# " + address_text(one.address) + " " + one.label + " skipped: " + one.reason;
     }
@@ -190,11 +190,11 @@ std::string dump_as_text(RegisterDump const& dump) {
 std::string dump_as_json(RegisterDump const& dump) {
     OrderedJson registers = OrderedJson::array();
     for (RegisterValue const& whole : dump.registers) registers.push_back(to_json(whole));
-    OrderedJson left_out = OrderedJson::array();
-    for (LeftOut const& one : dump.left_out) {
-        left_out.push_back({{"address", one.address}, {"name", one.label}, {"reason", one.reason}});
+    OrderedJson skipped = OrderedJson::array();
+    for (SkippedRegister const& one : dump.skipped) {
+        skipped.push_back({{"address", one.address}, {"name", one.label}, {"reason", one.reason}});
     }
-    return OrderedJson({{"registers", registers}, {"left_out", left_out}}).dump(2) + "\n";
+    return OrderedJson({{"registers", registers}, {"left_out", skipped}}).dump(2) + "\n";
 }
 
 RegisterDump parse_dump(std::string const& name, std::string const& text) {

@@ -22,7 +22,7 @@ struct RegisterValue {
 };
 
 /** A register that was left alone. */
-struct LeftOut {
+struct SkippedRegister {
     int32_t address;
     std::string label;
     char const* reason;
@@ -32,7 +32,7 @@ struct LeftOut {
 struct RegisterDump {
     std::string name;  // for messages
     std::vector<RegisterValue> registers;
-    std::vector<LeftOut> left_out;
+    std::vector<SkippedRegister> skipped;
 };
 
 /** The reason of a register that a map does not have. */
@@ -42,13 +42,13 @@ constexpr char kNotInTheMap[] = "not in the map";
 RegisterValue register_value(MappedRegister const& whole, uint32_t value);
 
 /** Why `whole` is left out of what reads all registers; null when it is not. */
-char const* reason_to_leave_out(MappedRegister const& whole, bool forced);
+char const* reason_to_skip(MappedRegister const& whole, bool forced);
 
 /** Reads every register of the map that may be read. @throws Kit::InputError */
 RegisterDump dump_chip(RegisterMap const& map, ChipAccess const& chip, bool forced);
 
 /** One line for people about what was left out, without its end; empty when nothing was. */
-std::string left_out_text(std::vector<LeftOut> const& left_out);
+std::string skipped_text(std::vector<SkippedRegister> const& skipped);
 
 // The two formats of a dump; docs/registers-and-settings.md describes them.
 std::string dump_as_text(RegisterDump const& dump);

@@ -135,14 +135,14 @@ public:
         return lines;
     }
 
-    std::vector<LeftOut> left_out;
+    std::vector<SkippedRegister> skipped;
 
 private:
     void add_all(RegisterMap const& map, bool forced) {
         for (auto const& [address, whole] : map.registers()) {
-            char const* const reason = reason_to_leave_out(whole, forced);
+            char const* const reason = reason_to_skip(whole, forced);
             if (reason != nullptr) {
-                left_out.push_back({address, whole.label(), reason});
+                skipped.push_back({address, whole.label(), reason});
             } else {
                 watched_[address].mapped = whole;
             }
@@ -173,7 +173,7 @@ ExitStatus run(Options const& options, Console& console) {
     const RegisterMap map = load_map(options.chip);
     Watch watch(map, options);
     const ChipAccess chip(options.chip);
-    const std::string note = left_out_text(watch.left_out);
+    const std::string note = skipped_text(watch.skipped);
     auto repeater = std::make_unique<Repeater>(options.repetition, options.format.empty(), console);
     // On the same terminal the note would be behind the picture.
     const bool is_note_late = repeater->draws();
