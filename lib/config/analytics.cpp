@@ -49,21 +49,21 @@ double get_double(std::string const& key) {
 }  // namespace
 
 int get_sensitivity() {
-    constexpr int low = 0;
-    constexpr int medium = 1;
-    constexpr int high = 2;
+    constexpr int kLow = 0;
+    constexpr int kMedium = 1;
+    constexpr int kHigh = 2;
 
     const KeyFile file = load_analytics();
-    if (!file) return medium;
+    if (!file) return kMedium;
     KeyFileError error;
     const std::unique_ptr<gchar, TextDeleter> read(g_key_file_get_string(
         file.get(), Radar::analytics_group.c_str(), Radar::sensitivity_key.c_str(), error.slot()));
-    if (failed_to_read(Radar::sensitivity_key, error)) return medium;
+    if (failed_to_read(Radar::sensitivity_key, error)) return kMedium;
 
     // Unlike a missing file, a file without the key means low.
     const std::string text = read ? read.get() : "low";
-    if (text == "low") return low;
-    return text == "high" ? high : medium;
+    if (text == "low") return kLow;
+    return text == "high" ? kHigh : kMedium;
 }
 
 double get_height() {

@@ -53,10 +53,10 @@ void DataFileWriter::setMaxFileSize(unsigned bytes) {
 
 void DataFileWriter::configure(std::string key, int value) {
     // The size limit has one key for this recorder and the object recorder.
-    static constexpr SettingKeys keys = {"DataFileWriterEnabled", "DataFileWriterFileTime",
-                                         "DataFileWriterLocation", "DataFileWriterMaxFileCount",
-                                         "FileWriterMaxFileSize"};
-    apply_setting(keys, key, value);
+    static constexpr SettingKeys kKeys = {"DataFileWriterEnabled", "DataFileWriterFileTime",
+                                          "DataFileWriterLocation", "DataFileWriterMaxFileCount",
+                                          "FileWriterMaxFileSize"};
+    apply_setting(kKeys, key, value);
 }
 
 void DataFileWriter::apply_setting(SettingKeys const& keys, std::string const& key, int value) {

@@ -72,10 +72,10 @@ DiagnosticFileWriter::DiagnosticFileWriter(int id)
 }
 
 void DiagnosticFileWriter::configure(std::string key, int value) {
-    static constexpr SettingKeys keys = {
+    static constexpr SettingKeys kKeys = {
         "DiagnosticFileWriterEnabled", "DiagnosticFileWriterFileTime", nullptr,
         "DiagnosticFileWriterMaxFileCount", "DiagnosticFileWriterMaxFileSize"};
-    apply_setting(keys, key, value);
+    apply_setting(kKeys, key, value);
 }
 
 }  // namespace Radar

@@ -34,10 +34,10 @@ void ObjectFileWriter::write(SocketBuffer const& frame) {
 }
 
 void ObjectFileWriter::configure(std::string key, int value) {
-    static constexpr SettingKeys keys = {"FileWriterEnabled", "FileWriterFileTime",
-                                         "FileWriterLocation", "FileWriterMaxFileCount",
-                                         "FileWriterMaxFileSize"};
-    apply_setting(keys, key, value);
+    static constexpr SettingKeys kKeys = {"FileWriterEnabled", "FileWriterFileTime",
+                                          "FileWriterLocation", "FileWriterMaxFileCount",
+                                          "FileWriterMaxFileSize"};
+    apply_setting(kKeys, key, value);
 }
 
 }  // namespace Radar

@@ -22,7 +22,7 @@ namespace Petrel {
  */
 class ilog : private std::ostringstream {
     template <typename Value>
-    static constexpr bool is_number =
+    static constexpr bool kIsNumber =
         std::is_arithmetic<Value>::value || std::is_enum<Value>::value;
 
 public:
@@ -40,7 +40,7 @@ public:
      * inserted into, so that every printer that the caller sees can be used there. The stream lives
      * as long as this object.
      */
-    template <typename Value, std::enable_if_t<!is_number<Value>, int> = 0>
+    template <typename Value, std::enable_if_t<!kIsNumber<Value>, int> = 0>
     std::ostream& operator<<(Value const& value) {
         return stream() << value;
     }
@@ -49,7 +49,7 @@ public:
      * The same for a number, a character or an enumerator. It is taken by value: a constant that is
      * declared in its class and defined nowhere can be inserted.
      */
-    template <typename Number, std::enable_if_t<is_number<Number>, int> = 0>
+    template <typename Number, std::enable_if_t<kIsNumber<Number>, int> = 0>
     std::ostream& operator<<(Number value) {
         return stream() << value;
     }

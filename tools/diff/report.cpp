@@ -56,8 +56,8 @@ private:
     }
 
     std::string place() const {
-        return fmt::format("frame {}, timestamp {}: ", both(frame_a.number, frame_b.number),
-                           both(frame_a.timestamp, frame_b.timestamp));
+        return fmt::format("frame {}, timestamp {}: ", both(frame_a_.number, frame_b_.number),
+                           both(frame_a_.timestamp, frame_b_.timestamp));
     }
 
     Output& out_;
@@ -147,10 +147,10 @@ private:
 
     Json place(char const* kind) const {
         return {{"kind", kind},
-                {"frame_a", std::to_string(frame_a.number)},
-                {"frame_b", std::to_string(frame_b.number)},
-                {"timestamp_a", std::to_string(frame_a.timestamp)},
-                {"timestamp_b", std::to_string(frame_b.timestamp)}};
+                {"frame_a", std::to_string(frame_a_.number)},
+                {"frame_b", std::to_string(frame_b_.number)},
+                {"timestamp_a", std::to_string(frame_a_.timestamp)},
+                {"timestamp_b", std::to_string(frame_b_.timestamp)}};
     }
 
     Output& out_;

@@ -36,15 +36,15 @@ public:
 
     /** The frames that what comes now is about. They hold until the next ones. */
     void begin_frames(InputFrame const& a, InputFrame const& b) {
-        frame_a = a;
-        frame_b = b;
+        frame_a_ = a;
+        frame_b_ = b;
     }
 
     virtual void finish(DiffSum const& sum) = 0;
 
 protected:
-    InputFrame frame_a;
-    InputFrame frame_b;
+    InputFrame frame_a_;
+    InputFrame frame_b_;
 };
 
 /** @param a and b the sources, as the user named them; @param brief only the sum is printed. */
