@@ -110,7 +110,7 @@ protected:
     int command_byte;
 
 private:
-    int buffer_size;
+    [[maybe_unused]] int buffer_size;
 
 protected:
     /** The transfer buffers, of the size given at construction. */
