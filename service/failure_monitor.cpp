@@ -90,6 +90,7 @@ bool FailureMonitor::is_active(FailureReason reason) const {
 
 std::vector<Kit::FailureStatus> FailureMonitor::all() const {
     std::vector<Kit::FailureStatus> all;
+    all.reserve(kFailures.size());
     for (FailureText const& failure : kFailures) all.push_back(status_of(failure.reason));
     return all;
 }
