@@ -50,7 +50,7 @@ RegisterDump dump_chip(RegisterMap const& map, ChipAccess const& chip, bool forc
 /** One line for people about what was left out, without its end; empty when nothing was. */
 std::string skipped_text(std::vector<SkippedRegister> const& skipped);
 
-// The two formats of a dump; docs/registers-and-settings.md describes them.
+// The two formats of a dump; docs/register-map.md describes them.
 std::string dump_as_text(RegisterDump const& dump);
 std::string dump_as_json(RegisterDump const& dump);
 

@@ -50,7 +50,7 @@ constexpr int32_t kLastAddress = 0xFFFF;
 
 /**
  * The names of a chip's registers and fields, from a map file: text, one name a line, with "name
- * address shift width access description"; docs/registers-and-settings.md has the details. A plain
+ * address shift width access description"; docs/register-map.md has the details. A plain
  * value.
  */
 class RegisterMap {
