@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <memory>
 
 #include "kit/base/error.h"
 #include "socket/radar_socket.h"
@@ -254,16 +255,17 @@ TEST_F(RelaySourceFaultTest, ADescriptorWhoseModeIsUnknownIsAnError) {
 }
 
 TEST_F(RelaySourceFaultTest, ADescriptorThatCannotBeWatchedIsAnError) {
-    std::atomic<bool> full{false};
-    system_calls.epoll_ctl = [&](int epoll, int operation, int fd, epoll_event* event) {
-        if (!full) return test_support::real_epoll_ctl(epoll, operation, fd, event);
+    // The relay's thread asks until the fixture stops it, after this function.
+    const auto full = std::make_shared<std::atomic<bool>>(false);
+    system_calls.epoll_ctl = [full](int epoll, int operation, int fd, epoll_event* event) {
+        if (!*full) return test_support::real_epoll_ctl(epoll, operation, fd, event);
         errno = ENOSPC;
         return -1;
     };
     RelayTest::start();
-    full = true;
+    *full = true;
     EXPECT_EQ(error_of(reading), failure_to_relay("No space left on device"));
-    full = false;
+    *full = false;
     EXPECT_EQ(error_of(reading), "none");
     write(stream_frame(1));
     EXPECT_TRUE(eventually([&] { return relay->counters().frames == 1; }));
